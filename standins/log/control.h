@@ -1,0 +1,60 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// \file
+/// Scripts and reads back the stand-in of the log library (libvemolog.so). Used by tests and by the
+/// command-line host, which find zefLogStandinControl with dlsym in the library that is loaded.
+
+namespace zefstandin {
+
+/// One call of writeMsg, as it arrived.
+struct LogLine
+{
+    std::wstring level;
+    std::wstring module;
+    std::wstring message;
+    long threadId = 0; ///< kernel id of the calling thread
+};
+
+/// All functions are callable from any thread.
+class LogControl
+{
+public:
+    virtual ~LogControl() = default;
+
+    /// Forgets what was recorded and restores every setting below to its default.
+    virtual void reset() = 0;
+
+    /// Where the log files go, UTF-8; created with its sub-directory at the next use. Empty restores
+    /// the default, which lies below the user's state directory.
+    virtual void setBaseDirectory(const std::string &directory) = 0;
+
+    /// While set, no sub-directory is created for the executable.
+    virtual void setSubdirectoryMissing(bool missing) = 0;
+
+    /// While set, getVemoLogSavePath returns a null pointer.
+    virtual void setSavePathNull(bool null) = 0;
+
+    /// While set, writeMsg returns at once: neither file nor record. For measurements.
+    virtual void setSilent(bool silent) = 0;
+
+    /// Makes every writeMsg wait this long before it returns. For shutdown tests.
+    virtual void setDelayMilliseconds(int milliseconds) = 0;
+
+    /// The lines written so far, in order of arrival.
+    virtual std::vector<LogLine> lines() const = 0;
+
+    /// The calls of all other exports, in order, as "name" or "name argument" in UTF-8, for example
+    /// "explicitDefineLogName demo"; writeMsg is left out.
+    virtual std::vector<std::string> calls() const = 0;
+
+    /// The file that lines go to now, UTF-8; empty before the first line.
+    virtual std::string currentFile() const = 0;
+};
+
+} // namespace zefstandin
+
+/// The one control object of the loaded stand-in; never null, never deleted by the caller.
+extern "C" zefstandin::LogControl *zefLogStandinControl();
