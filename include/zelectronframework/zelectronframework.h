@@ -21,10 +21,10 @@
 /// - host thread:     the library's own event loop, running from init to uninit;
 /// - library thread:  any thread of the closed account library.
 ///
-/// Ownership. The framework object belongs to the library and is never deleted by the host. Callback
-/// objects belong to the host and are never deleted by the library; each operation says how long the
-/// host keeps them alive. Texts are read during the call and never kept. A null text counts as an
-/// empty text.
+/// Ownership. The framework object belongs to the library and is never deleted by the host.
+/// Callback objects belong to the host and are never deleted by the library; each operation says
+/// how long the host keeps them alive. Texts are read during the call and never kept. A null text
+/// counts as an empty text.
 ///
 /// Failures are results: false, 0, or a reply whose "result" is "fail". No operation throws, and an
 /// exception that a host callback lets out is caught and logged.
@@ -36,8 +36,8 @@ namespace zelectronframeworkspace {
 /// Identifies one subscription made by addListener; 0 is none. Never used twice in a process.
 using ListenerHandle = std::uint64_t;
 
-/// The length argument of IElectronCallback::onCallback when no length was passed. No reply has this
-/// length: the shortest text is "{}".
+/// The length argument of IElectronCallback::onCallback when no length was passed. No reply has
+/// this length: the shortest text is "{}".
 constexpr std::size_t kLengthNotGiven = 0;
 
 /// Implemented by the host: receives replies, events and task messages.
@@ -70,9 +70,10 @@ public:
     ///
     /// \param settings text of one JSON object, UTF-8. "app" with the non-empty texts "appName",
     ///                 "productName", "version" and "localStoragePath" is required; the boolean
-    ///                 "app"."international" and the object "network"."proxy" are optional. The whole
-    ///                 object also reaches the account library. Read during the call.
-    /// \return true when the framework started, or when it was running already (the settings are not
+    ///                 "app"."international" and the object "network"."proxy" are optional. The
+    ///                 whole object also reaches the account library. Read during the call.
+    /// \return true when the framework started, or when it was running already (the settings are
+    /// not
     ///         read then); false otherwise. After a failed start call uninit before trying again.
     ///
     /// Thread: any, blocking.
@@ -93,8 +94,9 @@ public:
 
     /// Runs one module method on the caller's thread and delivers its reply before returning.
     ///
-    /// \param method   "module.method", UTF-8, for example "utils.getLogPath". Read during the call.
-    /// \param params   text of one JSON object, or null. Any other text counts as {}. Read during
+    /// \param method   "module.method", UTF-8, for example "utils.getLogPath". Read during the
+    /// call. \param params   text of one JSON object, or null. Any other text counts as {}. Read
+    /// during
     ///                 the call.
     /// \param callback gets the reply as compact JSON with its length; null drops it. Stays the
     ///                 caller's and is not used after call has returned.
@@ -105,13 +107,15 @@ public:
     ///         {} from a method that answers only later, which is lost: use asynCall for those.
     /// Thread: callable from any. Off the host thread only the methods that MODULES.md marks
     ///         thread-safe run; the others get a "fail" reply.
-    /// Errors: a malformed path, an unknown module or an unknown method is a "fail" reply, not false.
+    /// Errors: a malformed path, an unknown module or an unknown method is a "fail" reply, not
+    /// false.
     virtual bool call(const char *method, const char *params, IElectronCallback *callback) = 0;
 
     /// Queues one module method to the host thread and returns at once.
     ///
-    /// \param method   "module.method", UTF-8, for example "utils.getLogPath". Read during the call.
-    /// \param params   text of one JSON object, or null. Any other text counts as {}. Read during
+    /// \param method   "module.method", UTF-8, for example "utils.getLogPath". Read during the
+    /// call. \param params   text of one JSON object, or null. Any other text counts as {}. Read
+    /// during
     ///                 the call.
     /// \param callback gets the reply as compact JSON; null drops it. Stays the caller's, who keeps
     ///                 it alive until its one reply has arrived or uninit has returned.
@@ -122,14 +126,16 @@ public:
     ///         itself.
     /// Thread: callable from any. The reply never arrives from inside this call; it arrives on the
     ///         thread that answers, normally the host thread.
-    /// Errors: a malformed path, an unknown module or an unknown method is a "fail" reply, not false.
+    /// Errors: a malformed path, an unknown module or an unknown method is a "fail" reply, not
+    /// false.
     virtual bool asynCall(const char *method, const char *params, IElectronCallback *callback) = 0;
 
     /// Subscribes to one account event.
     ///
     /// \param eventName "account.event", UTF-8, for example "account.userInfoChanged"; MODULES.md
     ///                  lists the seven events. Read during the call.
-    /// \param callback  gets {} each time the event happens; null is accepted and gets nothing. Stays
+    /// \param callback  gets {} each time the event happens; null is accepted and gets nothing.
+    /// Stays
     ///                  the caller's, who keeps it alive until removeListener with the returned
     ///                  handle, or uninit, has returned.
     /// \return the handle of the subscription; 0 when the framework is not running or there is no
@@ -144,10 +150,12 @@ public:
     /// the host thread, for example from inside the callback itself, it returns at once, and the
     /// callback that is running finishes afterwards.
     ///
-    /// \param handle what addListener returned. 0, an unknown handle and one that was removed before
+    /// \param handle what addListener returned. 0, an unknown handle and one that was removed
+    /// before
     ///               are ignored.
     ///
-    /// Thread: callable from any; blocks while the callback is running on the host thread. A callback
+    /// Thread: callable from any; blocks while the callback is running on the host thread. A
+    /// callback
     ///         must therefore not wait for a thread that removes it.
     virtual void removeListener(ListenerHandle handle) = 0;
 

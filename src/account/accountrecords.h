@@ -62,8 +62,8 @@ struct AccountUserInfo
     QString unreadText3[6];
 };
 
-static_assert(sizeof(QString) == 8 && sizeof(QStringList) == 8 && sizeof(QDateTime) == 8
-              && sizeof(QVariantMap) == 8);
+static_assert(sizeof(QString) == 8 && sizeof(QStringList) == 8 && sizeof(QDateTime) == 8 &&
+              sizeof(QVariantMap) == 8);
 
 static_assert(std::is_standard_layout_v<AccountListItem> && sizeof(AccountListItem) == 120);
 static_assert(offsetof(AccountListItem, loginAccountLimit) == 4);

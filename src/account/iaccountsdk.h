@@ -88,7 +88,8 @@ protected:
     ~IMessageTaskRegistry() = default;
 };
 
-/// Changes the sign-in state. Each operation answers through its completion, when and where it likes.
+/// Changes the sign-in state. Each operation answers through its completion, when and where it
+/// likes.
 class ILoginService
 {
 public:
@@ -181,8 +182,8 @@ public:
     virtual void uninit() = 0;
 
     /// The object that raises initFinished(), currentAccountChanged(), authInfoChanged(),
-    /// userInfoChanged(), companyInfoChanged(), accountListInfoChanged() and cookieUpdated(), on any
-    /// thread. May be null.
+    /// userInfoChanged(), companyInfoChanged(), accountListInfoChanged() and cookieUpdated(), on
+    /// any thread. May be null.
     virtual QObject *notifier() = 0;
 
     // Each of these may be null at any time; the results are never kept.

@@ -27,8 +27,8 @@ public:
     /// Forgets what was recorded and restores every setting below to its default.
     virtual void reset() = 0;
 
-    /// Where the log files go, UTF-8; created with its sub-directory at the next use. Empty restores
-    /// the default, which lies below the user's state directory.
+    /// Where the log files go, UTF-8; created with its sub-directory at the next use. Empty
+    /// restores the default, which lies below the user's state directory.
     virtual void setBaseDirectory(const std::string &directory) = 0;
 
     /// While set, no sub-directory is created for the executable.
