@@ -1,0 +1,118 @@
+#include "account/officelogin.h"
+
+#include "account/accountservices.h"
+#include "account/officetasks.h"
+#include "dispatch/reply.h"
+#include "framework/zdeliverygate.h"
+#include "framework/zelectronapplication.h"
+
+#include <algorithm>
+
+const QString kLoginServiceMissing = QStringLiteral("sercice is nullptr");
+
+namespace {
+
+const auto kSchedulerMissing = QStringLiteral("scheduler is nullptr");
+const auto kSubmitFailed = QStringLiteral("sumbit failed"); // spelling is part of the interface
+
+const auto kExtParam = QStringLiteral("extParam");
+const auto kKeepOnline = QStringLiteral("keepOnline");
+const auto kUserId = QStringLiteral("userId");
+const auto kReason = QStringLiteral("reason");
+
+void submit(QObject *context, const QString &taskName, const QVariantMap &params,
+            const CallBackFunc &callback, const TaskCallback &completion)
+{
+    IScheduler *scheduler = accountService(&IAccountSdk::getScheduler);
+    if (!scheduler) {
+        replyFail(callback, kSchedulerMissing);
+        return;
+    }
+    if (!scheduler->submit(suiteAppIds(), taskName, params, context, completion)) {
+        replyFail(callback, kSubmitFailed);
+    }
+}
+
+/// Wraps what is to happen on a final status, so that it happens only while the framework runs.
+template <typename Answer>
+TaskCallback whenFinished(Answer answer)
+{
+    return [answer, run = ZDeliveryGate::instance().currentRun()](const int &status,
+                                                                  const QVariantMap &reply) {
+        const ZDeliveryScope scope(run);
+        return scope && status >= kTaskFinished && answer(taskResult(reply));
+    };
+}
+
+void login(const QVariantMap &params, const CallBackFunc &callback)
+{
+    if (ILoginService *service = accountService(&IAccountSdk::getLoginService)) {
+        service->loginCallback(params, callback);
+    } else {
+        replyFail(callback, kLoginServiceMissing);
+    }
+}
+
+bool isKnownUser(IAccount &account, const QString &userId)
+{
+    const QList<AccountListItem> accounts = account.accountList();
+    return std::any_of(accounts.cbegin(), accounts.cend(),
+                       [&userId](const AccountListItem &item) { return item.userId == userId; });
+}
+
+bool answerOfficeUser(QVariantMap result, const CallBackFunc &callback)
+{
+    if (!isTaskGranted(result)) {
+        const auto failure = QStringLiteral("getUserInfo failed");
+        return replyFail(callback, result.value(kReason, failure).toString());
+    }
+    IAccount *account = accountService(&IAccountSdk::getAccount);
+    if (!account) {
+        return replyFail(callback, QStringLiteral("account is nullptr"));
+    }
+    if (isKnownUser(*account, result.value(kUserId).toString())) {
+        return replyFail(callback, QStringLiteral("already logined user"));
+    }
+    result.insert(QStringLiteral("result"), QStringLiteral("ok"));
+    return replySuccess(callback, result);
+}
+
+} // namespace
+
+void loginThroughOffice(QObject *context, const QVariantMap &params, const CallBackFunc &callback)
+{
+    const QVariantMap extParam = params.value(kExtParam).toMap();
+
+    // The login service gets the grant, or, after a refusal, a map that holds "extParam" alone.
+    const CallBackFunc continuation = [callback, extParam](const QVariantMap &reply) {
+        QVariantMap data = reply.value(QStringLiteral("data")).toMap();
+        data.insert(kExtParam, extParam);
+        login(data, callback);
+    };
+    const TaskCallback completion = whenFinished([continuation](const QVariantMap &result) {
+        return isTaskGranted(result)
+                   ? replySuccess(continuation, result)
+                   : replyFail(continuation, QStringLiteral("grantAuthorizeCode failed"));
+    });
+
+    const QVariantMap request{{kKeepOnline, params.value(kKeepOnline).toBool()},
+                              {kUserId, params.value(kUserId).toString()}};
+    submit(context, QStringLiteral("grantAuthorizeCodeOffice"), request, callback, completion);
+}
+
+void requestOfficeUser(QObject *context, const CallBackFunc &callback)
+{
+    const TaskCallback completion = whenFinished(
+        [callback](const QVariantMap &result) { return answerOfficeUser(result, callback); });
+
+    const ZElectronApplication *application = g_electronApp;
+    const QVariantMap app = application
+                                ? application->initParams().value(QStringLiteral("app")).toMap()
+                                : QVariantMap();
+    const auto international = QStringLiteral("international");
+    const QVariantMap request{
+        {QStringLiteral("source"), QCoreApplication::applicationName()},
+        {international, app.value(international).toBool()},
+    };
+    submit(context, QStringLiteral("getAuthorizedUserInfoOffice"), request, callback, completion);
+}

@@ -1,0 +1,82 @@
+#include "account/signing.h"
+
+#include "account/accountservices.h"
+#include "dispatch/reply.h"
+#include "dispatch/servicereply.h"
+
+namespace {
+
+const auto kSignFailed = QStringLiteral("sign failed");
+
+/// Reaches the signing service, or answers that there is none.
+ISignService *signServiceOrReply(const CallBackFunc &callback)
+{
+    ISignService *service = accountService(&IAccountSdk::getSignService);
+    if (!service) {
+        replyFail(callback, QStringLiteral("service is nullptr"));
+    }
+    return service;
+}
+
+} // namespace
+
+void replyPublicKey(const CallBackFunc &callback)
+{
+    if (ISignService *service = signServiceOrReply(callback)) {
+        replySuccess(callback, serviceData(service->getJwkPublicKeyStr()));
+    }
+}
+
+void replyPopToken(const QVariantMap &params, const CallBackFunc &callback)
+{
+    ISignService *service = signServiceOrReply(callback);
+    if (!service) {
+        return;
+    }
+
+    const QString method = params.value(QStringLiteral("method")).toString();
+    const QString uri = params.value(QStringLiteral("uri")).toString();
+    const QString cv = params.value(QStringLiteral("cv")).toString();
+    QByteArray signature;
+    if (!service->signPopToken(method, uri, cv, signature)) {
+        replyFail(callback, kSignFailed);
+        return;
+    }
+
+    replySuccess(callback, serviceData(signature));
+}
+
+void replyLoginSignature(const QVariantMap &params, const CallBackFunc &callback)
+{
+    ISignService *service = signServiceOrReply(callback);
+    if (!service) {
+        return;
+    }
+
+    const QByteArray data = params.value(QStringLiteral("signData")).toString().toUtf8();
+    QByteArray signature;
+    if (!service->signLoginData(data, signature)) {
+        replyFail(callback, kSignFailed);
+        return;
+    }
+
+    replySuccess(callback, serviceData(signature));
+}
+
+void replyPkcePair(const CallBackFunc &callback)
+{
+    ISignService *service = signServiceOrReply(callback);
+    if (!service) {
+        return;
+    }
+
+    QString verifier;
+    QString challenge;
+    if (!service->generatePKCEParam(verifier, challenge)) {
+        replyFail(callback, QStringLiteral("generatePKCEParam failed"));
+        return;
+    }
+
+    replySuccess(callback, serviceData(QVariantMap{{QStringLiteral("code_verifier"), verifier},
+                                                   {QStringLiteral("code_challenge"), challenge}}));
+}

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "dispatch/callbackfunc.h"
+
+/// \file
+/// The signing methods of the account module. The account library signs; each success carries
+/// {"result":"ok", "data": what it produced}. Thread: any.
+
+void replyPublicKey(const CallBackFunc &callback);
+void replyPopToken(const QVariantMap &params, const CallBackFunc &callback);
+void replyLoginSignature(const QVariantMap &params, const CallBackFunc &callback);
+void replyPkcePair(const CallBackFunc &callback);

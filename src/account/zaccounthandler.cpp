@@ -1,0 +1,136 @@
+#include "account/zaccounthandler.h"
+
+#include "account/accountlist.h"
+#include "account/accountservices.h"
+#include "account/officelogin.h"
+#include "account/signing.h"
+#include "account/webviewcookies.h"
+#include "dispatch/reply.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace {
+
+using LoginOperation = void (ILoginService::*)(const QVariantMap &, const CallBackFunc &);
+
+const QLatin1String kThreadSafeMethods[] = {
+    QLatin1String("queryWebviewCookies"), QLatin1String("getJwkPublicKeyStr"),
+    QLatin1String("signPopToken"),        QLatin1String("signLoginData"),
+    QLatin1String("generatePKCEParam"),   QLatin1String("getAccountListInfo"),
+};
+
+const auto kServiceMissing = QStringLiteral("service is nullptr");
+
+/// Hands the request to the login service, which answers by itself.
+void passOn(LoginOperation operation, const QVariantMap &params, const CallBackFunc &callback,
+            const QString &serviceMissing)
+{
+    ILoginService *service = accountService(&IAccountSdk::getLoginService);
+    if (!service) {
+        replyFail(callback, serviceMissing);
+        return;
+    }
+    (service->*operation)(params, callback);
+}
+
+void loginWith(const QString &loginType, const QVariantMap &params, const CallBackFunc &callback)
+{
+    QVariantMap typed = params;
+    typed.insert(QStringLiteral("loginType"), loginType);
+    passOn(&ILoginService::loginCallback, typed, callback, kServiceMissing);
+}
+
+} // namespace
+
+bool ZAccountHandler::isThreadSafeMethod(const QString &method) const
+{
+    return std::find(std::begin(kThreadSafeMethods), std::end(kThreadSafeMethods), method) !=
+           std::end(kThreadSafeMethods);
+}
+
+void ZAccountHandler::loginCallback(const QVariantMap &params, const CallBackFunc &callback)
+{
+    passOn(&ILoginService::loginCallback, params, callback, kLoginServiceMissing);
+}
+
+void ZAccountHandler::queryWebviewCookies(const QVariantMap &params, const CallBackFunc &callback)
+{
+    replyWebviewCookies(params, callback);
+}
+
+void ZAccountHandler::quickLogin(const QVariantMap &params, const CallBackFunc &callback)
+{
+    loginThroughOffice(this, params, callback);
+}
+
+void ZAccountHandler::getJwkPublicKeyStr(const QVariantMap &, const CallBackFunc &callback)
+{
+    replyPublicKey(callback);
+}
+
+void ZAccountHandler::signPopToken(const QVariantMap &params, const CallBackFunc &callback)
+{
+    replyPopToken(params, callback);
+}
+
+void ZAccountHandler::signLoginData(const QVariantMap &params, const CallBackFunc &callback)
+{
+    replyLoginSignature(params, callback);
+}
+
+void ZAccountHandler::generatePKCEParam(const QVariantMap &, const CallBackFunc &callback)
+{
+    replyPkcePair(callback);
+}
+
+void ZAccountHandler::logout(const QVariantMap &params, const CallBackFunc &callback)
+{
+    passOn(&ILoginService::logout, params, callback, kLoginServiceMissing);
+}
+
+void ZAccountHandler::getAccountListInfo(const QVariantMap &, const CallBackFunc &callback)
+{
+    replyAccountList(callback);
+}
+
+void ZAccountHandler::getOfficeUserInfo(const QVariantMap &, const CallBackFunc &callback)
+{
+    requestOfficeUser(this, callback);
+}
+
+void ZAccountHandler::switchAccount(const QVariantMap &params, const CallBackFunc &callback)
+{
+    passOn(&ILoginService::switchAccount, params, callback, kLoginServiceMissing);
+}
+
+void ZAccountHandler::upgradeAccount(const QVariantMap &params, const CallBackFunc &callback)
+{
+    passOn(&ILoginService::upgradeAccount, params, callback, kLoginServiceMissing);
+}
+
+void ZAccountHandler::downgradeAccount(const QVariantMap &params, const CallBackFunc &callback)
+{
+    passOn(&ILoginService::downgradeAccount, params, callback, kLoginServiceMissing);
+}
+
+void ZAccountHandler::updateAccountInfo(const QVariantMap &params, const CallBackFunc &callback)
+{
+    passOn(&ILoginService::updateAccountInfo, params, callback, kLoginServiceMissing);
+}
+
+void ZAccountHandler::getUrlWithAuthorizeCode(const QVariantMap &params,
+                                              const CallBackFunc &callback)
+{
+    passOn(&ILoginService::getUrlWithAuthorizeCode, params, callback, kServiceMissing);
+}
+
+void ZAccountHandler::loginWithSsid(const QVariantMap &params, const CallBackFunc &callback)
+{
+    loginWith(QStringLiteral("ssid"), params, callback);
+}
+
+void ZAccountHandler::loginWithRandcode(const QVariantMap &params, const CallBackFunc &callback)
+{
+    loginWith(QStringLiteral("randcode"), params, callback);
+}

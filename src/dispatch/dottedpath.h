@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QString>
+
+#include <optional>
+
+/// A path of the host: "module.name", for example "utils.getLogPath" or "account.cookieUpdated".
+struct DottedPath
+{
+    QString module;
+    QString name;
+};
+
+/// Splits a path at its points; parts after the second are ignored, empty parts are parts.
+/// \return nothing when the path has no point.
+inline std::optional<DottedPath> splitDottedPath(const QString &path)
+{
+    const int point = path.indexOf(QLatin1Char('.'));
+    if (point < 0) {
+        return std::nullopt;
+    }
+    const int nameStart = point + 1;
+    const int nextPoint = path.indexOf(QLatin1Char('.'), nameStart);
+    const int nameLength = nextPoint < 0 ? -1 : nextPoint - nameStart;
+    return DottedPath{path.left(point), path.mid(nameStart, nameLength)};
+}

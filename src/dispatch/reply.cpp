@@ -1,0 +1,60 @@
+#include "dispatch/reply.h"
+
+#include "framework/zelectronapplication.h"
+
+namespace {
+
+const auto kResult = QStringLiteral("result");
+const auto kOk = QStringLiteral("ok");
+const auto kFail = QStringLiteral("fail");
+const auto kMessage = QStringLiteral("msg");
+const auto kSuccess = QStringLiteral("success");
+const auto kData = QStringLiteral("data");
+
+} // namespace
+
+QVariantMap buildResult(bool success, const QString &message, const QVariantMap &data)
+{
+    QVariantMap reply;
+    reply.insert(kResult, success ? kOk : kFail);
+    if (!data.isEmpty()) {
+        reply.insert(kData, data);
+    }
+    if (!message.isEmpty()) {
+        reply.insert(kMessage, message);
+    }
+    return reply;
+}
+
+QVariantMap buildFailResult(const QString &message, const QVariantMap &data)
+{
+    return buildResult(false, message.isEmpty() ? kFail : message, data);
+}
+
+bool replySuccess(const CallBackFunc &callback, const QVariantMap &data)
+{
+    if (!callback) {
+        return false;
+    }
+    callback(buildResult(true, kSuccess, data));
+    return true;
+}
+
+bool replyFail(const CallBackFunc &callback, const QString &message)
+{
+    if (!callback) {
+        return false;
+    }
+    callback(buildFailResult(message, {}));
+    return true;
+}
+
+bool postReplyFail(const CallBackFunc &callback, const QString &message)
+{
+    ZElectronApplication *application = g_electronApp;
+    if (!application) {
+        return false;
+    }
+    return QMetaObject::invokeMethod(
+        application, [callback, message] { replyFail(callback, message); }, Qt::QueuedConnection);
+}

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "dispatch/callbackfunc.h"
+
+#include <QString>
+
+/// The shape of every reply: "result" is "ok" or "fail"; "msg" is left out when empty; "data" is a
+/// map and left out when empty.
+QVariantMap buildResult(bool success, const QString &message, const QVariantMap &data);
+
+/// A "fail" reply; an empty message becomes "fail".
+QVariantMap buildFailResult(const QString &message, const QVariantMap &data);
+
+/// Answers "ok" with the data, and "fail" with the message.
+/// \return false when the completion function is empty: nobody is answered then.
+bool replySuccess(const CallBackFunc &callback, const QVariantMap &data);
+bool replyFail(const CallBackFunc &callback, const QString &message);
+
+/// Queues replyFail, with copies of both arguments, to the host thread.
+/// \return false when no application is running: nobody is answered then.
+bool postReplyFail(const CallBackFunc &callback, const QString &message);

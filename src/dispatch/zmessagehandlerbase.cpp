@@ -1,0 +1,120 @@
+#include "dispatch/zmessagehandlerbase.h"
+
+#include "dispatch/reply.h"
+#include "log/logline.h"
+
+#include <QMetaMethod>
+#include <QThread>
+
+#include <memory>
+
+namespace {
+
+const char kArguments[] = "(QVariantMap,CallBackFunc)";
+
+/// The reply of a call in progress. A closed library may keep the completion function and call it
+/// later, on any thread, when nobody reads the reply any more.
+class ResultHolder
+{
+public:
+    void set(const QVariantMap &reply)
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_reply = reply;
+    }
+
+    QVariantMap get() const
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_reply;
+    }
+
+private:
+    mutable std::mutex m_mutex; // guards m_reply
+    QVariantMap m_reply;
+};
+
+} // namespace
+
+ZMessageHandlerBase::ZMessageHandlerBase(QObject *parent) : QObject(parent)
+{
+    qRegisterMetaType<CallBackFunc>("CallBackFunc");
+}
+
+QVariantMap ZMessageHandlerBase::call(const QString &method, const QVariantMap &params)
+{
+    if (QThread::currentThread() != thread() && !isThreadSafeMethod(method)) {
+        return buildFailResult(QStringLiteral("method:%1 not support thread safe").arg(method), {});
+    }
+
+    const auto failed = [&method] {
+        return buildFailResult(QStringLiteral("method:%1 call failed").arg(method), {});
+    };
+    const int index = slotIndex(method);
+    if (index < 0) {
+        return failed();
+    }
+    const auto holder = std::make_shared<ResultHolder>();
+    try {
+        runSlot(index, params, [holder](const QVariantMap &reply) { holder->set(reply); });
+    } catch (...) {
+        logError("call", "exception from method:%1", {method});
+        return failed();
+    }
+    return holder->get();
+}
+
+bool ZMessageHandlerBase::asynCall(const QString &method, const QVariantMap &params,
+                                   const CallBackFunc &callback)
+{
+    const auto failure = [](const QString &name) {
+        return QStringLiteral("method:%1 asynCall failed").arg(name);
+    };
+    const int index = slotIndex(method);
+    if (index < 0) {
+        return postReplyFail(callback, failure(method));
+    }
+    const auto run = [this, index, method, params, callback, failure] {
+        try {
+            runSlot(index, params, callback);
+        } catch (...) {
+            logError("asynCall", "exception from method:%1", {method});
+            replyFail(callback, failure(method));
+        }
+    };
+    return QMetaObject::invokeMethod(this, run, Qt::QueuedConnection) ||
+           postReplyFail(callback, failure(method));
+}
+
+bool ZMessageHandlerBase::isThreadSafeMethod(const QString &) const
+{
+    return false;
+}
+
+int ZMessageHandlerBase::slotIndex(const QString &method) const
+{
+    std::call_once(m_once, [this] {
+        for (int index = 0; index < metaObject()->methodCount(); ++index) {
+            const QMetaMethod slot = metaObject()->method(index);
+            if (slot.methodSignature() == slot.name() + kArguments) {
+                m_slots.insert(QString::fromLatin1(slot.name()), index);
+            }
+        }
+    });
+    const auto found = m_slots.constFind(method);
+    if (found != m_slots.constEnd()) {
+        return *found;
+    }
+    // Qt's invocation by name ignores white space around the name. It is not used here itself,
+    // because it prints a name that it does not know, raw, to the standard error.
+    const QByteArray signature = method.toLatin1() + kArguments;
+    return metaObject()->indexOfMethod(QMetaObject::normalizedSignature(signature));
+}
+
+void ZMessageHandlerBase::runSlot(int index, const QVariantMap &params,
+                                  const CallBackFunc &callback)
+{
+    void *arguments[] = {nullptr, const_cast<QVariantMap *>(&params),
+                         const_cast<CallBackFunc *>(&callback)};
+    qt_metacall(QMetaObject::InvokeMetaMethod, index, arguments);
+}

@@ -1,0 +1,63 @@
+#include "framework/hostcallback.h"
+
+#include "framework/jsontext.h"
+#include "framework/zdeliverygate.h"
+#include "log/logline.h"
+
+using zelectronframeworkspace::IElectronCallback;
+using zelectronframeworkspace::kLengthNotGiven;
+
+namespace {
+
+void deliver(IElectronCallback *callback, const char *text, std::size_t length = kLengthNotGiven)
+{
+    if (!callback) {
+        return;
+    }
+    try {
+        callback->onCallback(text, length);
+    } catch (...) {
+        logError("onCallback", "exception from a host callback");
+    }
+}
+
+} // namespace
+
+void deliverReply(IElectronCallback &callback, const QByteArray &text)
+{
+    deliver(&callback, text.constData(), static_cast<std::size_t>(text.size()));
+}
+
+CallBackFunc asynCallCompletion(IElectronCallback *callback)
+{
+    return [callback, run = ZDeliveryGate::instance().currentRun()](const QVariantMap &reply) {
+        const ZDeliveryScope scope(run);
+        if (!scope) {
+            return;
+        }
+        const QByteArray text = jsonTextFromMap(reply);
+        deliver(callback, text.constData());
+        logInfo("operator()", "asynCall result:%1", {text});
+    };
+}
+
+CallBackFunc listenerCompletion(IElectronCallback *callback)
+{
+    return [callback](const QVariantMap &event) {
+        if (event.isEmpty()) {
+            deliver(callback, "{}"); // every account event
+            return;
+        }
+        deliver(callback, jsonTextFromMap(event).constData());
+    };
+}
+
+CallBackFunc taskCompletion(IElectronCallback *callback)
+{
+    return [callback, run = ZDeliveryGate::instance().currentRun()](const QVariantMap &message) {
+        const ZDeliveryScope scope(run);
+        if (scope) {
+            deliver(callback, jsonTextFromMap(message).constData());
+        }
+    };
+}

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "dispatch/callbackfunc.h"
+#include "zelectronframework/zelectronframework.h"
+
+#include <QByteArray>
+
+/// \file
+/// Turns the host's callback objects into completion functions. Each holds only the raw pointer,
+/// which may be null; none of them ever lets an exception of the host out.
+
+/// Delivers one text with its length to a callback that is not null.
+void deliverReply(zelectronframeworkspace::IElectronCallback &callback, const QByteArray &text);
+
+/// For asynCall: delivers the reply, then logs it. Refused once the framework was stopped.
+CallBackFunc asynCallCompletion(zelectronframeworkspace::IElectronCallback *callback);
+
+/// For addListener: delivers the event. Lives no longer than the subscription that holds it.
+CallBackFunc listenerCompletion(zelectronframeworkspace::IElectronCallback *callback);
+
+/// For registerCallbackFunc: delivers a task message. Refused once the framework was stopped.
+CallBackFunc taskCompletion(zelectronframeworkspace::IElectronCallback *callback);

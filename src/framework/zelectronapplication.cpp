@@ -1,0 +1,139 @@
+#include "framework/zelectronapplication.h"
+
+#include "account/zaccountsdkproxy.h"
+#include "dispatch/zeventmanager.h"
+#include "dispatch/zmethoddispatcher.h"
+#include "framework/zdeliverygate.h"
+#include "log/logline.h"
+#include "log/zelectronlogproxy.h"
+#include "meeting/zcallbackfuncmanager.h"
+#include "services/globalproxy.h"
+
+#include <memory>
+
+std::atomic<ZElectronApplication *> g_electronApp{nullptr};
+
+namespace {
+
+const auto kApp = QStringLiteral("app");
+const auto kAppName = QStringLiteral("appName");
+const auto kNetwork = QStringLiteral("network");
+const auto kProxy = QStringLiteral("proxy");
+
+const char *const kRequiredKeys[] = {"appName", "productName", "version", "localStoragePath"};
+
+} // namespace
+
+ZElectronApplication::ZElectronApplication(int &argc, char **argv) : QCoreApplication(argc, argv)
+{
+    // Qt fills this cache on first use without a lock; thread-safe methods read it on any thread.
+    applicationFilePath();
+
+    // Before the account library can register the type under the same name with code of its own,
+    // which would be gone after its unloading.
+    qRegisterMetaType<CallBackFunc>("CallBackFunc");
+
+    g_electronApp = this;
+}
+
+ZElectronApplication::~ZElectronApplication()
+{
+    g_electronApp = nullptr;
+}
+
+bool ZElectronApplication::initialize(const QVariantMap &params)
+{
+    m_initParams = params;
+    applyInitParams();
+
+    if (!g_logProxy) {
+        auto logProxy = std::make_unique<ZElectronLogProxy>();
+        logProxy->load(); // without the log library the proxy stays and writes nothing
+        g_logProxy = logProxy.release();
+    }
+    if (!checkParamsValid()) {
+        return false;
+    }
+
+    if (!m_accountSdkProxy) {
+        m_accountSdkProxy = new ZAccountSdkProxy(this);
+        if (!accountSdkProxy()->init(m_initParams)) {
+            return false;
+        }
+    }
+    if (!m_eventManager) {
+        m_eventManager = new ZEventManager(this);
+    }
+    if (!m_dispatcher) {
+        auto *dispatcher = new ZMethodDispatcher(this);
+        m_dispatcher = dispatcher;
+        if (!dispatcher->initHandlers()) {
+            return false;
+        }
+    }
+    if (!m_callbackFuncManager) {
+        m_callbackFuncManager = new ZCallbackFuncManager(this);
+    }
+    return true;
+}
+
+void ZElectronApplication::applyInitParams()
+{
+    setApplicationName(m_initParams.value(kApp).toMap().value(kAppName).toString());
+    setGlobalNetworkProxy(m_initParams.value(kNetwork).toMap().value(kProxy).toMap());
+}
+
+bool ZElectronApplication::checkParamsValid() const
+{
+    const QVariantMap app = m_initParams.value(kApp).toMap();
+    for (const char *key : kRequiredKeys) {
+        const auto found = app.constFind(QLatin1String(key));
+        if (found == app.constEnd()) {
+            logError("checkParamsValid", "init param lack %1 key", {key});
+            return false;
+        }
+        if (found->type() == QVariant::String && found->toString().isEmpty()) {
+            logError("checkParamsValid", "init param key %1 is empty", {key});
+            return false;
+        }
+    }
+    return true;
+}
+
+void ZElectronApplication::cleanup()
+{
+    // Every way to a member ends at a null pointer from here on. What library threads are doing
+    // with a member they had already reached is over when drain() returns.
+    ZMethodDispatcher *dispatcher = m_dispatcher.exchange(nullptr);
+    ZEventManager *eventManager = m_eventManager.exchange(nullptr);
+    ZAccountSdkProxy *accountSdkProxy = m_accountSdkProxy.exchange(nullptr);
+    m_callbackFuncManager = nullptr;
+    ZDeliveryGate::instance().drain();
+
+    delete dispatcher;
+    if (eventManager) {
+        eventManager->removeAllListeners();
+        delete eventManager;
+    }
+    if (accountSdkProxy) {
+        accountSdkProxy->shutdown();
+        delete accountSdkProxy;
+    }
+
+    // The account library has answered what it owed; whatever it still calls reaches nobody.
+    ZDeliveryGate::instance().close();
+    if (ZElectronLogProxy *logProxy = g_logProxy) {
+        logProxy->aboutToQuit();
+        delete logProxy;
+    }
+}
+
+bool ZElectronApplication::notify(QObject *receiver, QEvent *event)
+{
+    try {
+        return QCoreApplication::notify(receiver, event);
+    } catch (...) {
+        logError("notify", "exception from an event handler");
+        return false;
+    }
+}

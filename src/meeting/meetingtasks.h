@@ -1,0 +1,32 @@
+#pragma once
+
+#include "dispatch/callbackfunc.h"
+
+#include <QMap>
+#include <QString>
+
+#include <mutex>
+#include <optional>
+
+/// The host's callbacks of the meeting tasks, by task name.
+///
+/// Registered on the host's threads and triggered on library threads. Shared with every function
+/// object that the account library keeps, so that a late call finds it whatever else is gone.
+class MeetingTasks
+{
+public:
+    /// \return false when the task has a callback already, which stays.
+    bool add(const QString &task, const CallBackFunc &callback);
+
+    /// Calls the task's callback with {"dataType":task, "data":data}; "data" only when not empty.
+    /// \return whether a callback was called.
+    bool trigger(const QString &task, const QVariantMap &data) const;
+
+    void clear();
+
+private:
+    std::optional<CallBackFunc> find(const QString &task) const;
+
+    mutable std::mutex m_mutex; // guards m_callbacks; held over no callback
+    QMap<QString, CallBackFunc> m_callbacks;
+};

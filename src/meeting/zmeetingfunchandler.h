@@ -1,0 +1,39 @@
+#pragma once
+
+#include "dispatch/callbackfunc.h"
+
+#include <QObject>
+
+#include <memory>
+
+class MeetingTasks;
+
+/// Relays the office suite's meeting messages to the host's task callbacks.
+///
+/// Created by the callback registry on a thread of the host and deleted by it on the host thread.
+/// Messages and answers arrive on library threads. The account library keeps the function objects
+/// given to it for good, so they hold the task table and not this object, and they are refused once
+/// the framework was stopped.
+class ZMeetingFuncHandler : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Registers for the office suite's messages.
+    explicit ZMeetingFuncHandler(QObject *parent);
+    ~ZMeetingFuncHandler() override;
+
+    /// Each is false when its task has a callback already, which stays. The first, when it adds,
+    /// also asks the office suite for the current meeting.
+    bool registerEnterMeetingTask(const CallBackFunc &callback);
+    bool registerGetMeetingStatusTask(const CallBackFunc &callback);
+    bool registerCloseMeetingAppTask(const CallBackFunc &callback);
+
+    /// \return whether the request was submitted; its answer comes as an "enterMeeting" task.
+    bool getMeetingData();
+
+private:
+    void registerElectronMsgTask();
+
+    const std::shared_ptr<MeetingTasks> m_tasks;
+};

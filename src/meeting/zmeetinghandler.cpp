@@ -1,0 +1,58 @@
+#include "meeting/zmeetinghandler.h"
+
+#include "account/accountservices.h"
+#include "account/officetasks.h"
+#include "dispatch/reply.h"
+#include "framework/zdeliverygate.h"
+#include "meeting/officemessages.h"
+
+namespace {
+
+const auto kEvent = QStringLiteral("event");
+const auto kBusyType = QStringLiteral("busyType");
+const auto kData = QStringLiteral("data");
+
+/// Each final status gives one answer.
+bool answerStatus(int status, const QVariantMap &reply, const CallBackFunc &callback)
+{
+    if (status == kNoOfficeApp) {
+        return replyFail(callback, QStringLiteral("no office app"));
+    }
+    if (status < kTaskFinished) {
+        return false;
+    }
+    return isTaskGranted(taskResult(reply))
+               ? replySuccess(callback, {})
+               : replyFail(callback, QStringLiteral("changeMeetingStatus fail"));
+}
+
+} // namespace
+
+void ZMeetingHandler::changeMeetingStatus(const QVariantMap &params, const CallBackFunc &callback)
+{
+    // The test of the service comes before that of the parameters.
+    IScheduler *scheduler = accountService(&IAccountSdk::getScheduler);
+    if (!scheduler) {
+        replyFail(callback, QStringLiteral("scheduler is null"));
+        return;
+    }
+
+    const QString event = params.value(kEvent).toString();
+    const QString busyType = params.value(kBusyType).toString();
+    const QVariantMap data = params.value(kData).toMap();
+    if (data.isEmpty() || busyType.isEmpty() || event.isEmpty()) {
+        replyFail(callback, QStringLiteral("event, data or busyType is empty"));
+        return;
+    }
+
+    const QVariantMap message{
+        {kMsgType, kGetMeetingStatus}, {kEvent, event}, {kData, data}, {kBusyType, busyType}};
+    const TaskCallback completion = [callback, run = ZDeliveryGate::instance().currentRun()](
+                                        const int &status, const QVariantMap &reply) {
+        const ZDeliveryScope scope(run);
+        return scope && answerStatus(status, reply, callback);
+    };
+    if (!scheduler->submit(suiteAppIds(), kNotifyOffice, message, this, completion)) {
+        replyFail(callback, QStringLiteral("submit to office fail"));
+    }
+}

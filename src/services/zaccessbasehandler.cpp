@@ -1,0 +1,76 @@
+#include "services/zaccessbasehandler.h"
+
+#include "account/accountservices.h"
+#include "dispatch/reply.h"
+#include "dispatch/servicereply.h"
+#include "framework/jsontext.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace {
+
+const QLatin1String kThreadSafeMethods[] = {
+    QLatin1String("getDeviceInfo"),
+    QLatin1String("getDeviceNetworkStatus"),
+    QLatin1String("getDeviceHeader"),
+};
+
+/// Reaches the accessbase service, or answers that there is none.
+IAccessbaseService *accessbaseServiceOrReply(const CallBackFunc &callback)
+{
+    IAccessbaseService *service = accountService(&IAccountSdk::getAccessbaseService);
+    if (!service) {
+        replyFail(callback, QStringLiteral("accessbaseService is nullptr"));
+    }
+    return service;
+}
+
+/// {"header":{code:text, ...}}, each code's value as a text.
+QString headerRequest(const QVariantMap &codes)
+{
+    QVariantMap header;
+    for (auto code = codes.cbegin(); code != codes.cend(); ++code) {
+        header.insert(code.key(), code.value().toString());
+    }
+    return QString::fromUtf8(jsonTextFromMap({{QStringLiteral("header"), header}}));
+}
+
+} // namespace
+
+bool ZAccessbaseHandler::isThreadSafeMethod(const QString &method) const
+{
+    return std::find(std::begin(kThreadSafeMethods), std::end(kThreadSafeMethods), method) !=
+           std::end(kThreadSafeMethods);
+}
+
+void ZAccessbaseHandler::getDeviceInfo(const QVariantMap &, const CallBackFunc &callback)
+{
+    if (IAccessbaseService *service = accessbaseServiceOrReply(callback)) {
+        replySuccess(callback, serviceData(service->getDeviceInfo()));
+    }
+}
+
+void ZAccessbaseHandler::getDeviceNetworkStatus(const QVariantMap &, const CallBackFunc &callback)
+{
+    if (IAccessbaseService *service = accessbaseServiceOrReply(callback)) {
+        replySuccess(callback, serviceData(service->getDeviceNetworkStatus()));
+    }
+}
+
+void ZAccessbaseHandler::getDeviceHeader(const QVariantMap &params, const CallBackFunc &callback)
+{
+    // The test of the service comes before that of the parameters.
+    IAccessbaseService *service = accessbaseServiceOrReply(callback);
+    if (!service) {
+        return;
+    }
+
+    const QVariantMap codes = params.value(QStringLiteral("deviceCode")).toMap();
+    if (codes.isEmpty()) {
+        replyFail(callback, QStringLiteral("deviceCode is empty"));
+        return;
+    }
+
+    replySuccess(callback, serviceData(service->getDeviceHeader(headerRequest(codes))));
+}

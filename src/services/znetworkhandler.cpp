@@ -1,0 +1,45 @@
+#include "services/znetworkhandler.h"
+
+#include "account/accountservices.h"
+#include "dispatch/reply.h"
+#include "services/globalproxy.h"
+
+namespace {
+
+QVariantMap okData()
+{
+    return {{QStringLiteral("result"), QStringLiteral("ok")}};
+}
+
+} // namespace
+
+bool ZNetworkHandler::isThreadSafeMethod(const QString &) const
+{
+    return false; // the proxy is process-wide state of Qt, set on the host thread only
+}
+
+void ZNetworkHandler::updateProxyInfo(const QVariantMap &params, const CallBackFunc &callback)
+{
+    setGlobalNetworkProxy(params);
+    replySuccess(callback, okData());
+}
+
+void ZNetworkHandler::setCustomDomain(const QVariantMap &params, const CallBackFunc &callback)
+{
+    // The test of the parameters comes before that of the service.
+    if (params.isEmpty()) {
+        replyFail(callback, QStringLiteral("param is empty"));
+        return;
+    }
+
+    IDomainMgr *domainMgr = accountService(&IAccountSdk::getDomainMgr);
+    if (!domainMgr) {
+        replyFail(callback, QStringLiteral("domainMgr is null"));
+        return;
+    }
+
+    for (auto entry = params.cbegin(); entry != params.cend(); ++entry) {
+        domainMgr->setDomain(entry.key(), entry.value().toString());
+    }
+    replySuccess(callback, okData());
+}
