@@ -1,0 +1,60 @@
+#include "logstore.h"
+
+#include <cerrno>
+
+/// \file
+/// The exports of the log library. None lets an exception out or changes errno.
+
+using vemolog::LogStore;
+
+namespace {
+
+template <typename Function>
+void guarded(Function function) noexcept
+{
+    const int savedErrno = errno;
+    try {
+        function(LogStore::instance());
+    } catch (...) {
+        // Logging has nobody to tell: the line or the name is lost and the caller goes on.
+    }
+    errno = savedErrno;
+}
+
+} // namespace
+
+extern "C" {
+
+void writeMsg(const wchar_t *level, const wchar_t *module, const wchar_t *message)
+{
+    guarded([=](LogStore &store) { store.write(level, module, message); });
+}
+
+void explicitDefineLogName(const wchar_t *name)
+{
+    guarded([=](LogStore &store) { store.setLogName(name); });
+}
+
+const wchar_t *getVemoLogSavePath()
+{
+    const wchar_t *path = nullptr;
+    guarded([&path](LogStore &store) { path = store.savePath(); });
+    return path;
+}
+
+void explicitDefineProductNameForLogPath(const wchar_t *name)
+{
+    guarded([=](LogStore &store) { store.setProductName(name); });
+}
+
+void onAboutToQuit()
+{
+    guarded([](LogStore &store) { store.aboutToQuit(); });
+}
+
+zefstandin::LogControl *zefLogStandinControl()
+{
+    return &LogStore::instance();
+}
+
+} // extern "C"

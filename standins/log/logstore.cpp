@@ -1,0 +1,202 @@
+#include "logstore.h"
+
+#include "text.h"
+
+#include <chrono>
+#include <cstdio>
+#include <ctime>
+#include <filesystem>
+#include <thread>
+
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace vemolog {
+
+using zefstandin::LogLine;
+using Lock = std::lock_guard<std::mutex>;
+
+namespace {
+
+std::wstring textOrEmpty(const wchar_t *text)
+{
+    return text ? text : L"";
+}
+
+std::string utcTime()
+{
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    tm parts{};
+    gmtime_r(&now.tv_sec, &parts);
+    char seconds[32];
+    std::strftime(seconds, sizeof seconds, "%Y-%m-%dT%H:%M:%S", &parts);
+    char text[48];
+    std::snprintf(text, sizeof text, "%s.%03ldZ", seconds, now.tv_nsec / 1000000);
+    return text;
+}
+
+std::string callText(const char *name, const wchar_t *argument)
+{
+    return std::string(name) + ' ' + toUtf8(argument);
+}
+
+} // namespace
+
+LogStore &LogStore::instance()
+{
+    static auto *const store = new LogStore;
+    return *store;
+}
+
+void LogStore::write(const wchar_t *level, const wchar_t *module, const wchar_t *message)
+{
+    if (m_isSilent) {
+        return;
+    }
+    {
+        LogLine line{textOrEmpty(level), textOrEmpty(module), textOrEmpty(message),
+                     syscall(SYS_gettid)};
+        const Lock lock(m_mutex);
+        writeToFile(line);
+        m_lines.push_back(std::move(line));
+    }
+    const int delay = m_delayMilliseconds;
+    if (delay > 0) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(delay));
+    }
+}
+
+void LogStore::writeToFile(const LogLine &line)
+{
+    if (!m_file.isOpen()) {
+        const std::string folder = makeFolders();
+        if (folder.empty()) {
+            return;
+        }
+        m_file.open(folder + '/' + m_logName + ".log");
+    }
+    m_file.append(utcTime() + ' ' + escapedField(line.level) + ' ' + std::to_string(line.threadId) +
+                  ' ' + escapedField(line.module) + ' ' + escapedMessage(line.message) + '\n');
+}
+
+void LogStore::setLogName(const wchar_t *name)
+{
+    const Lock lock(m_mutex);
+    m_calls.push_back(callText("explicitDefineLogName", name));
+    m_logName = fileName(name, "log");
+    m_file.close();
+    // By default the product's name, which is part of the path, comes right after this one.
+    if (!m_givenBase.empty() || !m_product.empty()) {
+        makeFolders();
+    }
+}
+
+void LogStore::setProductName(const wchar_t *name)
+{
+    const Lock lock(m_mutex);
+    m_calls.push_back(callText("explicitDefineProductNameForLogPath", name));
+    m_product = fileName(name, "");
+    m_file.close();
+    makeFolders();
+}
+
+void LogStore::aboutToQuit()
+{
+    const Lock lock(m_mutex);
+    m_calls.emplace_back("onAboutToQuit");
+    m_file.close();
+}
+
+const wchar_t *LogStore::savePath()
+{
+    const Lock lock(m_mutex);
+    m_calls.emplace_back("getVemoLogSavePath");
+    makeFolders();
+    const std::string base = baseDirectory();
+    if (m_savePathIsNull || base.empty()) {
+        return nullptr;
+    }
+    return m_savePaths.insert(toWide(base)).first->c_str();
+}
+
+std::string LogStore::baseDirectory() const
+{
+    return m_givenBase.empty() ? defaultBaseDirectory(m_product) : m_givenBase;
+}
+
+/// Returns the folder that the file lies in, or nothing when it cannot be made.
+std::string LogStore::makeFolders() const
+{
+    std::string folder = baseDirectory();
+    if (!m_subdirectoryIsMissing && !folder.empty()) {
+        folder += '/' + executableName();
+    }
+    return makeFolder(folder) ? folder : std::string();
+}
+
+void LogStore::reset()
+{
+    m_isSilent = false;
+    m_delayMilliseconds = 0;
+    const Lock lock(m_mutex);
+    m_file.forget();
+    m_lines.clear();
+    m_calls.clear();
+    m_givenBase.clear();
+    m_subdirectoryIsMissing = false;
+    m_savePathIsNull = false;
+}
+
+void LogStore::setBaseDirectory(const std::string &directory)
+{
+    // A relative one is meant from here, also when the process moves to another folder later.
+    std::error_code error;
+    const std::filesystem::path path = std::filesystem::absolute(directory.c_str(), error);
+    const Lock lock(m_mutex);
+    m_givenBase = directory.empty() || error ? std::string() : path.string();
+    m_file.close();
+}
+
+void LogStore::setSubdirectoryMissing(bool missing)
+{
+    const Lock lock(m_mutex);
+    m_subdirectoryIsMissing = missing;
+    m_file.close();
+}
+
+void LogStore::setSavePathNull(bool null)
+{
+    const Lock lock(m_mutex);
+    m_savePathIsNull = null;
+}
+
+void LogStore::setSilent(bool silent)
+{
+    m_isSilent = silent;
+}
+
+void LogStore::setDelayMilliseconds(int milliseconds)
+{
+    m_delayMilliseconds = milliseconds;
+}
+
+std::vector<LogLine> LogStore::lines() const
+{
+    const Lock lock(m_mutex);
+    return m_lines;
+}
+
+std::vector<std::string> LogStore::calls() const
+{
+    const Lock lock(m_mutex);
+    return m_calls;
+}
+
+std::string LogStore::currentFile() const
+{
+    const Lock lock(m_mutex);
+    return m_file.path();
+}
+
+} // namespace vemolog
