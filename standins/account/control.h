@@ -1,0 +1,152 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// \file
+/// Scripts and reads back the stand-in of the account library (libzaccountlite.so). Used by tests
+/// and by the command-line host, which find zefAccountStandinControl with dlsym.
+///
+/// The control lives in libzaccountkeeper.so, which is never unmapped once it is loaded. Opening
+/// that library gives the control without loading the stand-in, so that the stand-in is really
+/// unloaded after a run; opening libzaccountlite.so itself keeps the stand-in loaded as well.
+/// Either way the control works before the first run, during it and after it.
+///
+/// Texts are UTF-8, maps are texts of one JSON object. README.md beside this file gives the shapes
+/// of scripts and states.
+
+namespace zefstandin {
+
+/// Where a delivery happens.
+enum class Thread {
+    caller,  ///< inside the call of the control
+    library, ///< on a thread of the library, or of the keeper when no library runs; queued
+    host     ///< on the thread of the core application; queued; needs one
+};
+
+/// What the weak reference handed to a message handler refers to.
+enum class MessageContext {
+    alive,     ///< an object that lives until the handler has returned
+    gone,      ///< an object that has been destroyed already
+    empty,     ///< nothing, it never referred to an object
+    nullObject ///< a live owner without an object: locking it gives null
+};
+
+/// One call that reached the library.
+struct Call
+{
+    std::string name;        ///< as in calls(), without the argument
+    std::string argument;    ///< JSON object, plain text or empty
+    std::string appIds;      ///< "submit" only: joined with ","
+    bool hasContext = false; ///< "submit" and "registerMessageTask": the context was not null
+    long threadId = 0;       ///< kernel id of the calling thread
+};
+
+/// A completion that a script holds back.
+struct HeldAnswer
+{
+    long id = 0;         ///< counts up, is never used again
+    std::string name;    ///< the operation or task, for example "loginCallback"
+    std::string params;  ///< JSON object
+    bool isTask = false; ///< a task callback, which takes a status as well
+};
+
+/// All functions are callable from any thread, but not while the library's uninit runs below them
+/// on the same thread. No lock is held while they call out.
+class AccountControl
+{
+public:
+    virtual ~AccountControl() = default;
+
+    /// Drops scripts, overlaid state, records, registered handlers and held answers, and restores
+    /// every mode below. A library that runs keeps its accounts.
+    virtual void reset() = 0;
+
+    /// Scripts one operation, getter, initialisation step or task until reset(); "{}" removes the
+    /// script. Goes before a script of the settings.
+    /// \return false when the operation is unknown or the text is not a valid script; nothing is
+    ///         changed then.
+    virtual bool script(const std::string &operation, const std::string &json) = 0;
+
+    /// Sets parts of the state, in the shape of the settings' "standin" object; keys that are left
+    /// out keep their values. Raises no signal. Without a running library it is kept; it goes over
+    /// the settings at every init until reset().
+    /// \return false when the text is not a JSON object.
+    virtual bool setState(const std::string &json) = 0;
+
+    /// The present state as JSON object: "currentUserId", "accounts", "domains", "settings" (those
+    /// given to init), "meetingStatus" (last report) and "running". After uninit: "running" false,
+    /// the others as they were.
+    virtual std::string state() const = 0;
+
+    /// Random misbehaviour of everything but the initialisation, repeatable by its seed; 0 ends it.
+    virtual void setHostile(unsigned seed) = 0;
+
+    /// For measurements: operations cost next to nothing, are not recorded and answer at once.
+    virtual void setNoCost(bool noCost) = 0;
+
+    /// Off, calls and answers are not recorded. On at first.
+    virtual void setRecording(bool recording) = 0;
+
+    /// Raises a signal of the notifier by its name, for example "cookieUpdated".
+    /// \return false when there is no such signal or no library runs.
+    virtual bool raiseSignal(const std::string &name, Thread thread) = 0;
+
+    /// Sends "notifyElectronMsg"/"meetingDataChanged" to the registered handlers, after uninit
+    /// also to those of the last run.
+    /// \return caller: how many handlers answered true; otherwise how many it was queued for; -1
+    ///         when the text is not a JSON object or the thread cannot be had.
+    virtual int sendMessage(const std::string &messageJson, Thread thread,
+                            MessageContext context) = 0;
+
+    /// Hands a map to the registered collect callbacks, after uninit also to those of the last run.
+    /// \return how many callbacks were called or queued; -1 as for sendMessage.
+    virtual int collect(const std::string &mapJson, Thread thread) = 0;
+
+    /// Writes a line through the log proxy that init was given, as module "zaccountlite".
+    /// \param level "info", "warning" or "error".
+    /// \return false when no library runs, it has no log proxy, or the level is unknown.
+    virtual bool writeLog(const std::string &level, const std::string &message, Thread thread) = 0;
+
+    /// The answers held back now, in order of arrival. They outlive uninit and unloading.
+    virtual std::vector<HeldAnswer> held() const = 0;
+
+    /// Gives a held answer as it was planned.
+    /// \return false when there is none of that id or the thread cannot be had.
+    virtual bool release(long id, Thread thread) = 0;
+
+    /// Gives a held answer with another status (tasks only) and reply; "" keeps the planned reply.
+    /// \param keep leaves it held, so that it can be given again.
+    virtual bool answerHeld(long id, Thread thread, int status, const std::string &replyJson,
+                            bool keep) = 0;
+
+    /// Gives all held answers as planned. \return how many.
+    virtual int releaseAll(Thread thread) = 0;
+
+    /// Forgets all held answers without giving them.
+    virtual void dropHeld() = 0;
+
+    /// The calls so far, in order, as "name" or "name argument": "InitInterface", "init",
+    /// "getScheduler", "submit grantAuthorizeCodeOffice {json}", "loginCallback {json}", "uninit".
+    virtual std::vector<std::string> calls() const = 0;
+
+    /// The same calls with their particulars. At most 200,000 are kept, the first ones.
+    virtual std::vector<Call> callRecords() const = 0;
+
+    /// The answers given, in order: "grantAuthorizeCodeOffice 50 false" (status and what the
+    /// callback returned), "loginCallback ok" (the reply's result), "meetingDataChanged true",
+    /// "collect"; ending in " threw" instead when an exception came out.
+    virtual std::vector<std::string> answers() const = 0;
+
+    /// Forgets calls and answers.
+    virtual void clearRecords() = 0;
+
+    /// Waits until nothing is queued or being delivered; held answers and timelines do not count.
+    /// \return false when the time has passed first.
+    virtual bool waitUntilIdle(int milliseconds) = 0;
+};
+
+} // namespace zefstandin
+
+/// The one control object of the process; never null, never deleted by the caller.
+extern "C" zefstandin::AccountControl *zefAccountStandinControl();
