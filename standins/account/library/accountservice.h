@@ -1,0 +1,48 @@
+#pragma once
+
+#include "account/iaccountsdk.h"
+#include "library/loginoperations.h"
+
+#include <mutex>
+#include <thread>
+#include <unordered_map>
+
+namespace zefstandin {
+
+/// The accounts behind a lock, and what the account service shows of them. Callable from any thread.
+class AccountService final : public IAccount
+{
+public:
+    AccountService();
+
+    void reserved0() override {}
+    bool isKeepOnline() override;
+    void reserved2() override {}
+    const QString &currentUserId() override;
+    const AccountAuthInfo &authInfo() override;
+    const AccountUserInfo &userInfo() override;
+    void reserved6() override {}
+    const QList<AccountListItem> &accountList() override;
+
+    void configure(const QVariantMap &standin);
+    QVariantMap description() const;
+    QString currentUser() const;
+    std::optional<Person> person(const QString &userId) const;
+    QString newCode(const QString &userId);
+    Outcome perform(const QString &operation, const QVariantMap &params);
+
+private:
+    using Lock = std::lock_guard<std::mutex>;
+    using SnapshotPointer = std::shared_ptr<const AccountSnapshot>;
+
+    const AccountSnapshot &pinned(const char *operation);
+
+    mutable std::mutex m_mutex; // guards everything below
+    Accounts m_accounts;
+    SnapshotPointer m_snapshot;
+    // References that were handed out stay valid, also while another thread changes the accounts:
+    // each thread keeps the last snapshots that it has seen.
+    std::unordered_map<std::thread::id, std::vector<SnapshotPointer>> m_pins;
+};
+
+} // namespace zefstandin

@@ -1,0 +1,73 @@
+#include "library/worker.h"
+
+#include <algorithm>
+
+namespace zefstandin {
+
+Worker::Worker() : m_thread([this] { run(); }) {}
+
+Worker::~Worker()
+{
+    stop();
+}
+
+void Worker::post(Job job, int delayMs)
+{
+    enqueue({std::move(job), Keeper::instance().busy()}, delayMs);
+}
+
+void Worker::postBackground(Job job, int delayMs)
+{
+    enqueue({std::move(job), nullptr}, delayMs);
+}
+
+void Worker::enqueue(Entry entry, int delayMs)
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (!m_hasEnded) {
+            const auto delay = std::chrono::milliseconds(std::max(delayMs, 0));
+            m_entries.emplace(Clock::now() + delay, std::move(entry));
+            m_wake.notify_one();
+            return;
+        }
+    }
+    entry.job(true);
+}
+
+void Worker::stop()
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_isStopping = true;
+        m_wake.notify_one();
+    }
+    if (m_thread.joinable())
+        m_thread.join();
+}
+
+void Worker::run()
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    while (!m_isStopping || !m_entries.empty()) {
+        if (m_entries.empty()) {
+            m_wake.wait(lock);
+            continue;
+        }
+        const auto first = m_entries.begin();
+        const Clock::time_point due = first->first;
+        if (!m_isStopping && due > Clock::now()) {
+            m_wake.wait_until(lock, due);
+            continue;
+        }
+        const Entry entry = std::move(first->second);
+        const bool isCancelled = m_isStopping;
+        m_entries.erase(first);
+        lock.unlock();
+        entry.job(isCancelled);
+        lock.lock();
+    }
+    m_hasEnded = true;
+}
+
+} // namespace zefstandin
