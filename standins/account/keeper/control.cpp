@@ -165,7 +165,7 @@ private:
 } // namespace
 
 /// The same object under a name that only the stand-in itself uses.
-AccountControl *keeperControl()
+__attribute__((visibility("default"))) AccountControl *keeperControl()
 {
     static AccountControl *const control = new ControlObject; // never destroyed, like the keeper
     return control;
@@ -173,7 +173,7 @@ AccountControl *keeperControl()
 
 } // namespace zefstandin
 
-zefstandin::AccountControl *zefAccountStandinControl()
+__attribute__((visibility("default"))) zefstandin::AccountControl *zefAccountStandinControl()
 {
     return zefstandin::keeperControl();
 }

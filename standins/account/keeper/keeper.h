@@ -36,8 +36,8 @@ struct MessageHandler
 /// While one exists, something is queued or being delivered.
 using Busy = std::shared_ptr<void>;
 
-/// What outlives the stand-in: scripts, modes, records, and the function objects that callers handed
-/// over. One object, created at first use and never destroyed. Callable from any thread.
+/// What outlives the stand-in: scripts, modes, records, and the function objects that callers
+/// handed over. One object, created at first use and never destroyed. Callable from any thread.
 class __attribute__((visibility("default"))) Keeper
 {
 public:

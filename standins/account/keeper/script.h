@@ -27,8 +27,8 @@ struct Script
     int releaseAfterMs = -1;
     bool dropAtUninit = false;
     int skip = 0;
-    int count = -1;     ///< how many calls it applies to; -1: all
-    quint64 noise = 0;  ///< not 0: what else to stir up, in hostile mode
+    int count = -1;    ///< how many calls it applies to; -1: all
+    quint64 noise = 0; ///< not 0: what else to stir up, in hostile mode
 
     /// Throws the scripted exception, if there is one.
     void throwIfScripted() const

@@ -138,7 +138,8 @@ std::vector<const char *> Accounts::setCurrent(const QString &userId)
     const Person *after = find(userId);
     std::vector<const char *> changes{"currentAccountChanged", "authInfoChanged",
                                       "userInfoChanged"};
-    if ((before ? before->item.companyId : QString()) != (after ? after->item.companyId : QString()))
+    if ((before ? before->item.companyId : QString()) !=
+        (after ? after->item.companyId : QString()))
         changes.push_back("companyInfoChanged");
     changes.push_back("cookieUpdated");
 

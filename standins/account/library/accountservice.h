@@ -9,7 +9,8 @@
 
 namespace zefstandin {
 
-/// The accounts behind a lock, and what the account service shows of them. Callable from any thread.
+/// The accounts behind a lock, and what the account service shows of them. Callable from any
+/// thread.
 class AccountService final : public IAccount
 {
 public:

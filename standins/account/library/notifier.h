@@ -1,6 +1,9 @@
 #pragma once
 
+#include <QMetaMethod>
 #include <QObject>
+
+#include <functional>
 
 namespace zefstandin {
 
@@ -8,6 +11,18 @@ namespace zefstandin {
 class Notifier : public QObject
 {
     Q_OBJECT
+
+public:
+    /// \param whenHeard called when somebody has connected to initFinished().
+    explicit Notifier(std::function<void()> whenHeard) : m_whenHeard(std::move(whenHeard)) {}
+
+    /// Raises a signal by its name, on this thread. \return false when there is none.
+    bool raise(const QByteArray &name)
+    {
+        const int index = metaObject()->indexOfSignal(name + "()");
+        return index >= metaObject()->methodOffset() &&
+               metaObject()->method(index).invoke(this, Qt::DirectConnection);
+    }
 
 Q_SIGNALS:
     void initFinished();
@@ -17,6 +32,16 @@ Q_SIGNALS:
     void companyInfoChanged();
     void accountListInfoChanged();
     void cookieUpdated();
+
+protected:
+    void connectNotify(const QMetaMethod &signal) override
+    {
+        if (signal == QMetaMethod::fromSignal(&Notifier::initFinished))
+            m_whenHeard();
+    }
+
+private:
+    const std::function<void()> m_whenHeard;
 };
 
 } // namespace zefstandin

@@ -1,0 +1,108 @@
+#include "library/loginservice.h"
+
+#include "jsontext.h"
+#include "keeper/delivery.h"
+#include "library/session.h"
+
+namespace zefstandin {
+
+void LoginService::loginCallback(const QVariantMap &params, const CallBackFunc &completion)
+{
+    start("loginCallback", params, completion);
+}
+
+void LoginService::logout(const QVariantMap &params, const CallBackFunc &completion)
+{
+    start("logout", params, completion);
+}
+
+void LoginService::switchAccount(const QVariantMap &params, const CallBackFunc &completion)
+{
+    start("switchAccount", params, completion);
+}
+
+void LoginService::upgradeAccount(const QVariantMap &params, const CallBackFunc &completion)
+{
+    start("upgradeAccount", params, completion);
+}
+
+void LoginService::downgradeAccount(const QVariantMap &params, const CallBackFunc &completion)
+{
+    start("downgradeAccount", params, completion);
+}
+
+void LoginService::updateAccountInfo(const QVariantMap &params, const CallBackFunc &completion)
+{
+    start("updateAccountInfo", params, completion);
+}
+
+void LoginService::getUrlWithAuthorizeCode(const QVariantMap &params,
+                                           const CallBackFunc &completion)
+{
+    start("getUrlWithAuthorizeCode", params, completion);
+}
+
+void LoginService::start(const char *operation, const QVariantMap &params,
+                         const CallBackFunc &completion)
+{
+    Keeper &keeper = Keeper::instance();
+    if (keeper.isNoCost()) {
+        deliver(operation, completion, {{"result", "ok"}});
+        return;
+    }
+
+    keeper.recordCall(operation, compactJson(params));
+    const Script script = keeper.decide(operation);
+    script.throwIfScripted();
+
+    const QString name = operation;
+    const auto job = [this, name, params, completion, script](bool isCancelled) {
+        finish(name, params, completion, script, isCancelled);
+    };
+    if (script.inCaller || m_session.answersInline())
+        job(false);
+    else
+        m_session.accountWorker().post(job, script.delayMs);
+    m_session.stir(script.noise);
+}
+
+void LoginService::finish(const QString &operation, const QVariantMap &params,
+                          const CallBackFunc &completion, const Script &script, bool isCancelled)
+{
+    QVariantMap reply;
+    if (isCancelled)
+        reply = failReply("cancelled");
+    else if (script.refuse)
+        reply = failReply("refused");
+    else if (script.reply)
+        reply = *script.reply;
+    else
+        reply = perform(operation, params);
+
+    if (isCancelled && script.dropAtUninit)
+        return;
+    if (script.hold) {
+        PlannedAnswer answer;
+        answer.name = operation;
+        answer.params = params;
+        answer.completion = completion;
+        answer.reply = reply;
+        Keeper::instance().hold(answer, script.releaseAfterMs);
+        return;
+    }
+    for (int i = 0; i < script.times; ++i)
+        deliver(operation, completion, reply);
+}
+
+QVariantMap LoginService::perform(const QString &operation, const QVariantMap &params)
+{
+    const Outcome outcome = m_session.accounts().perform(operation, params);
+    const auto changesCookies = [](const char *name) { return !qstrcmp(name, "cookieUpdated"); };
+    if (std::any_of(outcome.signalNames.begin(), outcome.signalNames.end(), changesCookies))
+        m_session.cookies().setSession(m_session.accounts().currentUser());
+    for (const char *name : outcome.signalNames)
+        m_session.raiseNow(name);
+    return outcome.reply;
+}
+
+} // namespace zefstandin

@@ -1,0 +1,102 @@
+#pragma once
+
+#include "library/accessbase.h"
+#include "library/accountservice.h"
+#include "library/cookiefactory.h"
+#include "library/loginservice.h"
+#include "library/messages.h"
+#include "library/notifier.h"
+#include "library/office.h"
+#include "library/signservice.h"
+#include "library/worker.h"
+
+namespace zefstandin {
+
+/// Keeps the collect callbacks.
+class InfoCollectHandler final : public IInfoCollectHandler
+{
+public:
+    void reserved0() override {}
+    bool registerCollectCallback(const CallBackFunc &callback) override;
+};
+
+/// Records the domains.
+class DomainMgr final : public IDomainMgr
+{
+public:
+    void setDomain(const QString &key, const QString &value) override;
+    QVariantMap domains() const;
+
+private:
+    mutable std::mutex m_mutex; // guards m_domains
+    QVariantMap m_domains;
+};
+
+/// Everything between init and uninit of the root interface: state, services and the two threads.
+/// Made and deleted on the host thread; everything else callable from any thread.
+class Session final : public LibraryHooks
+{
+public:
+    Session(const QVariantMap &settings, IZElectronLogProxy *logProxy);
+
+    /// Answers what is still owed, as cancelled, and ends the threads.
+    ~Session();
+
+    AccountService &accounts() { return m_accounts; }
+    CookieFactory &cookies() { return m_cookies; }
+    Worker &accountWorker() { return m_accountWorker; }
+    Worker &officeWorker() { return m_officeWorker; }
+    bool answersInline() const { return m_answersInline; }
+
+    Notifier *notifier() { return &m_notifier; }
+    IScheduler *scheduler() { return &m_office; }
+    IMessageTaskRegistry *messages() { return &m_messages; }
+    ILoginService *login() { return &m_login; }
+    ISignService *sign() { return &m_sign; }
+    IInfoCollectHandler *infoCollect() { return &m_infoCollect; }
+    IAccessbaseService *accessbase() { return &m_accessbase; }
+    IDomainMgr *domainMgr() { return &m_domainMgr; }
+
+    /// Raises a signal on this thread.
+    bool raiseNow(const QByteArray &name);
+
+    /// Hostile mode: one more signal and message that nobody asked for. 0 does nothing.
+    void stir(quint64 noise);
+
+    /// Runs \a job here, on \a worker or on the host thread.
+    void run(Thread thread, Worker &worker, const std::function<void()> &job);
+
+    bool raiseSignal(const QByteArray &name, Thread thread) override;
+    int sendMessage(const QVariantMap &message, Thread thread, MessageContext context) override;
+    int collect(const QVariantMap &map, Thread thread) override;
+    bool writeLog(const QString &level, const QString &message, Thread thread) override;
+    void applyState(const QVariantMap &standin) override;
+    QVariantMap state() override;
+
+private:
+    void startTimeline(const QVariantList &timeline);
+    void announce();
+    void note(const QString &message);
+
+    const QVariantMap m_settings;
+    IZElectronLogProxy *const m_logProxy;
+    bool m_isTalkative = false;
+    int m_announceAfterMs = 0;
+    std::atomic<bool> m_isAnnounced{false};
+    std::atomic<bool> m_answersInline{false};
+    Notifier m_notifier;
+    AccountService m_accounts;
+    CookieFactory m_cookies;
+    SignService m_sign;
+    Accessbase m_accessbase;
+    DomainMgr m_domainMgr;
+    InfoCollectHandler m_infoCollect;
+    LoginService m_login;
+    Office m_office;
+    Messages m_messages;
+    // Last, so that nothing is missing while they run.
+    Worker m_accountWorker;
+    Worker m_officeWorker;
+};
+
+} // namespace zefstandin
