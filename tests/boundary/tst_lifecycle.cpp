@@ -1,0 +1,292 @@
+#include "support/loadedlibrary.h"
+#include "support/recorder.h"
+
+#include <QDir>
+#include <QtTest>
+
+#include <atomic>
+#include <set>
+#include <vector>
+
+using zelectronframeworkspace::IElectronFramework;
+
+class tst_Lifecycle : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    // before, between and after runs
+    void everyThreadGetsTheSameObject();
+    void everythingIsRefusedUnlessRunning();
+    void nullSettingsStartNothing();
+    void secondInitStartsNothing();
+    void restartsLeaveNothingBehind();
+
+    // start-up that fails
+    void badSettingsAreReported_data();
+    void badSettingsAreReported();
+    void failingAccountLibraryFailsInit_data();
+    void failingAccountLibraryFailsInit();
+    void unusualValuesPass();
+
+    // order of start and shutdown
+    void startAndShutdownGoInOrder();
+    void uninitRunsQueuedMethodsFirst();
+    void uninitInsideCallbackIsRefused();
+
+private:
+    void verifyRefused();
+
+    LoadedLibrary &m_library = LoadedLibrary::instance();
+    IElectronFramework &m_framework = m_library.framework();
+};
+
+void tst_Lifecycle::init()
+{
+    m_library.log().reset();
+    m_library.account().reset();
+}
+
+void tst_Lifecycle::cleanup()
+{
+    m_framework.uninit();
+}
+
+void tst_Lifecycle::everyThreadGetsTheSameObject()
+{
+    std::vector<std::thread> threads;
+    std::atomic<int> same{0};
+    for (int i = 0; i < 16; ++i) {
+        threads.emplace_back(
+            [&] { same += &LoadedLibrary::instance().framework() == &m_framework; });
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    QCOMPARE(same.load(), 16);
+}
+
+void tst_Lifecycle::verifyRefused()
+{
+    Recorder recorder;
+    QVERIFY(!m_framework.uninit());
+    QVERIFY(!m_framework.call("utils.getLogPath", "{}", &recorder));
+    QVERIFY(!m_framework.asynCall("utils.getLogPath", "{}", &recorder));
+    QVERIFY(!m_framework.registerCallbackFunc("meetingDataChangeTask", &recorder));
+    QCOMPARE(m_framework.addListener("account.cookieUpdated", &recorder), 0u);
+    m_framework.removeListener(1);
+    QCOMPARE(recorder.count(), std::size_t(0));
+}
+
+void tst_Lifecycle::everythingIsRefusedUnlessRunning()
+{
+    verifyRefused();
+    QVERIFY(m_library.start());
+    QVERIFY(m_framework.uninit());
+    verifyRefused();
+}
+
+void tst_Lifecycle::nullSettingsStartNothing()
+{
+    QVERIFY(!m_framework.init(nullptr));
+    verifyRefused();
+}
+
+void tst_Lifecycle::secondInitStartsNothing()
+{
+    QVERIFY(m_library.start());
+    m_library.log().reset();
+    QVERIFY(m_framework.init("not JSON"));
+    QVERIFY(m_framework.init(nullptr));
+    QVERIFY(m_library.log().calls().empty());
+}
+
+void tst_Lifecycle::restartsLeaveNothingBehind()
+{
+    const auto entries = [](const char *folder) {
+        return QDir(folder)
+            .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)
+            .size();
+    };
+    std::set<std::thread::id> hostThreads;
+    int files = 0;
+    int threads = 0;
+    for (int run = 0; run < 200; ++run) {
+        QVERIFY(m_library.start());
+        Recorder recorder;
+        QVERIFY(m_framework.asynCall("utils.unknown", "{}", &recorder));
+        hostThreads.insert(recorder.take().thread);
+        QVERIFY(m_framework.uninit());
+        if (run == 10) {
+            files = entries("/proc/self/fd");
+            threads = entries("/proc/self/task");
+        }
+    }
+    QVERIFY(!hostThreads.count(std::this_thread::get_id()));
+    QCOMPARE(entries("/proc/self/fd"), files);
+    // The last thread may still be on its way out of the kernel.
+    QTRY_COMPARE(entries("/proc/self/task"), threads);
+}
+
+void tst_Lifecycle::badSettingsAreReported_data()
+{
+    QTest::addColumn<QByteArray>("settings");
+    QTest::addColumn<QByteArray>("message");
+
+    const QByteArray lacksName = "Error checkParamsValid init param lack appName key";
+    QTest::newRow("empty text") << QByteArray("") << lacksName;
+    QTest::newRow("no JSON") << QByteArray("{") << lacksName;
+    QTest::newRow("a list") << QByteArray("[1]") << lacksName;
+    QTest::newRow("no app") << QByteArray("{}") << lacksName;
+    QTest::newRow("app is no object") << QByteArray(R"({"app":5})") << lacksName;
+    QTest::newRow("first of several") << QByteArray(R"({"app":{"appName":"a"}})")
+                                      << QByteArray("Error checkParamsValid init param lack "
+                                                    "productName key");
+    QTest::newRow("last one lacks")
+        << QByteArray(R"({"app":{"appName":"a","productName":"p","version":5}})")
+        << QByteArray("Error checkParamsValid init param lack localStoragePath key");
+    QTest::newRow("empty value") << QByteArray(
+                                        R"({"app":{"appName":"a","productName":"p","version":"",)"
+                                        R"("localStoragePath":""}})")
+                                 << QByteArray(
+                                        "Error checkParamsValid init param key version is empty");
+}
+
+void tst_Lifecycle::badSettingsAreReported()
+{
+    QFETCH(QByteArray, settings);
+    QFETCH(QByteArray, message);
+
+    QVERIFY(!m_framework.init(settings));
+    QCOMPARE(m_library.logLines(), std::vector<std::string>{message.toStdString()});
+    QVERIFY(m_library.account().calls().empty());
+
+    Recorder recorder;
+    QVERIFY(!m_framework.call("utils.getLogPath", "{}", &recorder));
+    QVERIFY(!m_framework.asynCall("utils.getLogPath", "{}", &recorder));
+    QCOMPARE(m_framework.addListener("account.cookieUpdated", &recorder), 0u);
+    QVERIFY(!m_framework.registerCallbackFunc("meetingDataChangeTask", &recorder));
+    QVERIFY(m_library.start()); // runs already, though not initialised
+    QVERIFY(!m_framework.call("utils.getLogPath", "{}", &recorder));
+
+    QVERIFY(m_framework.uninit());
+    QVERIFY(m_library.start());
+    QVERIFY(m_framework.call("utils.getLogPath", "{}", nullptr));
+}
+
+void tst_Lifecycle::failingAccountLibraryFailsInit_data()
+{
+    QTest::addColumn<QByteArray>("operation");
+    QTest::addColumn<QByteArray>("script");
+    QTest::addColumn<QByteArray>("calls"); // what reaches the library until uninit has returned
+
+    QTest::newRow("InitInterface")
+        << QByteArray("InitInterface") << QByteArray(R"({"refuse":true})")
+        << QByteArray("InitInterface UninitInterface");
+    QTest::newRow("GetInterface") << QByteArray("GetInterface") << QByteArray(R"({"refuse":true})")
+                                  << QByteArray("InitInterface GetInterface UninitInterface");
+    QTest::newRow("null interface") << QByteArray("GetInterface") << QByteArray(R"({"null":true})")
+                                    << QByteArray("InitInterface GetInterface UninitInterface");
+    QTest::newRow("init") << QByteArray("init") << QByteArray(R"({"refuse":true})")
+                          << QByteArray("InitInterface GetInterface init uninit UninitInterface");
+    QTest::newRow("init throws") << QByteArray("init") << QByteArray(R"({"throw":"broken"})")
+                                 << QByteArray(
+                                        "InitInterface GetInterface init uninit UninitInterface");
+}
+
+void tst_Lifecycle::failingAccountLibraryFailsInit()
+{
+    QFETCH(QByteArray, operation);
+    QFETCH(QByteArray, script);
+    QFETCH(QByteArray, calls);
+
+    QVERIFY(m_library.account().script(operation.toStdString(), script.toStdString()));
+    QVERIFY(!m_library.start());
+    Recorder recorder;
+    QVERIFY(!m_framework.call("utils.getLogPath", "{}", &recorder));
+    QCOMPARE(m_framework.addListener("account.cookieUpdated", &recorder), 0u);
+    QVERIFY(m_framework.uninit());
+
+    QByteArrayList names;
+    for (const zefstandin::Call &call : m_library.account().callRecords()) {
+        names.append(QByteArray::fromStdString(call.name));
+    }
+    QCOMPARE(names.join(' '), calls);
+
+    m_library.account().reset();
+    QVERIFY(m_library.start());
+}
+
+void tst_Lifecycle::unusualValuesPass()
+{
+    QVERIFY(m_framework.init(R"({"app":{"appName":"a","productName":[],"version":5,)"
+                             R"("localStoragePath":null}})"));
+}
+
+void tst_Lifecycle::startAndShutdownGoInOrder()
+{
+    QVERIFY(m_library.start());
+    QCOMPARE(m_library.log().calls(),
+             (std::vector<std::string>{"explicitDefineLogName zefTest",
+                                       "explicitDefineProductNameForLogPath zefTest"}));
+    QCOMPARE(m_library.logLines(), std::vector<std::string>{"Info init init account success"});
+
+    QVERIFY(m_framework.uninit());
+    QCOMPARE(m_library.log().calls().back(), std::string("onAboutToQuit"));
+    const auto calls = m_library.account().calls();
+    QCOMPARE(calls.at(calls.size() - 2), std::string("uninit"));
+    QCOMPARE(calls.back(), std::string("UninitInterface"));
+    QFile maps("/proc/self/maps");
+    QVERIFY(maps.open(QIODevice::ReadOnly));
+    QVERIFY(!maps.readAll().contains("libzaccountlite.so"));
+
+    m_library.log().reset();
+    QVERIFY(!m_framework.init("{}"));
+    QCOMPARE(m_library.log().calls().front(), std::string("explicitDefineLogName electronApp"));
+}
+
+void tst_Lifecycle::uninitRunsQueuedMethodsFirst()
+{
+    QVERIFY(m_library.start());
+    Recorder recorder;
+    for (int i = 0; i < 1000; ++i) {
+        QVERIFY(m_framework.asynCall("accessbase.getDeviceInfo", "{}", &recorder));
+    }
+    QVERIFY(m_framework.asynCall("nowhere.method", "{}", &recorder));
+    QVERIFY(m_framework.uninit());
+
+    for (int i = 0; i < 1000; ++i) {
+        QVERIFY(recorder.text(0).contains(R"("result":"ok")"));
+    }
+    QCOMPARE(recorder.text(0), QByteArray(R"({"msg":"nowhere not found","result":"fail"})"));
+}
+
+void tst_Lifecycle::uninitInsideCallbackIsRefused()
+{
+    QVERIFY(m_library.start());
+    Recorder recorder;
+    std::atomic<int> refused{0};
+    recorder.runInside([&] { refused += !m_framework.uninit(); });
+
+    QVERIFY(m_framework.asynCall("nowhere.method", "{}", &recorder)); // host thread
+    recorder.take();
+    QVERIFY(m_framework.registerCallbackFunc("meetingDataChangeTask", &recorder));
+    m_library.account().sendMessage(R"({"msgType":"getMeetingStatus"})",
+                                    zefstandin::Thread::library, zefstandin::MessageContext::alive);
+    QVERIFY(m_library.account().waitUntilIdle(10000));
+    while (recorder.count()) {
+        recorder.take();
+    }
+
+    QVERIFY(refused >= 2);
+    const auto lines = m_library.logLines();
+    QVERIFY(std::count(lines.begin(), lines.end(),
+                       "Error uninit refused inside a callback of the library") == refused);
+    QVERIFY(m_framework.uninit());
+}
+
+QTEST_APPLESS_MAIN(tst_Lifecycle)
+#include "tst_lifecycle.moc"

@@ -1,0 +1,345 @@
+#include "support/hostfixture.h"
+
+#include <QtTest>
+
+#include <atomic>
+
+using zefstandin::MessageContext;
+using zefstandin::Thread;
+
+class tst_Meeting : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    // registration
+    void typesAreChecked();
+    void firstCallbackStays();
+    void collectCallbackGoesToTheLibrary();
+
+    // office messages
+    void messagesBecomeTasks_data();
+    void messagesBecomeTasks();
+    void lostMessagesAreRefused();
+    void meetingDataIsAskedFor_data();
+    void meetingDataIsAskedFor();
+
+    // status report
+    void statusIsReported_data();
+    void statusIsReported();
+    void incompleteStatusIsRefused_data();
+    void incompleteStatusIsRefused();
+
+    // shutdown
+    void uninitWaitsForARunningTask();
+    void nothingArrivesAfterUninit();
+
+private:
+    bool registerTask(Recorder *recorder)
+    {
+        return m_host.framework.registerCallbackFunc("meetingDataChangeTask", recorder);
+    }
+    int send(const QByteArray &message, MessageContext context = MessageContext::alive)
+    {
+        return m_host.library.account().sendMessage(message.toStdString(), Thread::caller, context);
+    }
+
+    HostFixture m_host;
+};
+
+void tst_Meeting::init()
+{
+    QVERIFY(m_host.start());
+    QVERIFY(m_host.script("notifyOfficeMsg/enterMeeting", R"({"statuses":[101]})"));
+}
+
+void tst_Meeting::cleanup()
+{
+    m_host.framework.uninit();
+}
+
+void tst_Meeting::typesAreChecked()
+{
+    m_host.library.log().reset();
+    Recorder recorder;
+    auto &framework = m_host.framework;
+    QVERIFY(!framework.registerCallbackFunc("MeetingDataChangeTask", &recorder));
+    QVERIFY(!framework.registerCallbackFunc("", &recorder));
+    QVERIFY(!framework.registerCallbackFunc(nullptr, nullptr));
+    const std::string line = "Error registerCallbackFunc typeName is not supported";
+    QCOMPARE(m_host.library.logLines(), (std::vector<std::string>{line, line, line}));
+
+    QVERIFY(m_host.script("getInfoCollectHandler", R"({"refuse":true})"));
+    QVERIFY(!framework.registerCallbackFunc("accountInfoCollectTask", &recorder));
+    QCOMPARE(m_host.library.logLines().back(),
+             std::string("Error _registerAccountInfoCollectTask getInfoCollectHandler failed"));
+}
+
+void tst_Meeting::firstCallbackStays()
+{
+    Recorder first;
+    Recorder second;
+    QVERIFY(registerTask(&first));
+    QVERIFY(registerTask(&second));
+    QVERIFY(registerTask(nullptr));
+    QCOMPARE(send(R"({"msgType":"getMeetingStatus"})"), 1);
+    QCOMPARE(first.text(0), QByteArray(R"({"dataType":"getMeetingStatus"})"));
+    QCOMPARE(m_host.argumentsOf("submit notifyOfficeMsg"),
+             QByteArrayList{R"({"msgType":"enterMeeting"})"});
+}
+
+void tst_Meeting::collectCallbackGoesToTheLibrary()
+{
+    Recorder recorder;
+    auto &framework = m_host.framework;
+    QVERIFY(framework.registerCallbackFunc("accountInfoCollectTask", &recorder));
+    m_host.library.account().collect(R"({"own":{"map":1}})", Thread::caller);
+    QCOMPARE(recorder.text(0), QByteArray(R"({"own":{"map":1}})"));
+
+    QVERIFY(m_host.script("registerCollectCallback", R"({"refuse":true})"));
+    m_host.library.log().reset();
+    QVERIFY(!framework.registerCallbackFunc("accountInfoCollectTask", &recorder));
+    QVERIFY(m_host.library.logLines().empty());
+}
+
+void tst_Meeting::messagesBecomeTasks_data()
+{
+    QTest::addColumn<QByteArray>("message");
+    QTest::addColumn<QByteArray>("task"); // empty: refused
+    QTest::addColumn<QByteArray>("line");
+
+    QTest::newRow("enter")
+        << QByteArray(R"({"msgType":"enterMeeting","meetingUrl":"u%2","accessCode":"%1"})")
+        << QByteArray(R"({"data":{"accessCode":"%1","meetingUrl":"u%2"},)"
+                      R"("dataType":"enterMeeting"})")
+        << QByteArray("operator() meeting data changed meetingUrl:u%2, "
+                      "accessCode:%1");
+    QTest::newRow("enter without code")
+        << QByteArray(R"({"msgType":"enterMeeting","meetingUrl":"u"})")
+        << QByteArray(R"({"data":{"accessCode":"","meetingUrl":"u"},)"
+                      R"("dataType":"enterMeeting"})")
+        << QByteArray("operator() meeting data changed "
+                      "meetingUrl:u, accessCode:");
+    QTest::newRow("enter with nothing")
+        << QByteArray(R"({"msgType":"enterMeeting","accessCode":{}})") << QByteArray()
+        << QByteArray("operator() accessCode & meetingUrl is empty");
+    QTest::newRow("status") << QByteArray(R"({"msgType":"getMeetingStatus","more":1})")
+                            << QByteArray(R"({"dataType":"getMeetingStatus"})")
+                            << QByteArray(
+                                   "operator() getMeetingStatus: notify to get meeting status");
+    QTest::newRow("close") << QByteArray(R"({"msgType":"closeMeetingApp","logoutAccount":true})")
+                           << QByteArray(
+                                  R"({"data":{"logoutAccount":true},"dataType":"closeMeetingApp"})")
+                           << QByteArray("operator() closeInMeeting: notify to close meeting, "
+                                         "logoutAccount:1");
+    QTest::newRow("close without flag") << QByteArray(R"({"msgType":"closeMeetingApp"})")
+                                        << QByteArray(R"({"data":{"logoutAccount":false},)"
+                                                      R"("dataType":"closeMeetingApp"})")
+                                        << QByteArray("operator() closeInMeeting: notify to close "
+                                                      "meeting, logoutAccount:0");
+    QTest::newRow("other case") << QByteArray(R"({"msgType":"EnterMeeting","meetingUrl":"u"})")
+                                << QByteArray()
+                                << QByteArray("operator() msgType: EnterMeeting not support");
+    QTest::newRow("unknown") << QByteArray(R"({"msgType":"%1"})") << QByteArray()
+                             << QByteArray("operator() msgType: %1 not support");
+    QTest::newRow("no type") << QByteArray("{}") << QByteArray()
+                             << QByteArray("operator() msgType:  not support");
+}
+
+void tst_Meeting::messagesBecomeTasks()
+{
+    QFETCH(QByteArray, message);
+    QFETCH(QByteArray, task);
+    QFETCH(QByteArray, line);
+
+    Recorder recorder;
+    QVERIFY(registerTask(&recorder));
+    QVERIFY(m_host.library.account().waitUntilIdle(10000));
+    m_host.library.log().reset();
+    QCOMPARE(send(message), task.isEmpty() ? 0 : 1);
+
+    std::vector<std::string> lines{"Info " + line.toStdString()};
+    if (!task.isEmpty()) {
+        const Recorder::Delivery delivery = recorder.take(0);
+        QCOMPARE(delivery.text, task);
+        QCOMPARE(delivery.length, zelectronframeworkspace::kLengthNotGiven);
+        QVERIFY(delivery.thread == std::this_thread::get_id());
+        const QString type = QJsonDocument::fromJson(task).object().value("dataType").toString();
+        lines.push_back("Info triggerTask trigger task: " + type.toStdString());
+    }
+    QCOMPARE(m_host.library.logLines(), lines);
+}
+
+void tst_Meeting::lostMessagesAreRefused()
+{
+    Recorder recorder;
+    QVERIFY(registerTask(&recorder));
+    QVERIFY(m_host.library.account().waitUntilIdle(10000));
+    m_host.library.log().reset();
+    const QByteArray message = R"({"msgType":"getMeetingStatus"})";
+    QCOMPARE(send(message, MessageContext::gone), 0);
+    QCOMPARE(send(message, MessageContext::empty), 0);
+    QVERIFY(m_host.library.logLines().empty());
+    QCOMPARE(send(message, MessageContext::nullObject), 0);
+    QCOMPARE(m_host.library.logLines(),
+             std::vector<std::string>{"Info operator() contextPtr is null"});
+}
+
+void tst_Meeting::meetingDataIsAskedFor_data()
+{
+    QTest::addColumn<QByteArray>("script");
+    QTest::addColumn<QByteArray>("task"); // empty: none
+    QTest::addColumn<QByteArray>("line"); // empty: none
+
+    const QByteArray entered =
+        R"({"data":{"accessCode":"","meetingUrl":""},"dataType":"enterMeeting"})";
+    QTest::newRow("granted")
+        << QByteArray(R"({"statuses":[50,100],"reply":{"taskResult":{"bResult":true}}})") << entered
+        << QByteArray("triggerTask trigger task: enterMeeting");
+    QTest::newRow("inside the request")
+        << QByteArray(
+               R"({"thread":"caller","statuses":[100],"reply":{"taskResult":{"bResult":true}}})")
+        << entered << QByteArray("triggerTask trigger task: enterMeeting");
+    QTest::newRow("refused") << QByteArray(
+                                    R"({"statuses":[100],"reply":{"taskResult":{"bResult":0}}})")
+                             << QByteArray()
+                             << QByteArray("operator() getMeetingData ret result fail");
+    QTest::newRow("no application") << QByteArray(R"({"statuses":[101]})") << QByteArray()
+                                    << QByteArray("operator() OfficeAppNotExist");
+    QTest::newRow("not finished") << QByteArray(R"({"statuses":[-5,99]})") << QByteArray()
+                                  << QByteArray();
+    QTest::newRow("not submitted")
+        << QByteArray(R"({"refuse":true})") << QByteArray() << QByteArray();
+}
+
+void tst_Meeting::meetingDataIsAskedFor()
+{
+    QFETCH(QByteArray, script);
+    QFETCH(QByteArray, task);
+    QFETCH(QByteArray, line);
+
+    m_host.library.log().reset();
+    QVERIFY(m_host.script("notifyOfficeMsg/enterMeeting", script));
+    Recorder recorder;
+    QVERIFY(registerTask(&recorder));
+    QVERIFY(m_host.library.account().waitUntilIdle(10000));
+    if (!task.isEmpty()) {
+        QCOMPARE(recorder.text(0), task);
+    }
+    QCOMPARE(m_host.library.logLines(),
+             line.isEmpty() ? std::vector<std::string>{}
+                            : std::vector<std::string>{"Info " + line.toStdString()});
+}
+
+void tst_Meeting::statusIsReported_data()
+{
+    QTest::addColumn<QByteArray>("script");
+    QTest::addColumn<QByteArray>("reply");
+
+    QTest::newRow("accepted")
+        << QByteArray(R"({"statuses":[20,100],"reply":{"taskResult":{"bResult":true}}})")
+        << QByteArray(R"({"msg":"success","result":"ok"})");
+    QTest::newRow("not accepted") << QByteArray(R"({"statuses":[102],"reply":{}})")
+                                  << failure("changeMeetingStatus fail");
+    QTest::newRow("no application")
+        << QByteArray(R"({"statuses":[101],"reply":{"taskResult":{"bResult":true}}})")
+        << failure("no office app");
+    QTest::newRow("not submitted")
+        << QByteArray(R"({"refuse":true})") << failure("submit to office fail");
+}
+
+void tst_Meeting::statusIsReported()
+{
+    QFETCH(QByteArray, script);
+    QFETCH(QByteArray, reply);
+
+    QVERIFY(m_host.script("notifyOfficeMsg/getMeetingStatus", script));
+    QCOMPARE(m_host.asynCall("meeting.changeMeetingStatus",
+                             R"({"event":"e","busyType":7,"data":{"d":[1]},"more":1})"),
+             reply);
+    QCOMPARE(m_host.argumentsOf("submit notifyOfficeMsg"),
+             QByteArrayList{R"({"busyType":"7","data":{"d":[1]},"event":"e",)"
+                            R"("msgType":"getMeetingStatus"})"});
+}
+
+void tst_Meeting::incompleteStatusIsRefused_data()
+{
+    QTest::addColumn<QByteArray>("params");
+
+    QTest::newRow("nothing") << QByteArray("{}");
+    QTest::newRow("no event") << QByteArray(R"({"busyType":"b","data":{"d":1}})");
+    QTest::newRow("empty busyType") << QByteArray(R"({"event":"e","busyType":"","data":{"d":1}})");
+    QTest::newRow("data is a text") << QByteArray(R"({"event":"e","busyType":"b","data":"d"})");
+    QTest::newRow("empty data") << QByteArray(R"({"event":"e","busyType":"b","data":{}})");
+}
+
+void tst_Meeting::incompleteStatusIsRefused()
+{
+    QFETCH(QByteArray, params);
+
+    QCOMPARE(m_host.asynCall("meeting.changeMeetingStatus", params),
+             failure("event, data or busyType is empty"));
+    QVERIFY(m_host.argumentsOf("submit notifyOfficeMsg").isEmpty());
+}
+
+void tst_Meeting::uninitWaitsForARunningTask()
+{
+    std::atomic<bool> isEntered{false};
+    std::atomic<bool> mayReturn{false};
+    std::atomic<bool> hasReturned{false};
+    Recorder recorder;
+    recorder.runInside([&] {
+        isEntered = true;
+        while (!mayReturn) {
+            std::this_thread::yield();
+        }
+        m_host.call("accessbase.getDeviceInfo"); // a callback may call back, even now
+        hasReturned = true;
+    });
+    QVERIFY(registerTask(&recorder));
+    std::thread sender([&] { send(R"({"msgType":"getMeetingStatus"})"); });
+    QTRY_VERIFY(isEntered);
+
+    std::thread releaser([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20)); // uninit is waiting by then
+        mayReturn = true;
+    });
+    QVERIFY(m_host.framework.uninit());
+    QVERIFY(hasReturned);
+    sender.join();
+    releaser.join();
+    QCOMPARE(recorder.text(0), QByteArray(R"({"dataType":"getMeetingStatus"})"));
+}
+
+void tst_Meeting::nothingArrivesAfterUninit()
+{
+    auto recorder = std::make_unique<Recorder>();
+    QVERIFY(m_host.script("notifyOfficeMsg/enterMeeting", R"({"hold":true,"dropAtUninit":true})"));
+    QVERIFY(registerTask(recorder.get()));
+    auto &framework = m_host.framework;
+    QVERIFY(framework.registerCallbackFunc("accountInfoCollectTask", recorder.get()));
+    QVERIFY(framework.uninit());
+    recorder.reset();
+
+    auto &account = m_host.library.account();
+    const auto deliverLate = [&] {
+        QCOMPARE(send(R"({"msgType":"getMeetingStatus"})"), 0);
+        account.collect("{}", Thread::caller);
+        for (const zefstandin::HeldAnswer &answer : account.held()) {
+            account.answerHeld(answer.id, Thread::caller, 100, R"({"taskResult":{"bResult":true}})",
+                               true);
+        }
+    };
+    QVERIFY(!account.held().empty());
+    deliverLate();
+    QVERIFY(m_host.library.start());
+    m_host.library.log().reset();
+    deliverLate();
+    QVERIFY(m_host.library.logLines().empty());
+}
+
+QTEST_APPLESS_MAIN(tst_Meeting)
+#include "tst_meeting.moc"

@@ -1,0 +1,192 @@
+#include "support/hostfixture.h"
+#include "support/proxyserver.h"
+
+#include <QtTest>
+
+class tst_Services : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void cleanup();
+
+    // network
+    void proxyIsLogged_data();
+    void proxyIsLogged();
+    void proxyCarriesConnections_data();
+    void proxyCarriesConnections();
+    void proxyOfTheSettingsApplies();
+    void domainsReachTheLibrary();
+
+    // accessbase
+    void deviceHeaderIsRequested_data();
+    void deviceHeaderIsRequested();
+    void emptyAnswerIsNoFailure();
+
+    // utils
+    void logPathIsAnswered();
+    void missingLogPathIsReported();
+
+private:
+    HostFixture m_host;
+};
+
+void tst_Services::cleanup()
+{
+    m_host.asynCall("network.updateProxyInfo"); // Qt keeps the proxy beyond the run
+    QVERIFY(m_host.framework.uninit());
+}
+
+void tst_Services::proxyIsLogged_data()
+{
+    QTest::addColumn<QByteArray>("params");
+    QTest::addColumn<QByteArray>("line");
+
+    QTest::newRow("nothing") << QByteArray("{}")
+                             << QByteArray("type:0 host: port:0 user: password:");
+    QTest::newRow("system") << QByteArray(R"({"proxyType":1,"proxyHost":"h","proxyPort":1})")
+                            << QByteArray("default proxy");
+    QTest::newRow("HTTP") << QByteArray(R"({"proxyType":2,"proxyHost":"%2","proxyPort":70000,)"
+                                        R"("proxyUser":"%5","proxyPassWord":"p%1"})")
+                          << QByteArray("type:2 host:%2 port:70000 user:%5 password:p%1");
+    QTest::newRow("texts") << QByteArray(R"({"proxyType":"3","proxyHost":7,"proxyPort":"1080"})")
+                           << QByteArray("type:3 host:7 port:1080 user: password:");
+    QTest::newRow("unknown") << QByteArray(R"({"proxyType":4})")
+                             << QByteArray("type:4 host: port:0 user: password:");
+}
+
+void tst_Services::proxyIsLogged()
+{
+    QFETCH(QByteArray, params);
+    QFETCH(QByteArray, line);
+
+    QVERIFY(m_host.start());
+    m_host.library.log().reset();
+    QCOMPARE(m_host.asynCall("network.updateProxyInfo", params),
+             QByteArray(R"({"data":{"result":"ok"},"msg":"success","result":"ok"})"));
+    QCOMPARE(m_host.library.logLines().at(1), "Info setGlobalNetworkProxy " + line.toStdString());
+}
+
+void tst_Services::proxyCarriesConnections_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::addColumn<QByteArray>("expected");
+
+    // What the proxy has seen: kind, user and password, and where the connection was to go.
+    QTest::newRow("HTTP") << 2 << QByteArray("CONNECT user:secret office.test:80");
+    QTest::newRow("SOCKS5") << 3 << QByteArray("SOCKS5 user:secret office.test:80");
+}
+
+void tst_Services::proxyCarriesConnections()
+{
+    QFETCH(int, type);
+    QFETCH(QByteArray, expected);
+
+    ProxyServer proxy;
+    QVERIFY(m_host.start(R"({"networkCheck":"office.test:80"})"));
+    m_host.asynCall("network.updateProxyInfo",
+                    R"({"proxyHost":"127.0.0.1","proxyUser":"user","proxyPassWord":"secret",)"
+                    R"("proxyType":)" +
+                        QByteArray::number(type) + R"(,"proxyPort":)" +
+                        QByteArray::number(proxy.port()) + '}');
+    const QByteArray status = m_host.asynCall("accessbase.getDeviceNetworkStatus");
+    QCOMPARE(QByteArray::fromStdString(proxy.lastRequest()), expected);
+    QVERIFY2(status.contains(R"(\"reachable\":true)"), status);
+}
+
+void tst_Services::proxyOfTheSettingsApplies()
+{
+    ProxyServer proxy;
+    m_host.library.account().reset();
+    m_host.library.log().reset();
+    QVERIFY(
+        m_host.library.start(R"(,"standin":{"networkCheck":"office.test:80"},"network":)"
+                             R"({"proxy":{"proxyType":2,"proxyHost":"127.0.0.1","proxyUser":"u",)"
+                             R"("proxyPassWord":"p","proxyPort":)" +
+                             std::to_string(proxy.port()) + "}}"));
+    QCOMPARE(m_host.library.logLines(), std::vector<std::string>{"Info init init account success"});
+    m_host.call("accessbase.getDeviceNetworkStatus");
+    QCOMPARE(proxy.lastRequest(), std::string("CONNECT u:p office.test:80"));
+}
+
+void tst_Services::domainsReachTheLibrary()
+{
+    QVERIFY(m_host.start());
+    QVERIFY(m_host.script("getDomainMgr", R"({"refuse":true})"));
+    QCOMPARE(m_host.asynCall("network.setCustomDomain"), failure("param is empty"));
+    QCOMPARE(m_host.asynCall("network.setCustomDomain", R"({"a":1})"),
+             failure("domainMgr is null"));
+
+    QVERIFY(m_host.script("getDomainMgr", "{}"));
+    m_host.library.account().clearRecords();
+    QCOMPARE(m_host.asynCall("network.setCustomDomain", R"({"b":2.5,"a":true,"c":{}})"),
+             QByteArray(R"({"data":{"result":"ok"},"msg":"success","result":"ok"})"));
+    QCOMPARE(m_host.argumentsOf("setDomain"), (QByteArrayList{"a true", "b 2.5", "c "}));
+}
+
+void tst_Services::deviceHeaderIsRequested_data()
+{
+    QTest::addColumn<QByteArray>("params");
+    QTest::addColumn<QByteArray>("request"); // empty: refused
+
+    QTest::newRow("values become texts")
+        << QByteArray(
+               R"({"deviceCode":{"b":2,"a":"x","d":true,"c":1.5,"e":{"n":1},"f":[1],"g":null}})")
+        << QByteArray(R"({"header":{"a":"x","b":"2","c":"1.5","d":"true","e":"","f":"","g":""}})");
+    QTest::newRow("no codes") << QByteArray("{}") << QByteArray();
+    QTest::newRow("empty codes") << QByteArray(R"({"deviceCode":{}})") << QByteArray();
+    QTest::newRow("a text") << QByteArray(R"({"deviceCode":"a"})") << QByteArray();
+    QTest::newRow("a list") << QByteArray(R"({"deviceCode":["a"]})") << QByteArray();
+}
+
+void tst_Services::deviceHeaderIsRequested()
+{
+    QFETCH(QByteArray, params);
+    QFETCH(QByteArray, request);
+
+    QVERIFY(m_host.start());
+    const QByteArray reply = m_host.call("accessbase.getDeviceHeader", params);
+    if (request.isEmpty()) {
+        QCOMPARE(reply, failure("deviceCode is empty"));
+        QVERIFY(m_host.argumentsOf("getDeviceHeader").isEmpty());
+    } else {
+        QCOMPARE(dataOf(reply, "result"), QJsonValue("ok"));
+        QCOMPARE(m_host.argumentsOf("getDeviceHeader"), QByteArrayList{request});
+    }
+}
+
+void tst_Services::emptyAnswerIsNoFailure()
+{
+    QVERIFY(m_host.start());
+    QVERIFY(m_host.script("getDeviceInfo", R"({"text":""})"));
+    QCOMPARE(m_host.call("accessbase.getDeviceInfo"),
+             QByteArray(R"({"data":{"data":"","result":"ok"},"msg":"success","result":"ok"})"));
+}
+
+void tst_Services::logPathIsAnswered()
+{
+    QVERIFY(m_host.start());
+    QTemporaryDir base;
+    m_host.library.log().setBaseDirectory(base.path().toStdString());
+    const QByteArray path = (base.path() + "/tst_services").toUtf8();
+    const QByteArray reply = R"({"data":{"path":")" + path + R"("},"msg":"success","result":"ok"})";
+    QCOMPARE(m_host.call("utils.getLogPath"), reply);
+    QCOMPARE(m_host.asynCall("utils.getLogPath", "not JSON"), reply);
+    QCOMPARE(m_host.library.logLines().at(1),
+             "Info getLogPath get log path: " + path.toStdString());
+}
+
+void tst_Services::missingLogPathIsReported()
+{
+    QVERIFY(m_host.start());
+    QTemporaryDir base;
+    m_host.library.log().setBaseDirectory(base.path().toStdString());
+    m_host.library.log().setSubdirectoryMissing(true);
+    QCOMPARE(m_host.call("utils.getLogPath"), failure("log path is null"));
+    QVERIFY(!QDir(base.path() + "/tst_services").exists());
+    m_host.library.log().setSavePathNull(true);
+    QCOMPARE(m_host.call("utils.getLogPath"), failure("log path is null"));
+}
+
+QTEST_APPLESS_MAIN(tst_Services)
+#include "tst_services.moc"

@@ -1,0 +1,145 @@
+#include "dispatch/reply.h"
+#include "dispatch/zmessagehandlerbase.h"
+
+#include <QtTest>
+
+#include <stdexcept>
+#include <thread>
+
+/// A module with one method for each way in which a method can answer.
+class AnsweringHandler : public ZMessageHandlerBase
+{
+    Q_OBJECT
+
+public:
+    using ZMessageHandlerBase::ZMessageHandlerBase;
+    bool isThreadSafeMethod(const QString &method) const override
+    {
+        return method == QLatin1String("echo");
+    }
+
+    CallBackFunc kept;
+
+public Q_SLOTS:
+    void echo(const QVariantMap &params, const CallBackFunc &callback)
+    {
+        replySuccess(callback, params);
+    }
+    void answerTwice(const QVariantMap &, const CallBackFunc &callback)
+    {
+        replyFail(callback, "first");
+        replyFail(callback, "second");
+    }
+    void answerLater(const QVariantMap &, const CallBackFunc &callback) { kept = callback; }
+    void fail(const QVariantMap &, const CallBackFunc &) { throw std::runtime_error("closed"); }
+    void otherArguments(const QVariantMap &) {}
+};
+
+class tst_MessageHandler : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    // replies
+    void repliesHaveOneShape();
+    void emptyCompletionIsNotAnswered();
+
+    // invocation
+    void callAnswers_data();
+    void callAnswers();
+    void callTakesTheLastAnswer();
+    void lateAnswerReachesNobody();
+    void foreignThreadRunsOnlyListedMethods();
+};
+
+void tst_MessageHandler::repliesHaveOneShape()
+{
+    const QVariantMap data{{"key", 1}};
+    QCOMPARE(buildResult(true, "success", data),
+             (QVariantMap{{"result", "ok"}, {"msg", "success"}, {"data", data}}));
+    QCOMPARE(buildResult(true, {}, {}), (QVariantMap{{"result", "ok"}}));
+    QCOMPARE(buildFailResult("reason", data),
+             (QVariantMap{{"result", "fail"}, {"msg", "reason"}, {"data", data}}));
+    QCOMPARE(buildFailResult({}, {}), (QVariantMap{{"result", "fail"}, {"msg", "fail"}}));
+}
+
+void tst_MessageHandler::emptyCompletionIsNotAnswered()
+{
+    QVERIFY(!replySuccess({}, {}));
+    QVERIFY(!replyFail({}, "reason"));
+
+    bool isCalled = false;
+    QVERIFY(
+        !postReplyFail([&isCalled](const QVariantMap &) { isCalled = true; }, "no application"));
+    QVERIFY(!isCalled);
+}
+
+void tst_MessageHandler::callAnswers_data()
+{
+    QTest::addColumn<QString>("method");
+    QTest::addColumn<QVariantMap>("expected");
+
+    const auto failed = [](const QString &message) {
+        return QVariantMap{{"result", "fail"}, {"msg", message}};
+    };
+    const QVariantMap echoed{{"result", "ok"}, {"msg", "success"}, {"data", QVariantMap{{"a", 1}}}};
+    QTest::newRow("answers") << "echo" << echoed;
+    QTest::newRow("white space around the name") << " echo " << echoed;
+    QTest::newRow("does not answer") << "answerLater" << QVariantMap();
+    QTest::newRow("throws") << "fail" << failed("method:fail call failed");
+    QTest::newRow("unknown") << "nothing" << failed("method:nothing call failed");
+    QTest::newRow("empty") << "" << failed("method: call failed");
+    QTest::newRow("other case") << "Echo" << failed("method:Echo call failed");
+    QTest::newRow("other arguments")
+        << "otherArguments" << failed("method:otherArguments call failed");
+    QTest::newRow("no module method") << "deleteLater" << failed("method:deleteLater call failed");
+    QTest::newRow("with arguments") << "echo(QVariantMap,CallBackFunc)"
+                                    << failed("method:echo(QVariantMap,CallBackFunc) call failed");
+    QTest::newRow("place holder") << "%1%2" << failed("method:%1%2 call failed");
+    QTest::newRow("beyond Latin-1") << QString::fromUtf8("ech\u043e")
+                                    << failed(QString::fromUtf8("method:ech\u043e call failed"));
+}
+
+void tst_MessageHandler::callAnswers()
+{
+    QFETCH(QString, method);
+    QFETCH(QVariantMap, expected);
+
+    AnsweringHandler handler(nullptr);
+    QCOMPARE(handler.call(method, {{"a", 1}}), expected);
+}
+
+void tst_MessageHandler::callTakesTheLastAnswer()
+{
+    AnsweringHandler handler(nullptr);
+    QCOMPARE(handler.call("answerTwice", {}).value("msg").toString(), QStringLiteral("second"));
+}
+
+void tst_MessageHandler::lateAnswerReachesNobody()
+{
+    AnsweringHandler handler(nullptr);
+    QCOMPARE(handler.call("answerLater", {}), QVariantMap());
+    std::thread([late = std::move(handler.kept)] { late({{"late", true}}); }).join();
+}
+
+void tst_MessageHandler::foreignThreadRunsOnlyListedMethods()
+{
+    AnsweringHandler handler(nullptr);
+    QVariantMap listed;
+    QVariantMap unlisted;
+    QVariantMap spaced;
+    std::thread([&] {
+        listed = handler.call("echo", {});
+        unlisted = handler.call("answerTwice", {});
+        spaced = handler.call("echo ", {});
+    }).join();
+
+    QCOMPARE(listed.value("result").toString(), QStringLiteral("ok"));
+    QCOMPARE(unlisted.value("msg").toString(),
+             QStringLiteral("method:answerTwice not support thread safe"));
+    QCOMPARE(spaced.value("msg").toString(),
+             QStringLiteral("method:echo  not support thread safe"));
+}
+
+QTEST_APPLESS_MAIN(tst_MessageHandler)
+#include "tst_messagehandler.moc"
