@@ -1,0 +1,108 @@
+#include "library.h"
+#include "options.h"
+#include "repl.h"
+#include "standins.h"
+
+#include <csignal>
+#include <cstdio>
+
+/// \file
+/// The command-line host: loads the library as the application does, carries out what it is asked
+/// to and tells how it went.
+
+namespace {
+
+using namespace zefhost;
+
+constexpr int kNotAsExpected = 1;
+constexpr int kStartFailure = 2;
+
+/// The first interrupt ends the run in order; a second one ends the process.
+void interruptInOrder()
+{
+    struct sigaction action
+    {
+    };
+    action.sa_handler = [](int) { Session::interrupt(); };
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
+    sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGTERM, &action, nullptr);
+    // A reader that goes away shows as a failed write.
+    action.sa_handler = SIG_IGN;
+    action.sa_flags = 0;
+    sigaction(SIGPIPE, &action, nullptr);
+}
+
+std::string startText()
+{
+    const std::string reasons = lastLogErrors();
+    return "the framework refused the settings: init answered false.\n" +
+           (reasons.empty() ? "The log of the run names the reason; --show-log prints it when the "
+                              "log library is the stand-in."
+                            : "From the log: " + reasons) +
+           "\nexamples/settings.json shows settings that work.";
+}
+
+void carryOut(const Options &options, Session &session, Printer &printer)
+{
+    if (options.isPrompt) {
+        runPrompt(session, printer);
+    }
+    for (const Command &command : options.commands) {
+        if (Session::isInterrupted()) {
+            break;
+        }
+        session.run(command);
+    }
+    session.finish();
+}
+
+/// Returns the exit code.
+int runSession(const Options &options, Printer &printer)
+{
+    const std::string settings = settingsText(options.settings);
+    auto *const framework = loadFramework(options.library);
+    if (!options.logFolder.empty()) {
+        const std::string error = redirectLog(options.library, options.logFolder);
+        if (!error.empty()) {
+            throw StartFailure(error);
+        }
+    }
+    Session session(*framework, printer, options.limit);
+    if (!session.start(settings)) {
+        complain(startText());
+        session.finish();
+        return kStartFailure;
+    }
+    carryOut(options, session, printer);
+    return session.wentAsExpected() ? 0 : kNotAsExpected;
+}
+
+int runHost(const Options &options)
+{
+    interruptInOrder();
+    Printer printer(options.asJson);
+    const int exitCode = runSession(options, printer);
+    if (options.showLog && !printLog(printer)) {
+        complain("--show-log: no stand-in of the log library is loaded");
+    }
+    if (std::ferror(stdout)) {
+        complain("not everything could be printed");
+        return exitCode == 0 ? kNotAsExpected : exitCode;
+    }
+    return exitCode;
+}
+
+} // namespace
+
+int main(int count, char **arguments)
+{
+    try {
+        Options options;
+        int exitCode = 0;
+        return readOptions(count, arguments, options, exitCode) ? runHost(options) : exitCode;
+    } catch (const std::exception &failure) {
+        complain(failure.what());
+        return kStartFailure;
+    }
+}

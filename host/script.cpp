@@ -1,0 +1,187 @@
+#include "command.h"
+#include "text.h"
+
+#include <array>
+#include <sstream>
+
+namespace zefhost {
+
+namespace {
+
+struct Action
+{
+    const char *key;
+    Verb verb;
+};
+
+constexpr std::array<Action, 9> kActions{{{"call", Verb::call},
+                                          {"async", Verb::asynCall},
+                                          {"listen", Verb::listen},
+                                          {"unlisten", Verb::unlisten},
+                                          {"task", Verb::task},
+                                          {"wait", Verb::waitAnswers},
+                                          {"raise", Verb::raise},
+                                          {"office", Verb::office},
+                                          {"note", Verb::note}}};
+
+bool hasReply(Verb verb)
+{
+    return verb == Verb::call || verb == Verb::asynCall;
+}
+
+bool isWait(Verb verb)
+{
+    return verb == Verb::waitAnswers || verb == Verb::waitEvent || verb == Verb::waitTask;
+}
+
+bool mayBeExpectedToFail(Verb verb)
+{
+    return hasReply(verb) || verb == Verb::listen || verb == Verb::task;
+}
+
+/// Fills in the one key that says what to do.
+bool readAction(const Json &line, Command &command, std::string &error)
+{
+    const char *found = nullptr;
+    for (const Action &action : kActions) {
+        if (!line.contains(action.key)) {
+            continue;
+        }
+        if (found) {
+            error = std::string("both \"") + found + "\" and \"" + action.key + "\"";
+            return false;
+        }
+        found = action.key;
+        command.verb = action.verb;
+    }
+    if (!found) {
+        error = "nothing to do: one of call, async, listen, unlisten, task, wait, raise, office, "
+                "note is needed";
+    }
+    return found;
+}
+
+bool readName(const Json &value, const std::string &key, Command &command, std::string &error)
+{
+    if (!value.is_string()) {
+        error = '"' + key + "\" needs a text";
+        return false;
+    }
+    command.name = value.get<std::string>();
+    if (command.name.find('\0') != std::string::npos) {
+        error = '"' + key + "\" holds a NUL character";
+        return false;
+    }
+    return true;
+}
+
+bool readWait(const Json &what, Command &command, std::string &error)
+{
+    if (what.is_object() && what.size() == 1) {
+        if (what.contains("event")) {
+            command.verb = Verb::waitEvent;
+            return readName(what["event"], "event", command, error);
+        }
+        if (what.contains("task")) {
+            command.verb = Verb::waitTask;
+            return readName(what["task"], "task", command, error);
+        }
+        if (what.value("answers", Json()) == Json(true)) {
+            return true;
+        }
+    }
+    error = R"("wait" needs {"event":name}, {"task":name} or {"answers":true})";
+    return false;
+}
+
+bool readOption(const std::string &key, const Json &value, Command &command, std::string &error)
+{
+    if (key == "params" && hasReply(command.verb)) {
+        command.json = compact(value);
+        error = value.is_object() ? "" : "\"params\" needs an object";
+    } else if (key == "expect" && mayBeExpectedToFail(command.verb)) {
+        command.failExpected = value == Json("fail");
+        error = command.failExpected || value == Json("ok") ? "" : R"("expect" is "ok" or "fail")";
+    } else if (key == "timeoutMs" && isWait(command.verb)) {
+        const bool isTime = value.is_number_unsigned() && value <= 86400000;
+        error = isTime ? "" : "\"timeoutMs\" is a number from 0 to 86400000";
+        command.limit = std::chrono::milliseconds(isTime ? value.get<int>() : 0);
+    } else {
+        error = "unexpected key \"" + key + '"';
+    }
+    return error.empty();
+}
+
+bool isAction(const std::string &key)
+{
+    for (const Action &action : kActions) {
+        if (key == action.key) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Fills in what the action is done to.
+bool readSubject(const std::string &key, const Json &value, Command &command, std::string &error)
+{
+    if (command.verb == Verb::waitAnswers) {
+        return readWait(value, command, error);
+    }
+    if (command.verb != Verb::office) {
+        return readName(value, key, command, error);
+    }
+    if (!value.is_object()) {
+        error = "\"office\" needs a message object";
+        return false;
+    }
+    command.json = compact(value);
+    command.name = compact(value.value("msgType", Json("")));
+    return true;
+}
+
+} // namespace
+
+std::optional<Command> parseScriptLine(const std::string &line, std::string &error)
+{
+    const std::optional<Json> object = parseObject(line, error);
+    Command command;
+    if (!object || !readAction(*object, command, error)) {
+        return std::nullopt;
+    }
+    for (const auto &[key, value] : object->items()) {
+        const bool wasRead = isAction(key) ? readSubject(key, value, command, error)
+                                           : readOption(key, value, command, error);
+        if (!wasRead) {
+            return std::nullopt;
+        }
+    }
+    return command;
+}
+
+std::optional<std::vector<Command>> readScript(const std::string &path, std::string &error)
+{
+    const std::optional<std::string> content = readFile(path, error);
+    if (!content) {
+        error = path + ": " + error;
+        return std::nullopt;
+    }
+    std::vector<Command> commands;
+    std::istringstream stream(*content);
+    std::string line;
+    for (int number = 1; std::getline(stream, line); ++number) {
+        const std::size_t start = line.find_first_not_of(" \t\r");
+        if (start == std::string::npos || line[start] == '#') {
+            continue;
+        }
+        std::optional<Command> command = parseScriptLine(line, error);
+        if (!command) {
+            error = path + ':' + std::to_string(number) + ": " + error;
+            return std::nullopt;
+        }
+        commands.push_back(std::move(*command));
+    }
+    return commands;
+}
+
+} // namespace zefhost

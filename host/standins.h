@@ -1,0 +1,30 @@
+#pragma once
+
+#include "printer.h"
+
+#include <string>
+
+/// The stand-ins of the closed libraries, as far as they are loaded. With the real libraries in
+/// their place every function here says that it cannot help, and nothing else changes.
+namespace zefhost {
+
+/// Loads the log stand-in from the folder of the library and sends its files to another folder.
+/// \return what went wrong, or an empty text.
+std::string redirectLog(const std::string &libraryFile, const std::string &folder);
+
+/// Prints the lines that the run wrote.
+/// \return false when the log library is missing or is no stand-in.
+bool printLog(Printer &printer);
+
+/// The last error lines of the log, one a line; empty when there are none to be had.
+std::string lastLogErrors();
+
+/// Raises an account event, named with or without "account.", on a library thread.
+/// \return false when there is no such event or no stand-in of the account library.
+bool raiseEvent(const std::string &event);
+
+/// Lets the office suite send a message, which arrives on a library thread.
+/// \return false when nobody takes it or there is no stand-in of the account library.
+bool sendOfficeMessage(const std::string &json);
+
+} // namespace zefhost
