@@ -37,8 +37,8 @@ std::string startText()
 {
     const std::string reasons = lastLogErrors();
     return "the framework refused the settings: init answered false.\n" +
-           (reasons.empty() ? "The log of the run names the reason; --show-log prints it when the "
-                              "log library is the stand-in."
+           (reasons.empty() ? "No reason is to be read in the log. The messages above may tell; "
+                              "libzaccountlite.so lies beside the library."
                             : "From the log: " + reasons) +
            "\nexamples/settings.json shows settings that work.";
 }

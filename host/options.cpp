@@ -44,7 +44,7 @@ std::chrono::milliseconds milliseconds(double seconds)
 std::string checkObject(const std::string &text)
 {
     std::string error;
-    return parseObject(text, error) ? "" : "JSON: " + error;
+    return parseObject(text, error) ? "" : error;
 }
 
 void addGlobals(CLI::App &app, Options &options, Raw &raw)
@@ -98,6 +98,13 @@ std::vector<Command> arrivalCommands(Verb verb, const Raw &raw, bool isLimited)
     return commands;
 }
 
+/// Returns the exit code.
+int refuse(const std::string &reason)
+{
+    complain(reason + "\nzefhost --help lists commands and options.");
+    return kUsageError;
+}
+
 /// The parser's own texts go through here, since they quote the command line.
 int printParserResult(const CLI::App &app, const CLI::ParseError &result)
 {
@@ -105,8 +112,21 @@ int printParserResult(const CLI::App &app, const CLI::ParseError &result)
         std::fputs((app.help() + "\n").c_str(), stdout);
         return 0;
     }
-    complain(std::string(result.what()) + "\nzefhost --help lists commands and options.");
-    return kUsageError;
+    return refuse(result.what());
+}
+
+/// What the parser left over is told apart here, since it calls all of it a missing command.
+bool isComplete(const CLI::App &app, int &exitCode)
+{
+    const std::vector<std::string> rest = app.remaining(true);
+    const bool hasCommand = !app.get_subcommands().empty();
+    if (rest.empty() && hasCommand) {
+        return true;
+    }
+    exitCode = rest.empty() ? refuse("a command is missing")
+               : hasCommand ? refuse("unexpected argument: " + rest.front())
+                            : refuse("unknown command: " + rest.front());
+    return false;
 }
 
 } // namespace
@@ -120,7 +140,6 @@ bool readOptions(int count, char **arguments, Options &options, int &exitCode)
     addGlobals(app, options, raw);
     app.footer(kFooter);
     app.fallthrough();
-    app.require_subcommand(1);
     CLI::App *call = addRequest(app, "call", "run one method on this thread", raw);
     CLI::App *async = addRequest(app, "async", "queue one method and wait for its answer", raw);
     CLI::App *listen = addArrivals(app, "listen", "print account events", "EVENT", raw);
@@ -129,10 +148,16 @@ bool readOptions(int count, char **arguments, Options &options, int &exitCode)
     run->add_option("script", raw.script, "file")->type_name("SCRIPT")->required();
     CLI::App *repl = app.add_subcommand("repl", "take commands from a prompt");
 
+    app.require_subcommand(0, 1);
+    app.allow_extras();
+
     try {
         app.parse(count, arguments);
     } catch (const CLI::ParseError &result) {
         exitCode = printParserResult(app, result);
+        return false;
+    }
+    if (!isComplete(app, exitCode)) {
         return false;
     }
 

@@ -41,6 +41,11 @@ std::string milliseconds(double value)
     return text;
 }
 
+std::string textOf(const Json &value)
+{
+    return value.is_string() ? printable(value.get<std::string>()) : readable(value);
+}
+
 /// What a reader wants of a reply: the data of a success, the text of a failure, all of the rest.
 std::string detail(const Json &body)
 {
@@ -50,7 +55,7 @@ std::string detail(const Json &body)
     }
     std::string lines;
     if (result == "fail" && body.contains("msg")) {
-        lines += indented(readable(body["msg"]));
+        lines += indented(textOf(body["msg"]));
     }
     if (body.contains("data")) {
         lines += indented(readable(body["data"]));
@@ -142,7 +147,7 @@ void Printer::note(const std::string &text)
         writeJson({{"kind", "note"}, {"text", text}});
         return;
     }
-    write("\n" + printable(text) + '\n');
+    write("\n" + printable(text, true) + '\n');
 }
 
 void Printer::logLine(const std::string &level, const std::string &module,

@@ -3,8 +3,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
-#include <fstream>
-#include <iterator>
+#include <memory>
 #include <stdexcept>
 #include <system_error>
 
@@ -104,7 +103,9 @@ std::optional<Json> parseJson(const std::string &text, std::string &error)
     try {
         return Json::parse(text, limitDepth);
     } catch (const std::exception &failure) {
-        error = failure.what();
+        const std::string what = failure.what();
+        const std::size_t tag = what.find("] "); // the parser's own name for the error
+        error = what[0] == '[' && tag != std::string::npos ? what.substr(tag + 2) : what;
         return std::nullopt;
     }
 }
@@ -121,14 +122,20 @@ std::optional<Json> parseObject(const std::string &text, std::string &error)
 
 std::optional<std::string> readFile(const std::string &path, std::string &error)
 {
-    errno = 0;
-    std::ifstream file(path, std::ios::binary);
-    std::string content;
-    if (file) {
-        content.assign(std::istreambuf_iterator<char>(file), {});
+    const auto reason = [] { return std::generic_category().message(errno); };
+    const std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(std::fopen(path.c_str(), "rbe"),
+                                                                &std::fclose);
+    if (!file) {
+        error = reason();
+        return std::nullopt;
     }
-    if (!file || errno != 0) {
-        error = errno != 0 ? std::generic_category().message(errno) : "cannot be read";
+    std::string content;
+    char buffer[16384];
+    while (const std::size_t size = std::fread(buffer, 1, sizeof buffer, file.get())) {
+        content.append(buffer, size);
+    }
+    if (std::ferror(file.get())) {
+        error = reason();
         return std::nullopt;
     }
     return content;
