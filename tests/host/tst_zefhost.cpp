@@ -1,0 +1,274 @@
+#include "support/childprocess.h"
+#include "support/loadedlibrary.h"
+
+#include <QDir>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <cstdio>
+
+/// Runs the command-line host as a user does and looks at its exit code and at what it prints.
+class tst_Zefhost : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+
+    // failures before anything runs
+    void badCommandLinesAreRefused_data();
+    void badCommandLinesAreRefused();
+    void badScriptLinesAreNamed_data();
+    void badScriptLinesAreNamed();
+    void failedStartsTellWhatToDo_data();
+    void failedStartsTellWhatToDo();
+
+    // runs
+    void exitCodeTellsWhetherAllWasExpected_data();
+    void exitCodeTellsWhetherAllWasExpected();
+    void jsonOutputIsOneObjectALine();
+    void foreignTextIsPrintedHarmlessly();
+    void promptTakesCommandsFromInput();
+    void examplesRun();
+
+private:
+    ChildResult run(const QStringList &arguments) const;
+    QString write(const QString &name, const QByteArray &content) const;
+    QString settings() const { return QStringLiteral(ZEF_SOURCE_DIR "/examples/settings.json"); }
+
+    QTemporaryDir m_folder;
+};
+
+#define VERIFY_EXIT(result, code)                                                                  \
+    QVERIFY2((result).exitCode == (code), ("exit " + std::to_string((result).exitCode) + '\n' +    \
+                                           (result).output + (result).errors)                      \
+                                              .c_str())
+
+#define VERIFY_CONTAINS(text, part)                                                                \
+    QVERIFY2(QString::fromStdString(text).contains(part), (text).c_str())
+
+void tst_Zefhost::initTestCase()
+{
+    qputenv("XDG_STATE_HOME", QFile::encodeName(m_folder.path()));
+}
+
+ChildResult tst_Zefhost::run(const QStringList &arguments) const
+{
+    std::vector<std::string> command{siblingProgram("zefhost")};
+    for (const QString &argument : arguments) {
+        command.push_back(argument.toStdString());
+    }
+    return runChild(command);
+}
+
+QString tst_Zefhost::write(const QString &name, const QByteArray &content) const
+{
+    QFile file(m_folder.filePath(name));
+    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size()
+               ? file.fileName()
+               : QString();
+}
+
+void tst_Zefhost::badCommandLinesAreRefused_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("error");
+
+    const auto row = [](const char *name, const QStringList &arguments, const QString &error) {
+        QTest::newRow(name) << arguments << error;
+    };
+    row("no command", {}, "a command is missing");
+    row("unknown command", {"dance"}, "unknown command: dance");
+    row("unknown option", {"--dance", "call", "a.b"}, "--dance");
+    row("too much", {"call", "a.b", "{}", "c"}, "unexpected argument: c");
+    row("no method", {"call"}, "method is required");
+    row("broken JSON", {"call", "a.b", "{\"a\":"}, "parse error at line 1");
+    row("no object", {"call", "a.b", "[1]"}, "an object {...} is needed");
+    row("nested too deep", {"call", "a.b", QString(5000, '[')}, "nested too deep");
+    row("negative time", {"listen", "account.x", "--for", "-1"}, "--for");
+    row("no script", {"run", "/no/such/script"}, "/no/such/script: No such file or directory");
+    row("folder as script", {"run", "/"}, "/: Is a directory");
+}
+
+void tst_Zefhost::badCommandLinesAreRefused()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, error);
+
+    const ChildResult result = run(arguments);
+    VERIFY_EXIT(result, 2);
+    VERIFY_CONTAINS(result.errors, error);
+    QCOMPARE(result.output, std::string());
+}
+
+void tst_Zefhost::badScriptLinesAreNamed_data()
+{
+    QTest::addColumn<QByteArray>("line");
+    QTest::addColumn<QString>("error");
+
+    const auto row = [](const char *name, const QByteArray &line, const QString &error) {
+        QTest::newRow(name) << line << error;
+    };
+    row("no JSON", "call utils.getLogPath", "parse error");
+    row("no object", "[]", "an object {...} is needed");
+    row("nothing to do", R"({"params":{}})", "nothing to do");
+    row("two things to do", R"({"call":"a.b","async":"a.b"})", "both");
+    row("name is a number", R"({"call":1})", "\"call\" needs a text");
+    row("name with NUL", R"({"call":"a.b\u0000c"})", "NUL");
+    row("parameters are a list", R"({"call":"a.b","params":[]})", "\"params\" needs an object");
+    row("misspelt key", R"({"call":"a.b","parms":{}})", "unexpected key \"parms\"");
+    row("key of another action", R"({"note":"a","timeoutMs":1})", "unexpected key");
+    row("unknown expectation", R"({"call":"a.b","expect":"maybe"})", "\"expect\"");
+    row("wait for what", R"({"wait":{"answers":false}})", "\"wait\" needs");
+    row("negative time", R"({"wait":{"event":"a"},"timeoutMs":-1})", "\"timeoutMs\"");
+}
+
+void tst_Zefhost::badScriptLinesAreNamed()
+{
+    QFETCH(QByteArray, line);
+    QFETCH(QString, error);
+
+    const QString script = write("script", "# a note\n\n{\"note\":\"never shown\"}\n" + line);
+    const ChildResult result = run({"run", script});
+    VERIFY_EXIT(result, 2);
+    VERIFY_CONTAINS(result.errors, script + ":4: ");
+    VERIFY_CONTAINS(result.errors, error);
+    QCOMPARE(result.output, std::string());
+}
+
+void tst_Zefhost::failedStartsTellWhatToDo_data()
+{
+    QTest::addColumn<QStringList>("options");
+    QTest::addColumn<QStringList>("errors");
+
+    const auto row = [](const char *name, const QStringList &options, const QStringList &errors) {
+        QTest::newRow(name) << options << errors;
+    };
+    const QString logLibrary = QString::fromStdString(libraryFolder()) + "/libvemolog.so";
+    row("no library", {"--library", "/no/lib.so"}, {"/no/lib.so: cannot open", "--library FILE"});
+    row("another library", {"--library", logLibrary},
+        {"has no createElectronFrameworkObject", "--library FILE"});
+    row("no settings", {"--settings", "/no/file"},
+        {"/no/file: No such file", "examples/settings.json"});
+    row("settings are no object", {"--settings", write("list", "[]")},
+        {"an object {...} is needed", "examples/settings.json"});
+    row("settings lack a key", {"--settings", write("lack", R"({"app":{"appName":"a"}})")},
+        {"init param lack productName key", "examples/settings.json"});
+}
+
+void tst_Zefhost::failedStartsTellWhatToDo()
+{
+    QFETCH(QStringList, options);
+    QFETCH(QStringList, errors);
+
+    const ChildResult result = run(options + QStringList{"call", "utils.getLogPath"});
+    VERIFY_EXIT(result, 2);
+    for (const QString &error : errors) {
+        VERIFY_CONTAINS(result.errors, error);
+    }
+}
+
+void tst_Zefhost::exitCodeTellsWhetherAllWasExpected_data()
+{
+    QTest::addColumn<QByteArray>("script");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QString>("output");
+
+    const auto row = [](const char *name, const QByteArray &script, int exitCode,
+                        const QString &output) {
+        QTest::newRow(name) << script << exitCode << output;
+    };
+    row("ok", R"({"call":"utils.getLogPath"})", 0, "/zefdemo/zefhost\"");
+    row("ok on the host thread", R"({"async":"utils.getLogPath"})", 0, "asynCall, host thread");
+    row("fail", R"({"call":"utils"})", 1, "Wrong number of arguments");
+    row("fail as expected", R"({"async":"utils","expect":"fail"})", 0, "as expected");
+    row("ok, not expected", R"({"async":"utils.getLogPath","expect":"fail"})", 1, "NOT EXPECTED");
+    row("goes on after a failure", "{\"call\":\"utils\"}\n{\"note\":\"after\"}", 1, "after");
+    row("unknown event", R"({"listen":"account.nothing"})", 1, "account.nothing");
+    row("event never comes",
+        "{\"listen\":\"account.userInfoChanged\"}\n"
+        R"({"wait":{"event":"account.userInfoChanged"},"timeoutMs":20})",
+        1, "nothing came within 0.02 s");
+    row("unknown task", R"({"task":"nothing","expect":"fail"})", 0, "as expected");
+    row("unlisten without listen", R"({"unlisten":"account.userInfoChanged"})", 1, "unlisten");
+}
+
+void tst_Zefhost::exitCodeTellsWhetherAllWasExpected()
+{
+    QFETCH(QByteArray, script);
+    QFETCH(int, exitCode);
+    QFETCH(QString, output);
+
+    const ChildResult result = run({"--settings", settings(), "run", write("script", script)});
+    VERIFY_EXIT(result, exitCode);
+    VERIFY_CONTAINS(result.output, output);
+    QCOMPARE(result.errors, std::string());
+}
+
+void tst_Zefhost::jsonOutputIsOneObjectALine()
+{
+    const QString folder = m_folder.filePath("logs");
+    const ChildResult result =
+        run({"--json", "--show-log", "--log-dir", folder, "call", "utils.getLogPath"});
+    VERIFY_EXIT(result, 0);
+    QVector<QJsonObject> objects;
+    for (const QByteArray &line : QByteArray::fromStdString(result.output).trimmed().split('\n')) {
+        objects.append(QJsonDocument::fromJson(line).object());
+    }
+    QVERIFY(objects.size() > 1);
+    const QJsonObject reply = objects.takeFirst();
+    QCOMPARE(reply["kind"].toString(), QString("reply"));
+    QCOMPARE(reply["thread"].toString(), QString("caller's thread"));
+    QCOMPARE(reply["asExpected"].toBool(), true);
+    QCOMPARE(reply["reply"].toObject()["data"].toObject()["path"].toString(), folder + "/zefhost");
+    for (const QJsonObject &line : objects) {
+        QCOMPARE(line["kind"].toString(), QString("log"));
+        QVERIFY(!line["message"].toString().isEmpty());
+    }
+}
+
+void tst_Zefhost::foreignTextIsPrintedHarmlessly()
+{
+    const QByteArray script = R"({"async":"\u001b[2J\u009b\u202e\r\u0007x.y","expect":"fail"})";
+    for (const QStringList &options : {QStringList{"--show-log"}, {"--show-log", "--json"}}) {
+        const ChildResult result = run(options + QStringList{"run", write("script", script)});
+        VERIFY_EXIT(result, 0);
+        VERIFY_CONTAINS(result.output, "x not found");
+        for (const QChar character : QString::fromStdString(result.output)) {
+            QVERIFY(character == '\n' || character.isPrint());
+        }
+    }
+}
+
+void tst_Zefhost::promptTakesCommandsFromInput()
+{
+    const QString input = write("input", "  async   utils.getLogPath  {} \nfly\ncall utils [\n"
+                                         "listen\nmethods\nlog\nquit\nasync utils\n");
+    QVERIFY(std::freopen(QFile::encodeName(input).constData(), "r", stdin));
+    const ChildResult result = run({"repl"});
+    VERIFY_EXIT(result, 0);
+    VERIFY_CONTAINS(result.output, "ok    utils.getLogPath");
+    VERIFY_CONTAINS(result.output, "account.switchAccount");
+    VERIFY_CONTAINS(result.output, "asynCall method:utils.getLogPath, params:{}");
+    VERIFY_CONTAINS(result.errors, "unknown command fly");
+    VERIFY_CONTAINS(result.errors, "call: parse error");
+    VERIFY_CONTAINS(result.errors, "listen: a name is missing");
+}
+
+void tst_Zefhost::examplesRun()
+{
+    const ChildResult demo = run({"--settings", settings(), "--show-log", "run",
+                                  QStringLiteral(ZEF_SOURCE_DIR "/examples/demo.jsonl")});
+    VERIFY_EXIT(demo, 0);
+    VERIFY_CONTAINS(demo.output, "log   Info");
+
+    const ChildResult minimal = runChild({siblingProgram("zef_minimal_host")});
+    VERIFY_EXIT(minimal, 0);
+    VERIFY_CONTAINS(minimal.output, "\"result\":\"ok\"");
+}
+
+QTEST_APPLESS_MAIN(tst_Zefhost)
+
+#include "tst_zefhost.moc"
