@@ -1,0 +1,111 @@
+# shellcheck shell=bash
+# What every command of ./dev uses: saying what happens, installing packages, quiet steps.
+
+say() { printf '==> %s\n' "$*"; }
+warn() { printf 'dev: %s\n' "$*" >&2; }
+die() {
+    warn "$*"
+    exit 1
+}
+
+# quietly WHAT COMMAND...: says WHAT, keeps the output in build/log, shows it when COMMAND fails.
+quietly() {
+    local what=$1 log status=0
+    shift
+    mkdir -p build/log
+    log=build/log/${what//[^A-Za-z0-9]/-}.log
+    say "$what"
+    "$@" >"$log" 2>&1 </dev/null || status=$?
+    if ((status != 0)); then
+        cat "$log"
+        warn "failed with exit code $status: $*"
+        warn "the output above is kept in $log"
+    fi
+    return "$status"
+}
+
+as_root() {
+    if ((EUID == 0)); then
+        "$@"
+    elif command -v sudo >/dev/null; then
+        sudo "$@"
+    else
+        warn "this needs root or sudo: $*"
+        return 1
+    fi
+}
+
+apt_get() {
+    as_root env DEBIAN_FRONTEND=noninteractive \
+        apt-get -y -qq -o DPkg::Lock::Timeout=600 -o Dpkg::Use-Pty=0 "$@"
+}
+
+is_installed() {
+    dpkg-query -W -f '${db:Status-Status}\n' "$1" 2>/dev/null | grep -qx installed
+}
+
+# need PACKAGE...: installs the ones that are missing; asks the network for nothing otherwise.
+# Nothing that is on the machine is removed to make room.
+need() {
+    local package missing=()
+    for package; do
+        is_installed "$package" || missing+=("$package")
+    done
+    ((${#missing[@]})) || return 0
+    # A package list that fails to refresh need not be the one that matters: the install decides.
+    quietly "Refreshing the package lists" apt_get update || warn "going on with the old lists"
+    quietly "Installing ${#missing[@]} packages: ${missing[*]}" \
+        apt_get --no-remove --no-install-recommends install "${missing[@]}"
+}
+
+# need_architecture NAME: lets packages of another architecture be installed beside ours.
+need_architecture() {
+    dpkg --print-foreign-architectures | grep -qx "$1" && return 0
+    quietly "Adding the package architecture $1" as_root dpkg --add-architecture "$1"
+}
+
+need_base() {
+    need build-essential cmake ninja-build pkg-config qtbase5-dev libcli11-dev \
+        nlohmann-json3-dev libedit-dev libssl-dev openssl
+}
+
+# build PRESET [CMAKE ARGUMENT...]: configures and builds it.
+build() {
+    local preset=$1
+    shift
+    quietly "Configuring $preset" cmake --preset "$preset" "$@"
+    quietly "Building $preset" cmake --build --preset "$preset" -j "$(nproc)"
+}
+
+# run_tests PRESET [CTEST ARGUMENT...]: closes with the number of tests that passed and failed.
+run_tests() {
+    local preset=$1 report=$PWD/build/$1/tests.xml status=0
+    shift
+    rm -f "$report"
+    say "Testing $preset"
+    ctest --preset "$preset" -j "$(nproc)" --output-junit "$report" "$@" || status=$?
+    if [[ -s $report ]]; then
+        count_tests "$report"
+    else
+        warn "no test was run"
+        ((status)) || status=1
+    fi
+    return "$status"
+}
+
+# count_tests REPORT: the one line that CTest's own report amounts to.
+count_tests() {
+    local suite total failed skipped
+    suite=$(tr '\n\t' '  ' <"$1" | grep -o '<testsuite [^>]*>' | head -n 1)
+    total=$(attribute tests "$suite")
+    failed=$(attribute failures "$suite")
+    skipped=$(($(attribute skipped "$suite") + $(attribute disabled "$suite")))
+    printf '%d passed, %d failed' $((total - failed - skipped)) "$failed"
+    ((skipped == 0)) || printf ', %d skipped' "$skipped"
+    printf '\n'
+}
+
+attribute() {
+    [[ $2 =~ [[:space:]]$1=\"([0-9]+)\" ]] || die "CTest's report has no count of $1"
+    printf '%s' "${BASH_REMATCH[1]}"
+}
