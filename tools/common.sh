@@ -74,18 +74,19 @@ build() {
     local preset=$1
     shift
     quietly "Configuring $preset" cmake --preset "$preset" "$@"
-    quietly "Building $preset" cmake --build --preset "$preset" -j "$(nproc)"
+    quietly "Building $preset" cmake --build --preset "$preset" -j "$(nproc)" -- --quiet
 }
 
 # run_tests PRESET [CTEST ARGUMENT...]: closes with the number of tests that passed and failed.
 run_tests() {
-    local preset=$1 report=$PWD/build/$1/tests.xml status=0
+    local preset=$1 folder=$PWD/build/$1 status=0
     shift
-    rm -f "$report"
+    rm -f "$folder/tests.xml"
     say "Testing $preset"
-    ctest --preset "$preset" -j "$(nproc)" --output-junit "$report" "$@" || status=$?
-    if [[ -s $report ]]; then
-        count_tests "$report"
+    ctest --preset "$preset" -j "$(nproc)" --output-junit "$folder/tests.xml" "$@" || status=$?
+    if grep -qs '<testcase ' "$folder/tests.xml"; then
+        count_cases "$folder/Testing/Temporary/LastTest.log"
+        count_tests "$folder/tests.xml"
     else
         warn "no test was run"
         ((status)) || status=1
@@ -93,10 +94,17 @@ run_tests() {
     return "$status"
 }
 
+# count_cases LOG: a test of CTest's is a program, which counts its own cases.
+count_cases() {
+    local cases
+    cases=$(sed -n 's/^Totals: \([0-9]*\) passed, \([0-9]*\) failed.*/\1+\2+/p' "$1" | tr -d '\n')
+    say "The test programs ran $((${cases}0)) cases"
+}
+
 # count_tests REPORT: the one line that CTest's own report amounts to.
 count_tests() {
     local suite total failed skipped
-    suite=$(tr '\n\t' '  ' <"$1" | grep -o '<testsuite [^>]*>' | head -n 1)
+    suite=$(tr '\n\t' '  ' <"$1" | grep -o '<testsuite [^>]*>')
     total=$(attribute tests "$suite")
     failed=$(attribute failures "$suite")
     skipped=$(($(attribute skipped "$suite") + $(attribute disabled "$suite")))

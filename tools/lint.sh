@@ -1,0 +1,64 @@
+#!/usr/bin/env bash
+# tools/lint.sh [--changed]: the form of the sources and scripts, and clang-tidy's findings in them.
+# With --changed only files that differ from origin/main are looked at.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+# shellcheck source=tools/common.sh
+source tools/common.sh
+
+# candidates PATTERN...: files of the tree, whether committed or not, without what git ignores.
+candidates() {
+    if [[ $scope == --changed ]]; then
+        git diff --name-only --diff-filter=d "$(git merge-base origin/main HEAD)" -- "$@"
+        git ls-files --others --exclude-standard -- "$@"
+    else
+        git ls-files --cached --others --exclude-standard -- "$@"
+    fi | sort -u | while read -r file; do
+        [[ ! -f $file ]] || printf '%s\n' "$file"
+    done
+}
+
+# keep_compiled: of the sources on standard input, those that the everyday build compiles.
+keep_compiled() {
+    local file
+    while read -r file; do
+        ! grep -qF "\"file\": \"$PWD/$file\"" build/dev/compile_commands.json || printf '%s\n' "$file"
+    done
+}
+
+# Each check is called as CHECK FILE...
+
+check_scripts() { shellcheck -x "$@"; }
+
+check_format() { clang-format --dry-run --Werror "$@"; }
+
+# GCC's flags that clang does not know are no finding; what clang itself warns about is one.
+check_tidy() {
+    printf '%s\0' "$@" | xargs -0 -n 1 -P "$(nproc)" \
+        clang-tidy --quiet -p build/dev --extra-arg=-Wno-unknown-warning-option
+}
+
+# check WHAT CHECK FILE...: notes a failure and goes on, so that one run shows everything.
+check() {
+    local what=$1 run=$2
+    shift 2
+    (($#)) || return 0
+    quietly "$what, $# files" "$run" "$@" || failed=1
+}
+
+scope=${1:-}
+[[ -z $scope || $scope == --changed ]] || die "lint knows no option '$scope'"
+failed=0
+
+mapfile -t scripts < <(candidates dev .ci/run '*.sh')
+mapfile -t sources < <(candidates '*.h' '*.cpp')
+check "Checking scripts" check_scripts "${scripts[@]}"
+check "Checking format" check_format "${sources[@]}"
+
+# clang-tidy reads the files that moc writes, so the build comes first.
+build dev
+mapfile -t compiled < <(candidates '*.cpp' | keep_compiled)
+check "Looking for faults with clang-tidy" check_tidy "${compiled[@]}"
+
+((!failed)) || die "lint found something; see above"
+say "Nothing found"
