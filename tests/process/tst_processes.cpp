@@ -1,0 +1,191 @@
+#include "support/childprocess.h"
+#include "support/loadedlibrary.h"
+
+#include <QtTest>
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kIsSanitized = true;
+#else
+constexpr bool kIsSanitized = false;
+#endif
+
+class tst_Processes : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+
+    // what lies beside the library
+    void closedLibrariesMayBeMissing_data();
+    void closedLibrariesMayBeMissing();
+    void ownFolderComesFirst();
+
+    // the end of a process
+    void processEndsAsItWants_data();
+    void processEndsAsItWants();
+
+    // the process as a whole
+    void scenarioPrints_data();
+    void scenarioPrints();
+
+private:
+    void put(const QString &name, const QString &file = {});
+    ChildResult probe(const char *scenario, std::vector<std::string> environment = {});
+
+    std::unique_ptr<QTemporaryDir> m_folder;
+    const QString m_built = QString::fromStdString(libraryFolder());
+};
+
+void tst_Processes::init()
+{
+    m_folder = std::make_unique<QTemporaryDir>();
+    put("libzelectronframework.so");
+}
+
+/// Puts a library beside the one under test, under its own name or another one's.
+void tst_Processes::put(const QString &name, const QString &file)
+{
+    const QString source = m_built + '/' + (file.isEmpty() ? name : file);
+    QVERIFY2(QFile::exists(source), qPrintable(source));
+    QVERIFY(QFile::link(source, m_folder->filePath(name)));
+}
+
+ChildResult tst_Processes::probe(const char *scenario, std::vector<std::string> environment)
+{
+    environment.push_back("XDG_STATE_HOME=" + m_folder->filePath("state").toStdString());
+    if (kIsSanitized) {
+        // The sanitizer calls dlopen in the library's place, so the library's run path is not used.
+        environment.push_back("LD_LIBRARY_PATH=" + m_folder->path().toStdString());
+    }
+    return runChild({siblingProgram("zef_probe"),
+                     m_folder->filePath("libzelectronframework.so").toStdString(), scenario},
+                    environment);
+}
+
+void tst_Processes::closedLibrariesMayBeMissing_data()
+{
+    QTest::addColumn<QString>("log");     // the file that stands in, empty: none
+    QTest::addColumn<QString>("account"); // the file that stands in, empty: none
+    QTest::addColumn<QByteArray>("output");
+    QTest::addColumn<int>("loadFailures");
+
+    const QString log = "libvemolog.so";
+    const QString account = "libzaccountlite.so";
+    const auto variant = [](const char *name, const QString &file) {
+        return QStringLiteral("../standins/%1/%2").arg(QLatin1String(name), file);
+    };
+    const QByteArray path("init 1\n{\"data\":{\"path\":");
+    const QByteArray noPath(
+        "init 1\n{\"msg\":\"log path is null\",\"result\":\"fail\"}\nuninit 1\n");
+    const QByteArray notStarted("init 0\nuninit 1\n");
+
+    QTest::newRow("all there") << log << account << path << 0;
+    QTest::newRow("no log library") << QString() << account << noPath << 1;
+    QTest::newRow("log without writeMsg") << variant("no-write", log) << account << path << 0;
+    QTest::newRow("log without log name") << variant("no-name", log) << account << path << 0;
+    QTest::newRow("log without product name") << variant("no-product", log) << account << path << 0;
+    QTest::newRow("log without path") << variant("no-path", log) << account << noPath << 0;
+    QTest::newRow("log without quit") << variant("no-quit", log) << account << path << 0;
+    QTest::newRow("no account library") << log << QString() << notStarted << 1;
+    QTest::newRow("account without init") << log << variant("no-init", account) << notStarted << 0;
+    QTest::newRow("account without get") << log << variant("no-get", account) << notStarted << 0;
+    QTest::newRow("account without uninit") << log << variant("no-uninit", account) << path << 0;
+    QTest::newRow("nothing") << QString() << QString() << notStarted << 2;
+}
+
+void tst_Processes::closedLibrariesMayBeMissing()
+{
+    QFETCH(QString, log);
+    QFETCH(QString, account);
+    QFETCH(QByteArray, output);
+    QFETCH(int, loadFailures);
+
+    if (!log.isEmpty()) {
+        put("libvemolog.so", log);
+    }
+    if (!account.isEmpty()) {
+        put("libzaccountlite.so", account);
+        put("libzaccountkeeper.so");
+    }
+    const ChildResult result = probe("run");
+    QVERIFY2(QByteArray::fromStdString(result.output).startsWith(output), result.output.c_str());
+    QCOMPARE(result.exitCode, 7);
+
+    // One message of two items for each library that cannot be loaded, and nothing else.
+    const QByteArray errors = QByteArray::fromStdString(result.errors);
+    QCOMPARE(errors.count("load fail:  lib"), loadFailures);
+    QCOMPARE(errors.count('\n'), loadFailures);
+}
+
+void tst_Processes::ownFolderComesFirst()
+{
+    if (kIsSanitized) {
+        QSKIP("the library's run path is not used under a sanitizer");
+    }
+    put("libvemolog.so");
+    put("libzaccountlite.so");
+    put("libzaccountkeeper.so");
+    QTemporaryDir decoys;
+    for (const char *name : {"/libvemolog.so", "/libzaccountlite.so"}) {
+        QFile decoy(decoys.path() + name);
+        QVERIFY(decoy.open(QIODevice::WriteOnly));
+        decoy.write("no library");
+    }
+    const ChildResult result = probe("run", {"LD_LIBRARY_PATH=" + decoys.path().toStdString()});
+    QCOMPARE(result.errors, std::string());
+    QVERIFY(QByteArray::fromStdString(result.output).startsWith("init 1\n{\"data\""));
+}
+
+void tst_Processes::processEndsAsItWants_data()
+{
+    QTest::addColumn<QByteArray>("scenario");
+
+    for (const char *scenario :
+         {"leave-main", "exit-thread", "exit-quick", "exit-callback", "unload"}) {
+        QTest::newRow(scenario) << QByteArray(scenario);
+    }
+}
+
+void tst_Processes::processEndsAsItWants()
+{
+    QFETCH(QByteArray, scenario);
+
+    put("libvemolog.so");
+    put("libzaccountlite.so");
+    put("libzaccountkeeper.so");
+    for (int round = 0; round < 10; ++round) {
+        const ChildResult result = probe(scenario);
+        QCOMPARE(result.exitCode, 7);
+        QCOMPARE(result.errors, std::string());
+    }
+}
+
+void tst_Processes::scenarioPrints_data()
+{
+    QTest::addColumn<QByteArray>("output");
+
+    QTest::newRow("unload") << QByteArray("init 1\nmapped 1\n");
+    QTest::newRow("fork") << QByteArray("init 1\nchild 0\nuninit 1\n");
+    QTest::newRow("state") << QByteArray("init 1\nrunning 1\nstopped 1\n");
+    QTest::newRow("default-context") << QByteArray("init 1\nforeign ticks 0\n");
+}
+
+void tst_Processes::scenarioPrints()
+{
+    QFETCH(QByteArray, output);
+
+    put("libvemolog.so");
+    put("libzaccountlite.so");
+    put("libzaccountkeeper.so");
+    const ChildResult result = probe(QTest::currentDataTag(), {"LC_ALL=C.UTF-8"});
+    if (QByteArray::fromStdString(result.output).startsWith("no GLib")) {
+        QSKIP("GLib is not installed");
+    }
+    QCOMPARE(QByteArray::fromStdString(result.output), output);
+    QCOMPARE(result.errors, std::string());
+    QCOMPARE(result.exitCode, 7);
+}
+
+QTEST_APPLESS_MAIN(tst_Processes)
+#include "tst_processes.moc"
