@@ -154,7 +154,7 @@ void tst_Processes::processEndsAsItWants()
     put("libvemolog.so");
     put("libzaccountlite.so");
     put("libzaccountkeeper.so");
-    for (int round = 0; round < 10; ++round) {
+    for (int round = 0; round < 5; ++round) {
         const ChildResult result = probe(scenario);
         QCOMPARE(result.exitCode, 7);
         QCOMPARE(result.errors, std::string());

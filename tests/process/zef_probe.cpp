@@ -74,7 +74,7 @@ int runOnce(IElectronFramework &framework)
 void keepBusy(IElectronFramework &framework)
 {
     static Counter &counter = *new Counter; // still called while the process ends
-    for (int i = 0; i < 30000; ++i) {
+    for (int i = 0; i < 5000; ++i) {
         framework.asynCall("accessbase.getDeviceInfo", "{}", &counter);
     }
 }
