@@ -135,6 +135,23 @@ int oddStatus(Dice &dice)
     return kStatuses[dice.below(int(sizeof kStatuses / sizeof *kStatuses))];
 }
 
+bool answersByReturning(const QString &operation)
+{
+    for (const char *start : {"get", "sign", "generate", "cookies", "register", "setDomain"}) {
+        if (operation.startsWith(start))
+            return operation != "getUrlWithAuthorizeCode" && !operation.endsWith("Office");
+    }
+    return false;
+}
+
+/// An answer may be late at no cost to others; an operation that returns late holds up its caller.
+int hostileDelay(Dice &dice, const QString &operation)
+{
+    if (answersByReturning(operation))
+        return dice.oneIn(256) ? 1 + dice.below(3) : 0;
+    return dice.oneIn(16) ? dice.below(200) : 0;
+}
+
 QVariant oddValue(Dice &dice)
 {
     switch (dice.below(7)) {
@@ -199,7 +216,7 @@ Script hostileScript(unsigned seed, const QString &operation, unsigned ordinal)
         script.text = QString(dice.below(300), QChar('%'));
     if (dice.oneIn(4))
         script.reply = oddReply(dice);
-    script.delayMs = dice.oneIn(16) ? dice.below(200) : 0;
+    script.delayMs = hostileDelay(dice, operation);
     script.times = dice.oneIn(8) ? 0 : dice.oneIn(8) ? 2 : 1;
     script.inCaller = dice.oneIn(4);
     script.dropAtUninit = dice.oneIn(8);

@@ -38,6 +38,8 @@ LoadedStandin::LoadedStandin(const char *file) : m_handle(dlopen(file, RTLD_LAZY
 
 bool LoadedStandin::start(const QVariantMap &settings)
 {
+    if (!m_handle)
+        return false;
     const auto initInterface = lookUp<bool (*)()>(m_handle, "InitInterface");
     const auto getInterface = lookUp<bool (*)(IAccountSdk **)>(m_handle, "GetInterface");
     return initInterface && getInterface && initInterface() && getInterface(&m_sdk) && m_sdk &&

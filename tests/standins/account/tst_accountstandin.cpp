@@ -1,10 +1,10 @@
 #include "loadedstandin.h"
 
-#include <QElapsedTimer>
 #include <QTest>
 
 #include <unistd.h>
 
+#include <atomic>
 #include <memory>
 #include <stdexcept>
 #include <thread>
@@ -46,6 +46,7 @@ private Q_SLOTS:
     // shutdown
     void owedAnswersAreCancelled();
     void heldAnswersOutliveTheLibrary();
+    void deliveriesMayOverlapTheEnd();
 
 private:
     bool start(const char *standin = "{'initFinishedAfterMs':0}");
@@ -72,7 +73,7 @@ void tst_AccountStandin::cleanup()
 bool tst_AccountStandin::start(const char *standin)
 {
     m_standin.reset(new LoadedStandin);
-    return m_standin->isOpen() && m_standin->start(settings(standin));
+    return m_standin->start(settings(standin));
 }
 
 void tst_AccountStandin::exportsFollowTheVariant_data()
@@ -308,10 +309,7 @@ void tst_AccountStandin::owedAnswersAreCancelled()
         ->submit({}, "grantAuthorizeCodeOffice", {}, nullptr,
                  [](int, const QVariantMap &) { return true; });
 
-    QElapsedTimer timer;
-    timer.start();
-    m_standin->close();
-    QVERIFY(timer.elapsed() < kPatience);
+    m_standin->close(); // not after ten minutes
     QCOMPARE(reply, (QVariantMap{{"result", "fail"}, {"msg", "cancelled"}}));
     QStringList answers = lines(m_control->answers());
     answers.sort();
@@ -356,6 +354,45 @@ void tst_AccountStandin::heldAnswersOutliveTheLibrary()
     QCOMPARE(statuses, (QList<int>{-7, 100}));
     QCOMPARE(messages, QStringList{"account not found"});
     QVERIFY(thread != std::this_thread::get_id());
+}
+
+/// The control and the library's threads deliver without pause while the library ends.
+void tst_AccountStandin::deliveriesMayOverlapTheEnd()
+{
+    std::atomic<bool> isEnough{false};
+    std::atomic<int> delivered{0};
+    const MessageTaskHandler handler = [&](std::weak_ptr<IMessageTaskContext> context) {
+        delivered += bool(context.lock());
+        return true;
+    };
+    std::vector<std::thread> threads;
+    for (const Thread place : {Thread::caller, Thread::library}) {
+        threads.emplace_back([&, place] {
+            while (!isEnough) {
+                m_control->raiseSignal("cookieUpdated", place);
+                m_control->sendMessage("{}", place, zefstandin::MessageContext::alive);
+                m_control->collect("{}", place);
+                m_control->setState(R"({"generateAccounts":3})");
+                m_control->waitUntilIdle(1);
+            }
+        });
+    }
+    for (int round = 0; round < 30; ++round) {
+        const int before = delivered;
+        QVERIFY(start());
+        (*m_standin)
+            ->getMessageTaskRegistry()
+            ->registerMessageTask("notifyElectronMsg", "meetingDataChanged", nullptr, handler);
+        (*m_standin)->getInfoCollectHandler()->registerCollectCallback([](const QVariantMap &) {});
+        (*m_standin)->getLoginService()->logout({}, [](const QVariantMap &) {});
+        QTRY_VERIFY_WITH_TIMEOUT(delivered > before, kPatience);
+        m_standin->close();
+        QVERIFY(!LoadedStandin::isMapped());
+    }
+    isEnough = true;
+    for (std::thread &thread : threads)
+        thread.join();
+    QVERIFY(m_control->waitUntilIdle(kPatience));
 }
 
 #include "tst_accountstandin.moc"
