@@ -41,11 +41,6 @@ std::string milliseconds(double value)
     return text;
 }
 
-std::string textOf(const Json &value)
-{
-    return value.is_string() ? printable(value.get<std::string>()) : readable(value);
-}
-
 /// What a reader wants of a reply: the data of a success, the text of a failure, all of the rest.
 std::string detail(const Json &body)
 {

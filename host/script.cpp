@@ -136,7 +136,7 @@ bool readSubject(const std::string &key, const Json &value, Command &command, st
         return false;
     }
     command.json = compact(value);
-    command.name = compact(value.value("msgType", Json("")));
+    command.name = textOf(value.value("msgType", Json("")));
     return true;
 }
 

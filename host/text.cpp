@@ -87,6 +87,11 @@ std::string readable(const Json &value)
     return printable(value.dump(2, ' ', false, kReplaceInvalid), true);
 }
 
+std::string textOf(const Json &value)
+{
+    return value.is_string() ? printable(value.get<std::string>()) : readable(value);
+}
+
 std::string compact(const Json &value)
 {
     return value.dump(-1, ' ', true, kReplaceInvalid);

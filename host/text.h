@@ -21,6 +21,9 @@ std::string utf8(const std::wstring &text);
 /// Readable JSON over several lines, safe to print.
 std::string readable(const Json &value);
 
+/// The text that a JSON text holds, or any other value as readable JSON; safe to print.
+std::string textOf(const Json &value);
+
 /// JSON on one line, in ASCII, safe to print and for any reader.
 std::string compact(const Json &value);
 
