@@ -18,8 +18,7 @@ quietly() {
     "$@" >"$log" 2>&1 </dev/null || status=$?
     if ((status != 0)); then
         cat "$log"
-        warn "failed with exit code $status: $*"
-        warn "the output above is kept in $log"
+        warn "failed with exit code $status: $what (the output above is kept in $log)"
     fi
     return "$status"
 }
@@ -69,12 +68,22 @@ need_base() {
         nlohmann-json3-dev libedit-dev libssl-dev openssl
 }
 
-# build PRESET [CMAKE ARGUMENT...]: configures and builds it.
-build() {
+# configure PRESET [CMAKE ARGUMENT...]
+configure() {
+    quietly "Configuring $1" cmake --preset "$@"
+}
+
+# compile PRESET [TARGET...]: all targets when none is named.
+compile() {
     local preset=$1
     shift
-    quietly "Configuring $preset" cmake --preset "$preset" "$@"
-    quietly "Building $preset" cmake --build --preset "$preset" -j "$(nproc)" -- --quiet
+    quietly "Building $preset" cmake --build --preset "$preset" -j "$(nproc)" \
+        ${1:+--target "$@"} -- --quiet
+}
+
+build() {
+    configure "$1"
+    compile "$1"
 }
 
 # run_tests PRESET [CTEST ARGUMENT...]: closes with the number of tests that passed and failed.
