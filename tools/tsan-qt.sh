@@ -16,8 +16,8 @@ version=$(dpkg-query -W -f '${source:Version}' "libqt5core5a:$(dpkg --print-arch
 readonly version
 cache=${XDG_CACHE_HOME:-~/.cache}/zelectronframework
 readonly cache
-readonly finished=$cache/qt-tsan-$version-gcc$(gcc -dumpversion)
-readonly work=$finished.unfinished
+finished=$cache/qt-tsan-$version-gcc$(gcc -dumpversion)
+readonly finished work=$finished.unfinished
 
 # Indexes of source packages, kept apart so that the machine's own lists stay as they are.
 source_apt() {
