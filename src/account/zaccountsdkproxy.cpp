@@ -1,6 +1,7 @@
 #include "account/zaccountsdkproxy.h"
 
 #include "account/iaccountsdk.h"
+#include "log/librarylocation.h"
 #include "log/logline.h"
 #include "log/logrelay.h"
 
@@ -9,6 +10,8 @@
 #include <dlfcn.h>
 
 namespace {
+
+const char kLibrary[] = "libzaccountlite.so";
 
 using InitInterface = bool (*)();
 using GetInterface = bool (*)(IAccountSdk **);
@@ -27,13 +30,14 @@ ZAccountSdkProxy::ZAccountSdkProxy(QObject *parent) : QObject(parent) {}
 bool ZAccountSdkProxy::load()
 {
     if (!m_libraryHandle) {
-        m_libraryHandle = dlopen("libzaccountlite.so", RTLD_LAZY);
+        m_libraryHandle = dlopen(kLibrary, RTLD_LAZY);
     }
     if (!m_libraryHandle) {
         const char *reason = dlerror(); // NOLINT(concurrency-mt-unsafe): per thread in glibc
         qDebug() << "load fail: " << (reason ? reason : "");
         return false;
     }
+    warnIfFromElsewhere(kLibrary);
     return true;
 }
 

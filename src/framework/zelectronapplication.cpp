@@ -4,6 +4,7 @@
 #include "dispatch/zeventmanager.h"
 #include "dispatch/zmethoddispatcher.h"
 #include "framework/zdeliverygate.h"
+#include "log/librarylocation.h"
 #include "log/logline.h"
 #include "log/zelectronlogproxy.h"
 #include "meeting/zcallbackfuncmanager.h"
@@ -50,6 +51,7 @@ bool ZElectronApplication::initialize(const QVariantMap &params)
         auto logProxy = std::make_unique<ZElectronLogProxy>();
         logProxy->load(); // without the log library the proxy stays and writes nothing
         g_logProxy = logProxy.release();
+        warnIfFromElsewhere(ZElectronLogProxy::kLibrary);
     }
     if (!checkParamsValid()) {
         return false;

@@ -83,6 +83,11 @@ void logInfo(const char *function, const char *text, std::initializer_list<LogTe
     writeLine(&IZElectronLogProxy::info, function, text, values);
 }
 
+void logWarning(const char *function, const char *text, std::initializer_list<LogText> values)
+{
+    writeLine(&IZElectronLogProxy::warning, function, text, values);
+}
+
 void logError(const char *function, const char *text, std::initializer_list<LogText> values)
 {
     writeLine(&IZElectronLogProxy::error, function, text, values);

@@ -37,4 +37,5 @@ private:
 ///
 /// Thread: any, as long as the log proxy lives.
 void logInfo(const char *function, const char *text, std::initializer_list<LogText> values = {});
+void logWarning(const char *function, const char *text, std::initializer_list<LogText> values = {});
 void logError(const char *function, const char *text, std::initializer_list<LogText> values = {});

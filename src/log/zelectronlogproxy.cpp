@@ -28,7 +28,7 @@ ZElectronLogProxy::~ZElectronLogProxy()
 
 bool ZElectronLogProxy::load()
 {
-    void *library = dlopen("libvemolog.so", RTLD_LAZY);
+    void *library = dlopen(kLibrary, RTLD_LAZY);
     if (!library) {
         qDebug() << "load fail: "
                  << dlerror(); // NOLINT(concurrency-mt-unsafe): per thread in glibc

@@ -14,6 +14,8 @@
 class ZElectronLogProxy final : public IZElectronLogProxy
 {
 public:
+    static constexpr char kLibrary[] = "libvemolog.so";
+
     ZElectronLogProxy() = default;
     ~ZElectronLogProxy() override;
     ZElectronLogProxy(const ZElectronLogProxy &) = delete;

@@ -20,6 +20,7 @@ private Q_SLOTS:
     void closedLibrariesMayBeMissing_data();
     void closedLibrariesMayBeMissing();
     void ownFolderComesFirst();
+    void libraryFromElsewhereIsReported();
 
     // the end of a process
     void processEndsAsItWants_data();
@@ -135,6 +136,20 @@ void tst_Processes::ownFolderComesFirst()
     const ChildResult result = probe("run", {"LD_LIBRARY_PATH=" + decoys.path().toStdString()});
     QCOMPARE(result.errors, std::string());
     QVERIFY(QByteArray::fromStdString(result.output).startsWith("init 1\n{\"data\""));
+}
+
+void tst_Processes::libraryFromElsewhereIsReported()
+{
+    put("libvemolog.so");
+    put("libzaccountlite.so");
+    put("libzaccountkeeper.so");
+    QTemporaryDir elsewhere;
+    const QString loaded = elsewhere.filePath("libvemolog.so");
+    QVERIFY(QFile::copy(m_built + "/libvemolog.so", loaded));
+    const ChildResult result = probe("log-before", {"ZEF_PROBE_LOG=" + loaded.toStdString()});
+    QCOMPARE(QString::fromStdString(result.output),
+             "init 1\nWarning load libvemolog.so was loaded from elsewhere: " + loaded +
+                 "\nInfo init init account success\n");
 }
 
 void tst_Processes::processEndsAsItWants_data()

@@ -2,6 +2,7 @@
 /// A small host for tst_processes: zef_probe LIBRARY SCENARIO. Prints what the test compares and
 /// ends with 7 when the scenario ran to its own end.
 
+#include "log/control.h"
 #include "zelectronframework/zelectronframework.h"
 
 #include <array>
@@ -185,6 +186,23 @@ int compareProcessState(IElectronFramework &framework)
     return kReachedTheEnd;
 }
 
+/// The process has loaded a library of the log library's name before, from another folder.
+int loadLogBefore(IElectronFramework &framework)
+{
+    void *log = dlopen(std::getenv("ZEF_PROBE_LOG"), RTLD_NOW); // NOLINT(concurrency-mt-unsafe)
+    void *control = log ? dlsym(log, "zefLogStandinControl") : nullptr;
+    if (!control) {
+        return 1;
+    }
+    start(framework);
+    auto &lines = *reinterpret_cast<decltype(&zefLogStandinControl)>(control)();
+    for (const zefstandin::LogLine &line : lines.lines()) {
+        std::printf("%ls %ls\n", line.level.c_str(), line.message.c_str());
+    }
+    framework.uninit();
+    return kReachedTheEnd;
+}
+
 std::atomic<int> g_foreignTicks{0};
 std::atomic<int> g_ownTicks{0};
 std::thread::id g_mainThread;
@@ -234,6 +252,7 @@ int main(int argc, char **argv)
         {"fork", &forkWhileRunning},
         {"fork-before", &forkBeforeStart},
         {"state", &compareProcessState},
+        {"log-before", &loadLogBefore},
         {"default-context", &keepDefaultContext},
     };
     const auto scenario = argc == 3 ? scenarios.find(argv[2]) : scenarios.end();
