@@ -44,7 +44,8 @@ bool Office::submit(const QStringList &appIds, const QString &taskName, const QV
 {
     Keeper &keeper = Keeper::instance();
     if (keeper.isNoCost()) {
-        deliver(taskName, completion, kDone, {});
+        if (completion)
+            completion(kDone, {});
         return true;
     }
 
