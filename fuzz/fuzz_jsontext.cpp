@@ -1,0 +1,396 @@
+// Holds the JSON codec against Qt's: the same maps with the same types from any text, the same
+// bytes from any map. The first byte chooses the direction.
+
+#include "framework/jsontext.h"
+
+#include <QDateTime>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QUrl>
+#include <QVariantHash>
+
+#include <sanitizer/lsan_interface.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+namespace {
+
+[[noreturn]] void differ(const char *what, const QByteArray &ours, const QByteArray &qts)
+{
+    std::fprintf(stderr, "%s\nours: %s\nQt's: %s\n", what, ours.constData(), qts.constData());
+    std::abort();
+}
+
+// ---- texts ----
+
+bool isSame(const QVariant &one, const QVariant &other);
+
+bool isSameMap(const QVariantMap &one, const QVariantMap &other)
+{
+    if (one.size() != other.size())
+        return false;
+    for (auto it = one.cbegin(), twin = other.cbegin(); it != one.cend(); ++it, ++twin) {
+        if (it.key() != twin.key() || !isSame(it.value(), twin.value()))
+            return false;
+    }
+    return true;
+}
+
+// Types and null strings count, unlike in the comparison of two variants.
+bool isSame(const QVariant &one, const QVariant &other)
+{
+    if (one.userType() != other.userType() || one.isNull() != other.isNull())
+        return false;
+    if (one.userType() == QMetaType::QVariantMap)
+        return isSameMap(one.toMap(), other.toMap());
+    if (one.userType() != QMetaType::QVariantList)
+        return one == other;
+    const QVariantList elements = one.toList();
+    const QVariantList others = other.toList();
+    return std::equal(elements.begin(), elements.end(), others.begin(), others.end(), isSame);
+}
+
+// Cuts the members that a later one of the same key makes void out of a text that is known to be
+// JSON, so that Qt's reading of the rest is what the rule "the last one counts" asks for.
+class DuplicateCutter
+{
+public:
+    explicit DuplicateCutter(const QByteArray &text) : m_text(text) {}
+
+    QByteArray cut()
+    {
+        if (m_text.size() > 3 && m_text.startsWith("\xef\xbb\xbf"))
+            m_at = 3;
+        return readValue();
+    }
+
+    bool hasDuplicates() const { return m_hasDuplicates; }
+
+    // Qt looks for duplicates with a byte-order mark in front that it drops in the end, and takes
+    // a lone surrogate for U+FFFD: it loses members whose keys are none.
+    bool isBeyondQt() const { return m_isBeyondQt; }
+
+private:
+    char peek()
+    {
+        while (std::strchr(" \t\r\n", m_text[m_at]) && m_text[m_at])
+            ++m_at;
+        return m_text[m_at];
+    }
+
+    QByteArray readString()
+    {
+        peek();
+        const int start = m_at;
+        for (++m_at; m_text[m_at] != '"'; ++m_at) {
+            if (m_text[m_at] == '\\')
+                ++m_at;
+        }
+        ++m_at;
+        return m_text.mid(start, m_at - start);
+    }
+
+    QByteArray readValue()
+    {
+        switch (peek()) {
+        case '{':
+            return readObject();
+        case '[':
+            return readArray();
+        case '"':
+            return readString();
+        default:
+            const int start = m_at;
+            while (!std::strchr(" \t\r\n,]}", m_text[m_at]))
+                ++m_at;
+            return m_text.mid(start, m_at - start);
+        }
+    }
+
+    QByteArray readObject()
+    {
+        QList<QByteArray> members;
+        QStringList keys;
+        QStringList comparedKeys;
+        while (peek() != '}') {
+            ++m_at;
+            if (peek() == '}')
+                break;
+            const QByteArray key = readString();
+            peek();
+            ++m_at;
+            members += key + ":" + readValue();
+            keys += decoded(key);
+            // Behind another character, where a byte-order mark stays.
+            comparedKeys += decoded("\"." + key.mid(1));
+            for (QChar &unit : comparedKeys.last()) {
+                if (unit.isSurrogate() && !isPaired(comparedKeys.last(), &unit))
+                    unit = QChar::ReplacementCharacter;
+            }
+        }
+        ++m_at;
+
+        QByteArray object = "{";
+        for (int i = 0; i < members.size(); ++i) {
+            if (keys.lastIndexOf(keys[i]) != i) {
+                m_hasDuplicates = true;
+                continue;
+            }
+            if (comparedKeys.count(comparedKeys[i]) != keys.count(keys[i]))
+                m_isBeyondQt = true;
+            object += (object.size() > 1 ? "," : "") + members[i];
+        }
+        return object + "}";
+    }
+
+    static QString decoded(const QByteArray &string)
+    {
+        const auto isUsual = [](char byte) { return byte > 0 && byte != '\\'; };
+        if (std::all_of(string.begin(), string.end(), isUsual))
+            return QString::fromLatin1(string.constData() + 1, string.size() - 2);
+        return QJsonDocument::fromJson("[" + string + "]").array().at(0).toString();
+    }
+
+    static bool isPaired(const QString &text, const QChar *unit)
+    {
+        return unit->isHighSurrogate() ? unit + 1 != text.constEnd() && unit[1].isLowSurrogate()
+                                       : unit != text.constBegin() && unit[-1].isHighSurrogate();
+    }
+
+    QByteArray readArray()
+    {
+        QByteArray array = "[";
+        while (peek() != ']') {
+            ++m_at;
+            if (peek() == ']')
+                break;
+            array += (array.size() > 1 ? "," : "") + readValue();
+        }
+        ++m_at;
+        return array + "]";
+    }
+
+    const QByteArray m_text;
+    int m_at = 0;
+    bool m_hasDuplicates = false;
+    bool m_isBeyondQt = false;
+};
+
+void compareTexts(const QByteArray &text)
+{
+    const QVariantMap ours = mapFromJsonText(text.constData());
+
+    QVariantMap qts;
+    bool isObject = false;
+    {
+        // Qt's parser loses the containers below a duplicate key; ours runs outside of this block.
+        const __lsan::ScopedDisabler ignoreLeaks;
+        const QJsonDocument document = QJsonDocument::fromJson(text);
+        isObject = document.isObject();
+        qts = document.toVariant().toMap();
+    }
+    if (isObject) {
+        DuplicateCutter cutter(text);
+        const QByteArray cut = cutter.cut();
+        if (cutter.isBeyondQt())
+            return;
+        if (cutter.hasDuplicates())
+            qts = QJsonDocument::fromJson(cut).toVariant().toMap();
+    }
+    if (!isSameMap(ours, qts))
+        differ("read differently", jsonTextFromMap(ours), text);
+
+    const QByteArray written = jsonTextFromMap(ours);
+    const QByteArray expected = QJsonDocument::fromVariant(ours).toJson(QJsonDocument::Compact);
+    if (written != expected)
+        differ("wrote what was read differently", written, expected);
+}
+
+// ---- maps ----
+
+// Makes values of all kinds from the bytes of the input.
+class Maker
+{
+public:
+    Maker(const uchar *data, size_t size) : m_at(data), m_end(data + size) {}
+
+    QVariantMap map(int depth)
+    {
+        QVariantMap map;
+        for (int count = byte() % 24; count > 0 && m_at != m_end; --count) {
+            const QString key = string();
+            const bool isMulti = byte() == 0xff;
+            const QVariant made = value(depth);
+            if (isMulti)
+                static_cast<QMultiMap<QString, QVariant> &>(map).insert(key, made);
+            else
+                map.insert(key, made);
+        }
+        return map;
+    }
+
+private:
+    uchar byte() { return m_at != m_end ? *m_at++ : 0; }
+
+    template <typename T>
+    T raw()
+    {
+        T result{};
+        const size_t size = std::min(sizeof result, size_t(m_end - m_at));
+        std::memcpy(&result, m_at, size);
+        m_at += size;
+        return result;
+    }
+
+    QByteArray bytes()
+    {
+        const int size = std::min(int(byte() % 70), int(m_end - m_at));
+        const QByteArray bytes(reinterpret_cast<const char *>(m_at), size);
+        m_at += size;
+        return bytes;
+    }
+
+    // Any UTF-16 units from pairs of bytes, or ASCII with some marks.
+    QString string()
+    {
+        const bool isWide = byte() % 4 == 0;
+        const QByteArray units = bytes();
+        if (!isWide)
+            return QString::fromLatin1(units);
+        return QString(reinterpret_cast<const QChar *>(units.constData()), units.size() / 2);
+    }
+
+    QVariantList list(int depth)
+    {
+        QVariantList list;
+        for (int count = byte() % 8; count > 0; --count)
+            list.append(value(depth));
+        return list;
+    }
+
+    QVariantHash hash(int depth)
+    {
+        QVariantHash hash;
+        for (int count = byte() % 4; count > 0; --count)
+            hash.insert(string(), value(depth));
+        return hash;
+    }
+
+    QVariant value(int depth)
+    {
+        switch (byte() % (depth < 8 ? 30 : 24)) {
+        case 0:
+            return QVariant();
+        case 1:
+            return QVariant::fromValue(nullptr);
+        case 2:
+            return byte() % 2 == 0;
+        case 3:
+            return raw<int>();
+        case 4:
+            return raw<uint>();
+        case 5:
+            return raw<qlonglong>();
+        case 6:
+            return raw<qulonglong>();
+        case 7:
+            return raw<double>();
+        case 8:
+            return raw<float>();
+        case 9:
+            return QVariant::fromValue(raw<short>());
+        case 10:
+            return raw<int>() / 1000.0;
+        case 11:
+            return double(raw<qlonglong>() >> byte() % 64);
+        case 12:
+            return QVariant(qlonglong((1LL << 53) - 128 + byte()));
+        case 13:
+        case 14:
+            return string();
+        case 15:
+            return bytes();
+        case 16:
+            return QVariant(QVariant::String);
+        case 17:
+            return QStringList{string(), QString(), string()};
+        case 18:
+            return QUrl(string());
+        case 19:
+            return QDateTime::fromMSecsSinceEpoch(raw<int>(), Qt::UTC);
+        case 20:
+            return QJsonValue::fromVariant(bytes());
+        case 21:
+            return QChar(raw<ushort>());
+        case 22:
+            return QVariant::fromValue(raw<long>());
+        case 23:
+            return QVariant::fromValue(QByteArrayList{bytes()});
+        case 24:
+        case 25:
+            return list(depth + 1);
+        case 26:
+            return hash(depth + 1);
+        case 27:
+            return QJsonObject::fromVariantMap(map(depth + 1));
+        default:
+            return map(depth + 1);
+        }
+    }
+
+    const uchar *m_at;
+    const uchar *m_end;
+};
+
+void compareMaps(const QVariantMap &map)
+{
+    const QByteArray expected = QJsonDocument::fromVariant(map).toJson(QJsonDocument::Compact);
+    const QByteArray written = jsonTextFromMap(map);
+    if (written != expected)
+        differ("wrote differently", written, expected);
+    QByteArray appended = "before";
+    appendJsonText(appended, map);
+    if (appended != "before" + expected)
+        differ("appended differently", appended, expected);
+
+    // The two strings have the same meaning, and a member of its own each.
+    QVariantMap flat;
+    JsonObjectText object;
+    for (auto it = map.cbegin(); it != map.cend(); ++it) {
+        const QByteArray key = "k" + QByteArray::number(flat.size() + 100);
+        const QByteArray bytes = it.key().toUtf8();
+        const bool isBytes = flat.size() % 3 == 0;
+        flat.insert(QString::fromLatin1(key), isBytes ? QVariant(bytes) : QVariant(it.key()));
+        isBytes ? object.add(QLatin1String(key), bytes) : object.add(QLatin1String(key), it.key());
+    }
+    const QByteArray expectedFlat = QJsonDocument::fromVariant(flat).toJson(QJsonDocument::Compact);
+    const QString writtenFlat = object.take();
+    if (writtenFlat != QString::fromUtf8(expectedFlat))
+        differ("wrote a flat object differently", writtenFlat.toUtf8(), expectedFlat);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    if (size == 0)
+        return 0;
+    if (data[0] == 'm') {
+        compareMaps(Maker(data + 1, size - 1).map(0));
+        return 0;
+    }
+
+    // As bytes of a length, without the NUL behind them; what follows a NUL is not compared, since
+    // the boundary's texts end there.
+    const auto *text = reinterpret_cast<const char *>(data);
+    const std::unique_ptr<char[]> copy(new char[size]);
+    std::memcpy(copy.get(), text, size);
+    mapFromJsonText(copy.get(), int(size));
+    compareTexts(QByteArray(text, int(strnlen(text, size))));
+    return 0;
+}
