@@ -1,0 +1,337 @@
+#include "framework/jsontext.h"
+
+#include <QDateTime>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTest>
+#include <QUrl>
+
+#include <limits>
+
+// Every expected value is written out, and held against what Qt makes of the same input.
+class tst_JsonText : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    // reading
+    void readsValue_data();
+    void readsValue();
+    void refuses_data();
+    void refuses();
+    void readsDownToDepthLimit();
+    void lastOfDuplicatesCounts_data();
+    void lastOfDuplicatesCounts();
+    void readsNoFurtherThanLength();
+
+    // writing
+    void writesValue_data();
+    void writesValue();
+    void writesKeysInOrder();
+    void writesBelowDepthLimit();
+    void writesMarksAtEveryPlace();
+    void appendsBehindText();
+
+    // flat objects
+    void flatObjectEqualsMap();
+};
+
+namespace {
+
+QVariantMap readByQt(const QByteArray &text)
+{
+    return QJsonDocument::fromJson(text).toVariant().toMap();
+}
+
+QByteArray writtenByQt(const QVariantMap &map)
+{
+    return QJsonDocument::fromVariant(map).toJson(QJsonDocument::Compact);
+}
+
+QByteArray nestedArrays(int depth)
+{
+    return "{\"a\":" + QByteArray(depth, '[') + QByteArray(depth, ']') + "}";
+}
+
+} // namespace
+
+void tst_JsonText::readsValue_data()
+{
+    QTest::addColumn<QByteArray>("value");
+    QTest::addColumn<QVariant>("expected");
+
+    const auto row = [](const char *name, const QByteArray &value, const QVariant &expected) {
+        QTest::newRow(name) << value << expected;
+    };
+    row("true", "true", true);
+    row("false", " false ", false);
+    row("null", "null", QVariant::fromValue(nullptr));
+    row("zero", "0", 0LL);
+    row("minus zero", "-0", 0LL);
+    row("minus zero with fraction", "-0.0", 0LL);
+    row("18 digits", "-999999999999999999", -999999999999999999LL);
+    row("greatest whole number", "9223372036854775807", std::numeric_limits<qlonglong>::max());
+    row("one beyond", "9223372036854775808", 9223372036854775808.0);
+    row("least whole number", "-9223372036854775808", std::numeric_limits<qlonglong>::min());
+    row("whole with exponent", "1E+5", 100000LL);
+    row("fraction", "-1.5e-3", -0.0015);
+    row("no digit behind point", "1.", 1LL);
+    row("no digit before point", "-.5", -0.5);
+    row("empty string", "\"\"", QString(""));
+    row("plain string", "\"just over eight bytes\"", "just over eight bytes");
+    row("escapes", R"("\"\\\/\b\f\n\r\t\q")", "\"\\/\b\f\n\r\tq");
+    row("hexadecimal escapes", R"("\u0041\u00e9\u00E9")", QStringLiteral("A\u00e9\u00e9"));
+    row("escaped zero", R"("a\u0000b")", QString("a") + QChar(0) + "b");
+    row("escaped pair", R"("\ud83d\ude00")", QString::fromUtf8("\xf0\x9f\x98\x80"));
+    row("lone surrogate", R"("\ud800")", QString(QChar(0xd800)));
+    row("control characters", "\"\x01\n\x1f\x7f\"", QString("\x01\n\x1f\x7f"));
+    row("two to four bytes", "\"\xc3\xa9\xe6\x97\xa5\xf0\x9f\x98\x80\"",
+        QString::fromUtf8("\xc3\xa9\xe6\x97\xa5\xf0\x9f\x98\x80"));
+    row("noncharacter", "\"\xef\xbf\xbf\"", QString(QChar(0xffff)));
+    row("mark at the head", "\"\xef\xbb\xbfx\"", "x");
+    row("mark with an escape", "\"\xef\xbb\xbf\\n\"", QString(QChar(0xfeff)) + "\n");
+    row("empty array", "[ ]", QVariantList());
+    row("array", "[1,[2],{}]", QVariantList{1LL, QVariant(QVariantList{2LL}), QVariantMap()});
+    row("object", R"({"x":{"":1}})", QVariantMap{{"x", QVariantMap{{"", 1LL}}}});
+}
+
+void tst_JsonText::readsValue()
+{
+    QFETCH(QByteArray, value);
+    QFETCH(QVariant, expected);
+
+    for (const QByteArray &start :
+         {QByteArray("{\"k\":"), QByteArray("\xef\xbb\xbf \r\n\t{ \"k\" :")}) {
+        const QByteArray text = start + value + "}";
+        const QVariantMap map = mapFromJsonText(text.constData());
+        QCOMPARE(map.keys(), QStringList("k"));
+        QCOMPARE(map["k"].userType(), expected.userType());
+        QCOMPARE(map["k"].isNull(), expected.isNull());
+        QCOMPARE(map["k"], expected);
+        QCOMPARE(map, readByQt(text));
+        QCOMPARE(readByQt(text)["k"].userType(), expected.userType());
+    }
+}
+
+void tst_JsonText::refuses_data()
+{
+    QTest::addColumn<QByteArray>("text");
+
+    const QList<QByteArray> texts = {
+        "", " ", "x", "1", "\"a\"", "null", "[]", "[{\"a\":1}]", "{", "}", "{]", "{,}", "{a:1}",
+        "{\"a\"}", "{\"a\":}", "{\"a\" 1}", "{\"a\":1", "{\"a\":1,}", "{\"a\":1 \"b\":2}",
+        "{\"a\":1}x", "{\"a\":1}{}", "{\"a\":[1,]}", "{\"a\":[,1]}", "{\"a\":[1 2]}", "{\"a\":[1}",
+        "{\"a\":tru}", "{\"a\":truex}", "{\"a\":NULL}", "{\"a\":01}", "{\"a\":+1}", "{\"a\":-}",
+        "{\"a\":1e}", "{\"a\":1e400}", "{\"a\":1e-400}", "{\"a\":nan}", "{\"a\":0x1}",
+        "{\"a\":\"b}", "{\"a\":\"b\\\"}", "{\"a\":\"\\u12\"}", "{\"a\":\"\\u12g4\"}",
+        "{\"a\":\"\\u", "{\"a\":\"\\", "{\"a\":\"\\u123",
+        // not UTF-8: a lone continuation, overlong forms, a surrogate, beyond U+10FFFF, cut short
+        "{\"a\":\"\x80\"}", "{\"a\":\"\xc1\xbf\"}", "{\"a\":\"\xe0\x9f\xbf\"}",
+        "{\"a\":\"\xf0\x8f\xbf\xbf\"}", "{\"a\":\"\xed\xa0\x80\"}", "{\"a\":\"\xf4\x90\x80\x80\"}",
+        "{\"a\":\"\xf5\x80\x80\x80\"}", "{\"a\":\"\xe6\x97\"}", "{\"a\":\"\xe6", "{\"\xff\":1}",
+        "\xef\xbb\xbf", "\xef\xbb{}", "\xc2\xa0{\"a\":1}"};
+    for (const QByteArray &text : texts)
+        QTest::newRow(text.toPercentEncoding(" !\"#$&'()*+,/:;<=>?@[]{}\\").constData()) << text;
+}
+
+void tst_JsonText::refuses()
+{
+    QFETCH(QByteArray, text);
+
+    QCOMPARE(mapFromJsonText(text.constData()), QVariantMap());
+    QCOMPARE(readByQt(text), QVariantMap());
+}
+
+void tst_JsonText::readsDownToDepthLimit()
+{
+    QCOMPARE(mapFromJsonText(nestedArrays(1023).constData()).size(), 1);
+    QCOMPARE(readByQt(nestedArrays(1023)).size(), 1);
+    QVERIFY(mapFromJsonText(nestedArrays(1024).constData()).isEmpty());
+    QVERIFY(readByQt(nestedArrays(1024)).isEmpty());
+    QVERIFY(mapFromJsonText(QByteArray(1000000, '{').constData()).isEmpty());
+    QVERIFY(mapFromJsonText(QByteArray("{\"a\":").repeated(1000000).constData()).isEmpty());
+}
+
+void tst_JsonText::lastOfDuplicatesCounts_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QByteArray>("expected");
+
+    QByteArray many;
+    for (int i = 0; i < 40; ++i)
+        many += (i ? ",\"k" : "{\"k") + QByteArray::number(i % 4) + "\":" + QByteArray::number(i);
+
+    QTest::newRow("values") << QByteArray(R"({"a":1,"b":2,"a":3})")
+                            << QByteArray(R"({"a":3,"b":2})");
+    QTest::newRow("containers") << QByteArray(R"({"a":{"x":[1]},"a":[2],"a":{}})")
+                                << QByteArray(R"({"a":{}})");
+    QTest::newRow("by null") << QByteArray(R"({"a":{"x":1},"a":null})")
+                             << QByteArray(R"({"a":null})");
+    QTest::newRow("spelled differently")
+        << QByteArray(R"({"a":1,"\u0061":2})") << QByteArray(R"({"a":2})");
+    QTest::newRow("many") << many + "}" << QByteArray(R"({"k0":36,"k1":37,"k2":38,"k3":39})");
+    // Qt takes these two for one key.
+    QTest::newRow("none") << QByteArray("{\"\\ud800\":1,\"\xef\xbf\xbd\":2}")
+                          << QByteArray("{\"\\ud800\":1,\"\xef\xbf\xbd\":2}");
+}
+
+void tst_JsonText::lastOfDuplicatesCounts()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(QByteArray, expected);
+
+    QCOMPARE(jsonTextFromMap(mapFromJsonText(text.constData())), expected);
+}
+
+void tst_JsonText::readsNoFurtherThanLength()
+{
+    const QByteArray text = "{\"a\":1}}";
+    QCOMPARE(mapFromJsonText(text.constData(), 7), (QVariantMap{{"a", 1LL}}));
+    QVERIFY(mapFromJsonText(text.constData(), 8).isEmpty());
+    QVERIFY(mapFromJsonText(text.constData(), 0).isEmpty());
+    QVERIFY(mapFromJsonText(nullptr).isEmpty());
+    QVERIFY(mapFromJsonText(nullptr, 5).isEmpty());
+}
+
+void tst_JsonText::writesValue_data()
+{
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<QByteArray>("expected");
+
+    const auto row = [](const char *name, const QVariant &value, const QByteArray &expected) {
+        QTest::newRow(name) << value << expected;
+    };
+    row("invalid", QVariant(), "null");
+    row("null pointer", QVariant::fromValue(nullptr), "null");
+    row("true", true, "true");
+    row("false", false, "false");
+    row("least int", std::numeric_limits<int>::min(), "-2147483648");
+    row("greatest uint", std::numeric_limits<uint>::max(), "4294967295");
+    row("2^53", 9007199254740992LL, "9007199254740992");
+    row("2^53 + 1", 9007199254740993LL, "9007199254740992");
+    row("least longlong", std::numeric_limits<qlonglong>::min(), "-9223372036854776000");
+    row("greatest ulonglong", std::numeric_limits<qulonglong>::max(), "18446744073709552000");
+    row("minus zero", -0.0, "0");
+    row("whole double", -123456.0, "-123456");
+    row("fraction", 0.1, "0.1");
+    row("small", 1.5e-7, "1.5e-07");
+    row("float", 0.1f, "0.10000000149011612");
+    row("great", 1e22, "1e+22");
+    row("not a number", qQNaN(), "null");
+    row("infinite", -qInf(), "null");
+    row("null string", QString(), "\"\"");
+    row("escapes", "\"\\/\b\f\n\r\t\x01\x1f\x7f",
+        R"("\"\\/\b\f\n\r\t\u0001\u001f)"
+        "\x7f\"");
+    row("zero", QString(QChar(0)), R"("\u0000")");
+    row("two to four bytes", QString::fromUtf8("\xc3\xa9\xe6\x97\xa5\xf0\x9f\x98\x80"),
+        "\"\xc3\xa9\xe6\x97\xa5\xf0\x9f\x98\x80\"");
+    row("lone surrogates", QString(QChar(0xdc00)) + QChar(0xd800), R"("\udc00\ud800")");
+    row("bytes", QByteArray("a\0\xc3\xa9", 4), "\"a\\u0000\xc3\xa9\"");
+    row("bytes that are not UTF-8", QByteArray("\xff"), "\"\xef\xbf\xbd\"");
+    row("no bytes", QByteArray(""), "null");
+    row("string list", QStringList{"a", QString(), "b\""}, R"(["a","","b\""])");
+    row("empty lists", QVariantList{QStringList(), QVariant(QVariantList())}, "[[],[]]");
+    row("list", QVariantList{1, "a", QVariant()}, R"([1,"a",null])");
+    row("maps", QVariantMap{{"b", QVariantMap()}, {"a", 1}}, R"({"a":1,"b":{}})");
+    row("hash", QVariantHash{{"a", QByteArray("x")}}, R"({"a":"x"})");
+    row("object", QJsonObject{{"a", QJsonArray{1.5}}}, R"({"a":[1.5]})");
+    row("url", QUrl("http://a/\xc3\xa9"), R"("http://a/%C3%A9")");
+    row("time", QDateTime::fromMSecsSinceEpoch(0, Qt::UTC), R"("1970-01-01T00:00:00.000Z")");
+    row("character", QChar('x'), "\"x\"");
+    row("no text", QVariant(QSize(1, 2)), "null");
+}
+
+void tst_JsonText::writesValue()
+{
+    QFETCH(QVariant, value);
+    QFETCH(QByteArray, expected);
+
+    const QVariantMap member{{"k", value}};
+    QCOMPARE(jsonTextFromMap(member), "{\"k\":" + expected + "}");
+    QCOMPARE(jsonTextFromMap(member), writtenByQt(member));
+    const QVariantMap element{{"k", QVariantList{value}}};
+    QCOMPARE(jsonTextFromMap(element), writtenByQt(element));
+}
+
+void tst_JsonText::writesKeysInOrder()
+{
+    QCOMPARE(jsonTextFromMap({}), QByteArray("{}"));
+    // U+E000 stands behind the surrogates of U+1F600, although its code point is the smaller one.
+    const QVariantMap map{{"b", 1},
+                          {"", 2},
+                          {"a\"", 3},
+                          {"B", 4},
+                          {QString(QChar(0xe000)), 5},
+                          {QString::fromUtf8("\xf0\x9f\x98\x80"), 6}};
+    const QByteArray text =
+        "{\"\":2,\"B\":4,\"a\\\"\":3,\"b\":1,\"\xf0\x9f\x98\x80\":6,\"\xee\x80\x80\":5}";
+    QCOMPARE(jsonTextFromMap(map), text);
+    QCOMPARE(writtenByQt(map), text);
+
+    QMultiMap<QString, QVariant> several{{"k", 1}, {"l", 0}};
+    several.insert("k", 2);
+    QCOMPARE(jsonTextFromMap(several), QByteArray(R"({"k":1,"l":0})"));
+    QCOMPARE(writtenByQt(several), QByteArray(R"({"k":1,"l":0})"));
+}
+
+void tst_JsonText::writesBelowDepthLimit()
+{
+    QVariantMap map;
+    for (int depth = 1; depth < 3000; ++depth)
+        map = {{"a", depth % 2 ? QVariant(map) : QVariantList{map}}};
+    QCOMPARE(jsonTextFromMap(map), writtenByQt(map));
+}
+
+// Strings are looked at in pieces: each mark has to be seen wherever in a piece it lies.
+void tst_JsonText::writesMarksAtEveryPlace()
+{
+    const QStringList marks{"\"",
+                            "\\",
+                            "\n",
+                            "\x1f",
+                            QString(QChar(0x80)),
+                            QString(QChar(0x22 << 8)),
+                            QString(QChar(0xd800)),
+                            QString::fromUtf8("\xf0\x9f\x98\x80")};
+    for (const QString &mark : marks) {
+        for (int place = 0; place < 40; ++place) {
+            QString string(40, 'x');
+            string.insert(place, mark);
+            string.insert((place * 7) % 40, mark);
+            const QVariantMap map{{string, string}};
+            QCOMPARE(jsonTextFromMap(map), writtenByQt(map));
+            QCOMPARE(mapFromJsonText(writtenByQt(map).constData()), map);
+        }
+    }
+}
+
+void tst_JsonText::appendsBehindText()
+{
+    QByteArray text = "log: ";
+    text.reserve(4000);
+    appendJsonText(text, {{"a", QString(1000, '\x01')}});
+    QCOMPARE(text, "log: {\"a\":\"" + QByteArray("\\u0001").repeated(1000) + "\"}");
+    appendJsonString(text, "\"");
+    QVERIFY(text.endsWith("}\"\\\"\""));
+}
+
+void tst_JsonText::flatObjectEqualsMap()
+{
+    JsonObjectText object;
+    QCOMPARE(object.take(), QString("{}"));
+    for (const QString &string :
+         {QString(), QString(900, '"'), QString::fromUtf8("\xe6\x97\xa5")}) {
+        object.add(QLatin1String("bytes"), string.toUtf8());
+        object.add(QLatin1String("flag"), true);
+        object.add(QLatin1String("number"), -5);
+        object.add(QLatin1String("string"), string);
+        const QVariantMap map{
+            {"bytes", string.toUtf8()}, {"flag", true}, {"number", -5}, {"string", string}};
+        QCOMPARE(object.take(), QString::fromUtf8(writtenByQt(map)));
+    }
+}
+
+QTEST_APPLESS_MAIN(tst_JsonText)
+#include "tst_jsontext.moc"
