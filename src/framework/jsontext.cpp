@@ -389,6 +389,82 @@ constexpr int kChunk = 8;
 using Chunk = ushort __attribute__((vector_size(kChunk * sizeof(ushort))));
 using ByteChunk = uchar __attribute__((vector_size(kChunk)));
 
+inline void putEscaped(ushort unit, char letter, char *&out)
+{
+    *out++ = '\\';
+    *out++ = letter;
+    if (Q_LIKELY(letter != 'u'))
+        return;
+    for (int shift = 12; shift >= 0; shift -= 4)
+        *out++ = "0123456789abcdef"[unit >> shift & 0xf];
+}
+
+inline void putNonAscii(uint code, char *&out)
+{
+    if (code < 0x800) {
+        *out++ = char(0xc0 | code >> 6);
+    } else if (code < 0x10000) {
+        *out++ = char(0xe0 | code >> 12);
+        *out++ = char(0x80 | (code >> 6 & 0x3f));
+    } else {
+        *out++ = char(0xf0 | code >> 18);
+        *out++ = char(0x80 | (code >> 12 & 0x3f));
+        *out++ = char(0x80 | (code >> 6 & 0x3f));
+    }
+    *out++ = char(0x80 | (code & 0x3f));
+}
+
+// One character, which may be a surrogate pair, in at most six bytes. Gives where the next begins.
+inline const ushort *putCharacter(const ushort *at, const ushort *end, char *&out)
+{
+    const ushort unit = *at++;
+    if (unit < 0x80) {
+        if (const char letter = kEscapeLetters[unit])
+            putEscaped(unit, letter, out);
+        else
+            *out++ = char(unit);
+    } else if (!QChar::isSurrogate(unit)) {
+        putNonAscii(unit, out);
+    } else if (QChar::isHighSurrogate(unit) && at != end && QChar::isLowSurrogate(*at)) {
+        putNonAscii(QChar::surrogateToUcs4(unit, *at++), out);
+    } else {
+        putEscaped(unit, 'u', out);
+    }
+    return at;
+}
+
+// Writes the units as if each were one byte of the text, and again from behind each that is not.
+inline const ushort *putChunk(const ushort *at, const ushort *end, char *&out)
+{
+    Chunk units;
+    std::memcpy(&units, at, sizeof units);
+    const auto isMarked = (units - 0x20 >= 0x60) | (units == '"') | (units == '\\');
+    const ByteChunk narrowUnits = __builtin_convertvector(units, ByteChunk);
+    const ByteChunk narrowMarks = __builtin_convertvector(isMarked, ByteChunk);
+    quint64 bytes = qFromLittleEndian<quint64>(&narrowUnits);
+    quint64 marks = qFromLittleEndian<quint64>(&narrowMarks);
+
+    int left = kChunk;
+    while (marks) {
+        qToLittleEndian(bytes, out);
+        const int plain = int(qCountTrailingZeroBits(marks) / 8);
+        out += plain;
+        at += plain;
+        left -= plain + 1;
+        if (*at >= 0x80)
+            return putCharacter(at, end, out);
+        putEscaped(*at, kEscapeLetters[*at], out);
+        ++at;
+        if (left == 0)
+            return at;
+        bytes >>= 8 * (plain + 1);
+        marks >>= 8 * (plain + 1);
+    }
+    qToLittleEndian(bytes, out);
+    out += left;
+    return at + left;
+}
+
 // Appends JSON text. The text's size is the room to write in, length() is what is written: the
 // owner of the text cuts it to that in the end.
 class Writer
@@ -436,10 +512,6 @@ private:
 
     void put(int byte) { *m_at++ = char(byte); }
     void grow(int more);
-    const ushort *chunk(const ushort *at, const ushort *end);
-    const ushort *marked(const ushort *at, const ushort *end);
-    void escaped(ushort unit, char letter);
-    void nonAscii(uint code);
 
     QByteArray &m_text;
     char *m_begin = nullptr;
@@ -479,81 +551,24 @@ void Writer::string(const QString &string)
     const ushort *const end = at + string.size();
     makeRoom(string.size());
     put('"');
+    // A variable of its own stays in a register while bytes are stored, m_at would not.
+    char *out = m_at;
     while (end - at >= kChunk) {
-        makeRoom();
-        at = chunk(at, end);
+        if (Q_UNLIKELY(m_limit - out < kRoom)) {
+            m_at = out;
+            grow(0);
+            out = m_at;
+        }
+        // Text that is not ASCII comes in runs, where looking at a chunk gains nothing.
+        at = *at < 0x80 ? putChunk(at, end, out) : putCharacter(at, end, out);
     }
+    m_at = out;
     makeRoom();
-    while (at != end) {
-        if (*at < 0x80 && !kEscapeLetters[*at])
-            put(*at++);
-        else
-            at = marked(at, end);
-    }
-    put('"');
-}
-
-// Writes the units as if each were one byte of the text, and again from behind each that is not.
-const ushort *Writer::chunk(const ushort *at, const ushort *end)
-{
-    Chunk units;
-    std::memcpy(&units, at, sizeof units);
-    const ByteChunk narrow = __builtin_convertvector(units, ByteChunk);
-    const auto isMarked = (units - 0x20 >= 0x60) | (units == '"') | (units == '\\');
-    const ByteChunk wideMarks = __builtin_convertvector(isMarked, ByteChunk);
-    quint64 bytes = qFromLittleEndian<quint64>(&narrow);
-    quint64 marks = qFromLittleEndian<quint64>(&wideMarks);
-
-    int left = kChunk;
-    while (marks) {
-        qToLittleEndian(bytes, m_at);
-        const int plain = int(qCountTrailingZeroBits(marks) / 8);
-        m_at += plain;
-        const ushort *const next = marked(at + plain, end);
-        const int used = int(next - at);
-        at = next;
-        left -= used;
-        if (left <= 0)
-            return at;
-        bytes >>= 8 * used;
-        marks >>= 8 * used;
-    }
-    qToLittleEndian(bytes, m_at);
-    m_at += left;
-    return at + left;
-}
-
-// One character, or surrogate pair, that does not stand for itself in one byte.
-inline const ushort *Writer::marked(const ushort *at, const ushort *end)
-{
-    const ushort unit = *at++;
-    if (unit < 0x80)
-        escaped(unit, kEscapeLetters[unit]);
-    else if (!QChar::isSurrogate(unit))
-        nonAscii(unit);
-    else if (QChar::isHighSurrogate(unit) && at != end && QChar::isLowSurrogate(*at))
-        nonAscii(QChar::surrogateToUcs4(unit, *at++));
-    else
-        escaped(unit, 'u');
-    return at;
-}
-
-inline void Writer::escaped(ushort unit, char letter)
-{
-    put('\\');
-    put(letter);
-    if (Q_LIKELY(letter != 'u'))
-        return;
-    for (int shift = 12; shift >= 0; shift -= 4)
-        put("0123456789abcdef"[unit >> shift & 0xf]);
-}
-
-void Writer::nonAscii(uint code)
-{
-    const int length = code < 0x800 ? 2 : code < 0x10000 ? 3 : 4;
-    put(int(0xf00 >> length & 0xf0) | int(code >> (6 * (length - 1))));
-    for (int shift = 6 * (length - 2); shift >= 0; shift -= 6)
-        put(0x80 | int(code >> shift & 0x3f));
+    out = m_at;
+    while (at != end)
+        at = putCharacter(at, end, out);
+    *out++ = '"';
+    m_at = out;
 }
 
 void Writer::bytes(const QByteArray &bytes)
