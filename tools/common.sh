@@ -68,6 +68,11 @@ need_base() {
         nlohmann-json3-dev libedit-dev libssl-dev openssl
 }
 
+need_arm64() {
+    need_architecture arm64
+    need g++-aarch64-linux-gnu qemu-user qtbase5-dev:arm64 libedit-dev:arm64 libssl-dev:arm64
+}
+
 # configure PRESET [CMAKE ARGUMENT...]
 configure() {
     quietly "Configuring $1" cmake --preset "$@"
