@@ -163,7 +163,7 @@ std::optional<std::vector<Command>> readScript(const std::string &path, std::str
 {
     const std::optional<std::string> content = readFile(path, error);
     if (!content) {
-        error = path + ": " + error;
+        error.insert(0, path + ": ");
         return std::nullopt;
     }
     std::vector<Command> commands;
@@ -176,7 +176,7 @@ std::optional<std::vector<Command>> readScript(const std::string &path, std::str
         }
         std::optional<Command> command = parseScriptLine(line, error);
         if (!command) {
-            error = path + ':' + std::to_string(number) + ": " + error;
+            error.insert(0, path + ':' + std::to_string(number) + ": ");
             return std::nullopt;
         }
         commands.push_back(std::move(*command));

@@ -72,6 +72,7 @@ std::string utf8(const std::wstring &text)
     static constexpr std::uint32_t kLeads[] = {0, 0xc0, 0xe0, 0xf0};
     std::string out;
     for (const wchar_t character : text) {
+        // NOLINTNEXTLINE(bugprone-signed-char-misuse): it has 32 bits, none is lost or made up
         const auto code = static_cast<std::uint32_t>(character);
         const int followers = code < 0x80 ? 0 : code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;
         out += static_cast<char>(kLeads[followers] | (code >> (6 * followers)));

@@ -22,7 +22,7 @@ std::string absoluteFromEnvironment(const char *name)
 
 std::string homeDirectory()
 {
-    const std::string home = absoluteFromEnvironment("HOME");
+    std::string home = absoluteFromEnvironment("HOME");
     if (!home.empty()) {
         return home;
     }

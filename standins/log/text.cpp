@@ -11,6 +11,12 @@ constexpr std::uint32_t kReplacement = 0xfffd;
 constexpr std::size_t kLongestName = 100;
 constexpr std::size_t kShortenedName = 80; ///< leaves room for the hash
 
+std::uint32_t codeOf(wchar_t character)
+{
+    // NOLINTNEXTLINE(bugprone-signed-char-misuse): it has 32 bits, none is lost or made up
+    return static_cast<std::uint32_t>(character);
+}
+
 bool isCharacter(std::uint32_t code)
 {
     return code < 0xd800 || (code > 0xdfff && code <= 0x10ffff);
@@ -77,7 +83,7 @@ std::string escaped(const std::wstring &text, bool blanksToo)
     std::string out;
     out.reserve(text.size());
     for (const wchar_t character : text) {
-        const auto code = static_cast<std::uint32_t>(character);
+        const std::uint32_t code = codeOf(character);
         if (isControl(code) || isLayout(code) || !isCharacter(code) || code == '\\' ||
             (blanksToo && code == ' ')) {
             appendEscape(out, code);
@@ -131,7 +137,7 @@ std::uint64_t hashOf(const wchar_t *text)
 {
     std::uint64_t hash = 0xcbf29ce484222325; // FNV-1a
     for (; *text; ++text) {
-        hash = (hash ^ static_cast<std::uint32_t>(*text)) * 0x100000001b3;
+        hash = (hash ^ codeOf(*text)) * 0x100000001b3;
     }
     return hash;
 }
@@ -142,7 +148,7 @@ std::string toUtf8(const wchar_t *text)
 {
     std::string out;
     for (; text && *text; ++text) {
-        const auto code = static_cast<std::uint32_t>(*text);
+        const std::uint32_t code = codeOf(*text);
         appendUtf8(out, isCharacter(code) ? code : kReplacement);
     }
     return out;
@@ -176,7 +182,7 @@ std::string fileName(const wchar_t *text, const std::string &fallback)
     std::size_t end = 0; // of the last whole character that a shortened name may keep
     bool changed = false;
     for (const wchar_t *at = text; *at; ++at) {
-        const auto code = static_cast<std::uint32_t>(*at);
+        const std::uint32_t code = codeOf(*at);
         const bool leading = at == text && (code == '.' || code == '-');
         const bool kept = isCharacter(code) && !isControl(code) && !isLayout(code) && code != '/' &&
                           code != '\\' && !leading;

@@ -28,6 +28,7 @@ private Q_SLOTS:
     // runs
     void exitCodeTellsWhetherAllWasExpected_data();
     void exitCodeTellsWhetherAllWasExpected();
+    void missingAnswerEndsTheWait();
     void jsonOutputIsOneObjectALine();
     void foreignTextIsPrintedHarmlessly();
     void promptTakesCommandsFromInput();
@@ -205,6 +206,17 @@ void tst_Zefhost::exitCodeTellsWhetherAllWasExpected()
     VERIFY_EXIT(result, exitCode);
     VERIFY_CONTAINS(result.output, output);
     QCOMPARE(result.errors, std::string());
+}
+
+void tst_Zefhost::missingAnswerEndsTheWait()
+{
+    const QString silent = write("silent", R"({"app":{"appName":"a","productName":"a",
+        "version":"1","localStoragePath":"/var/tmp/a"},
+        "standin":{"script":{"logout":{"hold":true}}}})");
+    const ChildResult result =
+        run({"--settings", silent, "--timeout", "0.1", "async", "account.logout"});
+    VERIFY_EXIT(result, 1);
+    VERIFY_CONTAINS(result.output, "no answer within 0.1 s");
 }
 
 void tst_Zefhost::jsonOutputIsOneObjectALine()
