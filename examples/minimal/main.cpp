@@ -17,7 +17,7 @@ int main(int argc, char **argv)
     void *library = dlopen(argc > 1 ? argv[1] : "libzelectronframework.so", RTLD_NOW);
     void *symbol = library ? dlsym(library, "createElectronFrameworkObject") : nullptr;
     if (!symbol) {
-        std::fputs("libzelectronframework.so cannot be loaded\n", stderr);
+        std::fprintf(stderr, "%s\n", dlerror()); // NOLINT(concurrency-mt-unsafe)
         return 2;
     }
     auto *framework = reinterpret_cast<decltype(&createElectronFrameworkObject)>(symbol)();
