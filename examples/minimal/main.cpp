@@ -16,10 +16,8 @@ int main(int argc, char **argv)
 {
     void *library = dlopen(argc > 1 ? argv[1] : "libzelectronframework.so", RTLD_NOW);
     void *symbol = library ? dlsym(library, "createElectronFrameworkObject") : nullptr;
-    if (!symbol) {
-        std::fprintf(stderr, "%s\n", dlerror()); // NOLINT(concurrency-mt-unsafe)
-        return 2;
-    }
+    if (!symbol)
+        return std::fprintf(stderr, "%s\n", dlerror()), 2;
     auto *framework = reinterpret_cast<decltype(&createElectronFrameworkObject)>(symbol)();
 
     PrintReply reply;
