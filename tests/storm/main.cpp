@@ -1,0 +1,56 @@
+#include "storm/modes.h"
+#include "storm/verdict.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <filesystem>
+#include <map>
+#include <string>
+
+namespace {
+
+struct Mode
+{
+    void (*run)(const Options &);
+    long operations; ///< when neither number nor time is given
+};
+
+const std::map<std::string, Mode> kModes = {
+    {"mixed", {&runMixed, 100000}},    {"listeners", {&runListeners, 100000}},
+    {"restart", {&runRestart, 1000}},  {"shutdown", {&runShutdown, 50}},
+    {"hostile", {&runHostile, 10000}}, {"soak", {&runSoak, 0}},
+};
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    Options options;
+    std::string name = "mixed";
+    CLI::App app("Storms on the framework library; exit code 0 only when every promise was kept");
+    app.add_option("--mode", name, "the storm")
+        ->check(CLI::IsMember({"mixed", "listeners", "restart", "shutdown", "hostile", "soak"}));
+    app.add_option("--threads", options.threads, "threads of the host")->check(CLI::Range(1, 256));
+    app.add_option("--operations", options.operations,
+                   "operations, removals, restarts or shutdowns, by the mode");
+    app.add_option("--seconds", options.seconds, "after which no operation starts");
+    app.add_option("--seed", options.seed, "of the random order");
+    CLI11_PARSE(app, argc, argv);
+
+    const Mode &mode = kModes.at(name);
+    if (options.operations <= 0 && options.seconds <= 0) {
+        options.operations = mode.operations;
+    }
+    if (name == "soak" && options.seconds <= 0) {
+        options.seconds = 600;
+        options.operations = 0;
+    }
+    // Before the first run: silence for speed, and nothing to remember for flat memory.
+    const auto logs = std::filesystem::temp_directory_path() / "zef_storm";
+    LoadedLibrary::instance().log().setBaseDirectory(logs.string());
+    LoadedLibrary::instance().log().setSilent(true);
+    LoadedLibrary::instance().account().setRecording(false);
+    mode.run(options);
+    return brokenCount() == 0 ? 0 : 1;
+}
