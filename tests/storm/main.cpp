@@ -4,7 +4,6 @@
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
-#include <filesystem>
 #include <map>
 #include <string>
 
@@ -46,11 +45,6 @@ int main(int argc, char **argv)
         options.seconds = 600;
         options.operations = 0;
     }
-    // Before the first run: silence for speed, and nothing to remember for flat memory.
-    const auto logs = std::filesystem::temp_directory_path() / "zef_storm";
-    LoadedLibrary::instance().log().setBaseDirectory(logs.string());
-    LoadedLibrary::instance().log().setSilent(true);
-    LoadedLibrary::instance().account().setRecording(false);
     mode.run(options);
     return brokenCount() == 0 ? 0 : 1;
 }

@@ -14,6 +14,7 @@ constexpr long kCallsPerRun = 100;
 void liveOnce(const Options &options, std::uint64_t seed)
 {
     Storm storm;
+    storm.climate.keepsOrder = false; // cancelled answers overtake others
     addTasks(storm);
     start(storm);
     Options part = options;
@@ -48,8 +49,8 @@ void runRestart(const Options &options)
     // The last thread may still be on its way out of the kernel.
     waitFor([&] { return (end = ProcessFigures::now()).threads <= warm.threads; });
     if (budget.taken() > kWarm) {
-        expect(end.threads == warm.threads, "the number of threads changes");
-        expect(end.descriptors == warm.descriptors, "the number of descriptors changes");
+        expect(end.threads <= warm.threads, "threads are left");
+        expect(end.descriptors <= warm.descriptors, "descriptors are left");
     }
     if (budget.taken() > kWarmMemory && isMemoryMeasurable()) {
         expect(end.residentKib - warm.residentKib <= kGrowthKib, "memory grows");
