@@ -14,7 +14,7 @@ void expect(bool holds, const std::string &promise);
 
 long brokenCount();
 
-/// Runs \a step; ends the process with a message when it hangs.
+/// Runs \a step; ends the process with a message when it takes a minute. One at a time.
 void withoutHanging(const char *what, const std::function<void()> &step);
 
 /// Waits until \a condition holds, without a fixed sleep. \return false after a minute.
