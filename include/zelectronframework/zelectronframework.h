@@ -36,8 +36,8 @@ namespace zelectronframeworkspace {
 /// Identifies one subscription made by addListener; 0 is none. Never used twice in a process.
 using ListenerHandle = std::uint64_t;
 
-/// The length argument of IElectronCallback::onCallback when no length was passed. No reply has
-/// this length: the shortest text is "{}".
+/// The length argument of IElectronCallback::onCallback when no length was passed. No text has this
+/// length: the shortest one is "{}".
 constexpr std::size_t kLengthNotGiven = 0;
 
 /// Implemented by the host: receives replies, events and task messages.
@@ -73,11 +73,12 @@ public:
     ///                 "app"."international" and the object "network"."proxy" are optional. The
     ///                 whole object also reaches the account library. Read during the call.
     /// \return true when the framework started, or when it was running already (the settings are
-    /// not
-    ///         read then); false otherwise. After a failed start call uninit before trying again.
+    ///         not read then); false otherwise. After a failed start call uninit before trying
+    ///         again.
     ///
     /// Thread: any, blocking.
-    /// Errors: the reason of a false result is in the log.
+    /// Errors: bad settings are named in the log; a library that cannot be loaded, on the standard
+    ///         error. An account library that refuses to start gives no reason.
     virtual bool init(const char *settings) = 0;
 
     /// Stops the framework: methods already queued run first, then everything is deleted.
@@ -94,9 +95,9 @@ public:
 
     /// Runs one module method on the caller's thread and delivers its reply before returning.
     ///
-    /// \param method   "module.method", UTF-8, for example "utils.getLogPath". Read during the
-    /// call. \param params   text of one JSON object, or null. Any other text counts as {}. Read
-    /// during
+    /// \param method   "module.method", UTF-8, for example "utils.getLogPath". Read during
+    ///                 the call.
+    /// \param params   text of one JSON object, or null. Any other text counts as {}. Read during
     ///                 the call.
     /// \param callback gets the reply as compact JSON with its length; null drops it. Stays the
     ///                 caller's and is not used after call has returned.
@@ -108,17 +109,19 @@ public:
     /// Thread: callable from any. Off the host thread only the methods that MODULES.md marks
     ///         thread-safe run; the others get a "fail" reply.
     /// Errors: a malformed path, an unknown module or an unknown method is a "fail" reply, not
-    /// false.
+    ///         false.
     virtual bool call(const char *method, const char *params, IElectronCallback *callback) = 0;
 
     /// Queues one module method to the host thread and returns at once.
     ///
-    /// \param method   "module.method", UTF-8, for example "utils.getLogPath". Read during the
-    /// call. \param params   text of one JSON object, or null. Any other text counts as {}. Read
-    /// during
+    /// \param method   "module.method", UTF-8, for example "utils.getLogPath". Read during
+    ///                 the call.
+    /// \param params   text of one JSON object, or null. Any other text counts as {}. Read during
     ///                 the call.
     /// \param callback gets the reply as compact JSON; null drops it. Stays the caller's, who keeps
-    ///                 it alive until its one reply has arrived or uninit has returned.
+    ///                 it alive until its one reply has arrived or uninit has returned. An account
+    ///                 library that answers twice is passed on twice: keep it until uninit to be
+    ///                 safe from that.
     /// \return true when the method, or a reply that names its failure, was queued; false when the
     ///         framework is not running or nothing could be queued.
     ///
@@ -127,7 +130,7 @@ public:
     /// Thread: callable from any. The reply never arrives from inside this call; it arrives on the
     ///         thread that answers, normally the host thread.
     /// Errors: a malformed path, an unknown module or an unknown method is a "fail" reply, not
-    /// false.
+    ///         false.
     virtual bool asynCall(const char *method, const char *params, IElectronCallback *callback) = 0;
 
     /// Subscribes to one account event.
@@ -135,9 +138,8 @@ public:
     /// \param eventName "account.event", UTF-8, for example "account.userInfoChanged"; MODULES.md
     ///                  lists the seven events. Read during the call.
     /// \param callback  gets {} each time the event happens; null is accepted and gets nothing.
-    /// Stays
-    ///                  the caller's, who keeps it alive until removeListener with the returned
-    ///                  handle, or uninit, has returned.
+    ///                  Stays the caller's, who keeps it alive until removeListener with the
+    ///                  returned handle, or uninit, has returned.
     /// \return the handle of the subscription; 0 when the framework is not running or there is no
     ///         such event. The same callback may be subscribed any number of times.
     ///
@@ -151,12 +153,10 @@ public:
     /// callback that is running finishes afterwards.
     ///
     /// \param handle what addListener returned. 0, an unknown handle and one that was removed
-    /// before
-    ///               are ignored.
+    ///               before are ignored.
     ///
     /// Thread: callable from any; blocks while the callback is running on the host thread. A
-    /// callback
-    ///         must therefore not wait for a thread that removes it.
+    ///         callback must therefore not wait for a thread that removes it.
     virtual void removeListener(ListenerHandle handle) = 0;
 
     /// Registers the callback of one task type, for as long as the framework runs.

@@ -6,59 +6,68 @@
 
 #include <QStringList>
 
+#include <optional>
+
 namespace {
 
-QString textOf(const QVariantMap &entry)
+/// What only the entry of the current account carries.
+struct CurrentAccount
 {
-    return QString::fromUtf8(jsonTextFromMap(entry));
+    bool isKeepOnline = false;
+    QString registrationTime;
+    QString coaId;
+};
+
+CurrentAccount currentAccount(IAccount &account)
+{
+    CurrentAccount current;
+    current.isKeepOnline = account.isKeepOnline();
+    current.registrationTime = AccountUserInfo(account.userInfo()).registrationTime;
+    current.coaId = AccountAuthInfo(account.authInfo()).coaId;
+    return current;
 }
 
-QVariantMap entryOf(const AccountListItem &item)
+/// One account's text, keys in ascending order.
+QString accountText(JsonObjectText &entry, const AccountListItem &item,
+                    const std::optional<CurrentAccount> &current)
 {
-    return {
-        {QStringLiteral("is_company_account"), item.isCompanyAccount},
-        {QStringLiteral("is_current"), item.isCurrent},
-        {QStringLiteral("is_login"), item.isLogin},
-        {QStringLiteral("need_tfa"), item.needTfa},
-        {QStringLiteral("userid"), item.userId},
-        {QStringLiteral("nickname"), item.nickname},
-        {QStringLiteral("avatar_url"), item.avatarUrl},
-        {QStringLiteral("company_id"), item.companyId},
-        {QStringLiteral("company_name"), item.companyName},
-        {QStringLiteral("company_logo"), item.companyLogo},
-        {QStringLiteral("company_custom_domain"), item.companyCustomDomain},
-        {QStringLiteral("status"), item.status},
-        {QStringLiteral("session_status"), item.sessionStatus},
-        {QStringLiteral("reason"), item.reason},
-        {QStringLiteral("loginmode"), item.loginMode},
-        {QStringLiteral("logout_reason"), item.logoutReason},
-        {QStringLiteral("link_text"), item.linkText},
-        {QStringLiteral("link_url"), item.linkUrl},
-        {QStringLiteral("login_account_limit"), item.loginAccountLimit},
-    };
-}
-
-QString accountText(IAccount &account, const AccountListItem &item)
-{
-    QVariantMap entry = entryOf(item);
-    if (account.currentUserId() == item.userId) {
-        entry.insert(QStringLiteral("keep_online"), account.isKeepOnline());
-        const AccountUserInfo user = account.userInfo();
-        entry.insert(QStringLiteral("reg_time"), user.registrationTime);
-        const AccountAuthInfo auth = account.authInfo();
-        entry.insert(QStringLiteral("coa_Id"), auth.coaId);
+    entry.add(QLatin1String("avatar_url"), item.avatarUrl);
+    if (current) {
+        entry.add(QLatin1String("coa_Id"), current->coaId);
     }
-    return textOf(entry);
+    entry.add(QLatin1String("company_custom_domain"), item.companyCustomDomain);
+    entry.add(QLatin1String("company_id"), item.companyId);
+    entry.add(QLatin1String("company_logo"), item.companyLogo);
+    entry.add(QLatin1String("company_name"), item.companyName);
+    entry.add(QLatin1String("is_company_account"), item.isCompanyAccount);
+    entry.add(QLatin1String("is_current"), item.isCurrent);
+    entry.add(QLatin1String("is_login"), item.isLogin);
+    if (current) {
+        entry.add(QLatin1String("keep_online"), current->isKeepOnline);
+    }
+    entry.add(QLatin1String("link_text"), item.linkText);
+    entry.add(QLatin1String("link_url"), item.linkUrl);
+    entry.add(QLatin1String("login_account_limit"), item.loginAccountLimit);
+    entry.add(QLatin1String("loginmode"), item.loginMode);
+    entry.add(QLatin1String("logout_reason"), item.logoutReason);
+    entry.add(QLatin1String("need_tfa"), item.needTfa);
+    entry.add(QLatin1String("nickname"), item.nickname);
+    entry.add(QLatin1String("reason"), item.reason);
+    if (current) {
+        entry.add(QLatin1String("reg_time"), current->registrationTime);
+    }
+    entry.add(QLatin1String("session_status"), item.sessionStatus);
+    entry.add(QLatin1String("status"), item.status);
+    entry.add(QLatin1String("userid"), item.userId);
+    return entry.take();
 }
 
-QString noAccountText(IAccount &account)
+QString noAccountText(JsonObjectText &entry, const AccountAuthInfo &auth)
 {
-    const AccountAuthInfo auth = account.authInfo();
-    return textOf({
-        {QStringLiteral("userid"), auth.userId},
-        {QStringLiteral("coa_Id"), auth.coaId},
-        {QStringLiteral("company_id"), auth.companyId},
-    });
+    entry.add(QLatin1String("coa_Id"), auth.coaId);
+    entry.add(QLatin1String("company_id"), auth.companyId);
+    entry.add(QLatin1String("userid"), auth.userId);
+    return entry.take();
 }
 
 } // namespace
@@ -72,13 +81,18 @@ void replyAccountList(const CallBackFunc &callback)
     }
 
     const QList<AccountListItem> accounts = account->accountList();
+    JsonObjectText entry;
     QStringList texts;
     texts.reserve(accounts.size());
     for (const AccountListItem &item : accounts) {
-        texts.append(accountText(*account, item));
+        std::optional<CurrentAccount> current;
+        if (account->currentUserId() == item.userId) {
+            current = currentAccount(*account);
+        }
+        texts.append(accountText(entry, item, current));
     }
     if (accounts.isEmpty()) {
-        texts.append(noAccountText(*account));
+        texts.append(noAccountText(entry, AccountAuthInfo(account->authInfo())));
     }
     replySuccess(callback, {{QStringLiteral("accountListInfo"), texts}});
 }

@@ -8,20 +8,21 @@
 
 namespace {
 
-QString cookieText(const QNetworkCookie &cookie, const QString &url)
+const auto kSameSite = QStringLiteral("no_restriction");
+
+/// One cookie's text, keys in ascending order.
+QString cookieText(JsonObjectText &entry, const QNetworkCookie &cookie, const QString &url)
 {
-    const QVariantMap entry{
-        {QStringLiteral("name"), cookie.name()},
-        {QStringLiteral("value"), cookie.value()},
-        {QStringLiteral("httpOnly"), cookie.isHttpOnly()},
-        {QStringLiteral("secure"), cookie.isSecure()},
-        {QStringLiteral("path"), cookie.path()},
-        // The point goes in front even of a domain that begins with one.
-        {QStringLiteral("domain"), QString(QLatin1Char('.') + cookie.domain())},
-        {QStringLiteral("url"), url},
-        {QStringLiteral("sameSite"), QStringLiteral("no_restriction")},
-    };
-    return QString::fromUtf8(jsonTextFromMap(entry));
+    // The point goes in front even of a domain that begins with one.
+    entry.add(QLatin1String("domain"), QString(QLatin1Char('.') + cookie.domain()));
+    entry.add(QLatin1String("httpOnly"), cookie.isHttpOnly());
+    entry.add(QLatin1String("name"), cookie.name());
+    entry.add(QLatin1String("path"), cookie.path());
+    entry.add(QLatin1String("sameSite"), kSameSite);
+    entry.add(QLatin1String("secure"), cookie.isSecure());
+    entry.add(QLatin1String("url"), url);
+    entry.add(QLatin1String("value"), cookie.value());
+    return entry.take();
 }
 
 } // namespace
@@ -36,10 +37,11 @@ void replyWebviewCookies(const QVariantMap &params, const CallBackFunc &callback
 
     const QString url = params.value(QStringLiteral("url")).toString();
     const QList<QNetworkCookie> cookies = factory->cookiesForUrl(QUrl(url, QUrl::TolerantMode));
+    JsonObjectText entry;
     QStringList texts;
     texts.reserve(cookies.size());
     for (const QNetworkCookie &cookie : cookies) {
-        texts.append(cookieText(cookie, url));
+        texts.append(cookieText(entry, cookie, url));
     }
     replySuccess(callback, {{QStringLiteral("cookieList"), texts}});
 }

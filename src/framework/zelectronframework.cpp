@@ -96,12 +96,12 @@ bool ZElectronFramework::call(const char *method, const char *params, IElectronC
         return false;
     }
     return guarded(false, [=] {
-        const QVariantMap reply =
-            dispatcher->call(QString::fromUtf8(method), mapFromJsonText(params));
+        QVariantMap reply = dispatcher->call(QString::fromUtf8(method), mapFromJsonText(params));
         if (!callback) {
             return true;
         }
-        const QByteArray text = jsonTextFromMap(reply);
+        // The map goes before the log line is built: a long reply would lie in memory twice.
+        const QByteArray text = jsonTextFromMap(std::exchange(reply, {}));
         deliverReply(*callback, text);
         logInfo("call", "call method:%1, params:%2, result:%3", {method, params, text});
         return true;

@@ -2,6 +2,7 @@
 
 #include "log/zelectronlogproxy.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace {
@@ -20,11 +21,10 @@ void appendUtf8(std::wstring &line, const char *utf8, std::size_t size)
 {
     const auto *first = reinterpret_cast<const unsigned char *>(utf8);
     const auto *end = first + size;
-    const auto *next = first;
-    while (next != end && *next < 0x80) {
-        ++next;
-    }
-    line.append(first, next);
+    const auto *next = std::find_if(first, end, [](unsigned char byte) { return byte >= 0x80; });
+    const std::size_t start = line.size();
+    line.resize(start + static_cast<std::size_t>(next - first));
+    std::copy(first, next, &line[start]);
     if (next != end) {
         appendUtf16(line, QString::fromUtf8(utf8 + (next - first), static_cast<int>(end - next)));
     }

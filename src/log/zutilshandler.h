@@ -4,10 +4,10 @@
 
 /// Module "utils".
 ///
-/// | method     | parameters | data on success          | failure texts |
-/// |------------|------------|--------------------------|----------------------------------------------|
-/// | getLogPath | none       | "path": absolute, exists | "log proxy is nullptr", "log path is
-/// null" |
+/// | method     | parameters | data on success          | failure texts           |
+/// |------------|------------|--------------------------|-------------------------|
+/// | getLogPath | none       | "path": absolute, exists | "log proxy is nullptr", |
+/// |            |            |                          | "log path is null"      |
 ///
 /// Thread-safe: getLogPath.
 class ZUtilsHandler : public ZMessageHandlerBase

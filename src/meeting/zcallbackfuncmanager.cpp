@@ -4,6 +4,8 @@
 #include "log/logline.h"
 #include "meeting/zmeetingfunchandler.h"
 
+#include <memory>
+
 ZCallbackFuncManager::ZCallbackFuncManager(QObject *parent) : QObject(parent) {}
 
 ZCallbackFuncManager::~ZCallbackFuncManager()
@@ -46,12 +48,16 @@ void ZCallbackFuncManager::registerMeetingDataChangeTask(const CallBackFunc &cal
     if (m_isMeetingRegistered.exchange(true)) {
         return;
     }
-    auto *handler = new ZMeetingFuncHandler(nullptr);
-    // It is deleted on the host thread; the registering thread may have ended by then.
-    handler->moveToThread(thread());
-    m_meetingFuncHandler = handler;
-
-    handler->registerEnterMeetingTask(callback);
-    handler->registerGetMeetingStatusTask(callback);
-    handler->registerCloseMeetingAppTask(callback);
+    try {
+        auto handler = std::make_unique<ZMeetingFuncHandler>(nullptr);
+        // It is deleted on the host thread; the registering thread may have ended by then.
+        handler->moveToThread(thread());
+        handler->registerEnterMeetingTask(callback);
+        handler->registerGetMeetingStatusTask(callback);
+        handler->registerCloseMeetingAppTask(callback);
+        m_meetingFuncHandler = handler.release();
+    } catch (...) {
+        m_isMeetingRegistered = false; // the account library has thrown: the next one may try again
+        throw;
+    }
 }

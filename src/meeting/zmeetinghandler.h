@@ -4,13 +4,13 @@
 
 /// Module "meeting".
 ///
-/// | method              | parameters                             | data on success |
-/// |---------------------|----------------------------------------|-----------------|
-/// | changeMeetingStatus | "event": text, "busyType": text,       | none            |
-/// |                     | "data": object; none may be empty      |                 |
+/// | method              | parameters                        | data on success |
+/// |---------------------|-----------------------------------|-----------------|
+/// | changeMeetingStatus | "event": text, "busyType": text,  | none            |
+/// |                     | "data": object; none may be empty |                 |
 ///
-/// Failure texts: "scheduler is null", "event, data or busyType is empty", "submit to office fail",
-/// "no office app", "changeMeetingStatus fail".
+/// Failure texts: "scheduler is null", "event, data or busyType is empty",
+/// "submit to office fail", "no office app", "changeMeetingStatus fail".
 ///
 /// Thread-safe: none. The answer comes later, on a library thread.
 class ZMeetingHandler : public ZMessageHandlerBase

@@ -4,10 +4,10 @@
 
 /// Module "accessbase".
 ///
-/// | method                 | parameters                     | data on success               |
-/// |------------------------|--------------------------------|-------------------------------|
-/// | getDeviceInfo          | none                           | "result": "ok", "data": text  |
-/// | getDeviceNetworkStatus | none                           | "result": "ok", "data": text  |
+/// | method                 | parameters                      | data on success              |
+/// |------------------------|---------------------------------|------------------------------|
+/// | getDeviceInfo          | none                            | "result": "ok", "data": text |
+/// | getDeviceNetworkStatus | none                            | "result": "ok", "data": text |
 /// | getDeviceHeader        | "deviceCode": object, not empty | "result": "ok", "data": text |
 ///
 /// Failure texts: "accessbaseService is nullptr" for all, "deviceCode is empty" for

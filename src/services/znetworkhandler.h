@@ -4,11 +4,11 @@
 
 /// Module "network".
 ///
-/// | method          | parameters                       | data on success | failure texts |
-/// |-----------------|----------------------------------|-----------------|------------------------|
-/// | updateProxyInfo | as for setGlobalNetworkProxy     | "result": "ok"  | none | |
-/// setCustomDomain | any keys, their values as texts  | "result": "ok"  | "param is empty",      |
-/// |                 |                                  |                 | "domainMgr is null" |
+/// | method          | parameters                      | data on success | failure texts       |
+/// |-----------------|---------------------------------|-----------------|---------------------|
+/// | updateProxyInfo | as for setGlobalNetworkProxy    | "result": "ok"  | none                |
+/// | setCustomDomain | any keys, their values as texts | "result": "ok"  | "param is empty",   |
+/// |                 |                                 |                 | "domainMgr is null" |
 ///
 /// Thread-safe: none.
 class ZNetworkHandler : public ZMessageHandlerBase

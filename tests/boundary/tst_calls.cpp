@@ -51,8 +51,13 @@ void tst_Calls::initTestCase()
     QVERIFY(m_library.start());
 }
 
+/// Waits for the lines of earlier answers, which are written after their delivery.
 void tst_Calls::init()
 {
+    asynCall("flush.method");
+    const std::string last = "Info operator() asynCall result:"
+                             R"({"msg":"flush not found","result":"fail"})";
+    QTRY_VERIFY(!m_library.logLines().empty() && m_library.logLines().back() == last);
     m_library.log().reset();
 }
 
