@@ -53,7 +53,7 @@ need() {
     ((${#missing[@]})) || return 0
     # A package list that fails to refresh need not be the one that matters: the install decides.
     quietly "Refreshing the package lists" apt_get update || warn "going on with the old lists"
-    quietly "Installing ${#missing[@]} packages: ${missing[*]}" \
+    quietly "Installing ${missing[*]}" \
         apt_get --no-remove --no-install-recommends install "${missing[@]}"
 }
 
