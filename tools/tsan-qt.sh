@@ -44,9 +44,9 @@ configure_qt() {
     mkdir -p "$work/build/bin"
     ln -sf /usr/lib/qt5/bin/moc /usr/lib/qt5/bin/rcc "$work/build/bin/"
     (cd "$work/build" && MAKEFLAGS=-j$(nproc) ../qtbase/configure \
-        -opensource -confirm-license -release -prefix "$finished" \
+        -opensource -confirm-license -release -prefix "$work/build" \
         -no-gui -no-widgets -no-dbus -no-openssl -no-icu -no-glib -no-feature-sql -no-feature-xml \
-        -qt-pcre -qt-zlib -qt-doubleconversion -no-pch -nomake examples -nomake tests -nomake tools)
+        -system-pcre -qt-zlib -qt-doubleconversion -no-pch -nomake examples -nomake tests -nomake tools)
     touch "$work/configured"
 }
 
@@ -83,6 +83,7 @@ if [[ ! -e $work/fetched ]] && ! quietly "Fetching Qt's source package" fetch_so
     warn "SKIPPED: the source package of Qt $version cannot be had, so ThreadSanitizer was not run"
     exit "$kSkipped"
 fi
+need libpcre2-dev
 [[ -e $work/configured ]] || quietly "Configuring Qt" configure_qt
 quietly "Building QtCore" make_module corelib
 quietly "Building QtNetwork" make_module network
