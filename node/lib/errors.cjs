@@ -1,0 +1,29 @@
+'use strict';
+
+/**
+ * Every failure of this package. `code` says which; `reply` is the framework's "fail" reply where
+ * there was one, `remedy` says what to do where that is known.
+ */
+class FrameworkError extends Error {
+  constructor(code, message, { method, reply, remedy, cause } = {}) {
+    super(message, cause === undefined ? undefined : { cause });
+    this.name = code === 'ZEF_ABORTED' ? 'AbortError' : 'FrameworkError';
+    this.code = code;
+    if (method !== undefined) this.method = method;
+    if (reply !== undefined) this.reply = reply;
+    if (remedy !== undefined) this.remedy = remedy;
+  }
+
+  /** Plain values only, so that it survives IPC and structured cloning. */
+  toJSON() {
+    const { name, code, message, method, reply, remedy } = this;
+    return JSON.parse(JSON.stringify({ name, code, message, method, reply, remedy }));
+  }
+
+  /** The other end of toJSON(). */
+  static fromJSON({ code, message, method, reply, remedy }) {
+    return new FrameworkError(code, message, { method, reply, remedy });
+  }
+}
+
+module.exports = { FrameworkError };

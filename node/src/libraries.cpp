@@ -1,0 +1,71 @@
+#include "libraries.h"
+
+#include <dlfcn.h>
+#include <gnu/libc-version.h>
+#include <link.h>
+
+std::string lastLoaderError()
+{
+    const char *const text = dlerror(); // NOLINT(concurrency-mt-unsafe): per thread in glibc
+    return text ? text : "unknown reason";
+}
+
+std::string addonFolder()
+{
+    Dl_info info = {};
+    if (!dladdr(reinterpret_cast<const void *>(&addonFolder), &info) || !info.dli_fname) {
+        return {};
+    }
+    const std::string file = info.dli_fname;
+    const auto end = file.rfind('/');
+    return end == std::string::npos ? std::string() : file.substr(0, end);
+}
+
+std::string glibcVersion()
+{
+    return gnu_get_libc_version();
+}
+
+std::string qtVersion()
+{
+    void *const library = dlopen("libQt5Core.so.5", RTLD_LAZY | RTLD_NOLOAD);
+    if (!library) {
+        return {};
+    }
+    using Version = const char *(*)();
+    const auto version = reinterpret_cast<Version>(dlsym(library, "qVersion"));
+    std::string text = version ? version() : "";
+    dlclose(library);
+    return text;
+}
+
+Inspection inspectLibrary(const std::string &name, bool isLoading)
+{
+    void *const library = dlopen(name.c_str(), RTLD_LAZY | (isLoading ? 0 : RTLD_NOLOAD));
+    if (!library) {
+        return {{}, isLoading ? lastLoaderError() : "not loaded"};
+    }
+    const link_map *map = nullptr;
+    Inspection inspection{name, {}};
+    if (dlinfo(library, RTLD_DI_LINKMAP, &map) == 0 && map && map->l_name && *map->l_name) {
+        inspection.path = map->l_name;
+    }
+    dlclose(library);
+    return inspection;
+}
+
+LoadedLibraries::~LoadedLibraries()
+{
+    for (void *handle : m_handles) {
+        dlclose(handle);
+    }
+}
+
+bool LoadedLibraries::add(const std::string &path)
+{
+    void *const handle = dlopen(path.c_str(), RTLD_LAZY);
+    if (handle) {
+        m_handles.push_back(handle);
+    }
+    return handle;
+}

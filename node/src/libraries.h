@@ -1,0 +1,41 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// The loader's own words for what went wrong last on this thread.
+std::string lastLoaderError();
+
+/// The folder that the addon itself was loaded from; empty when the loader does not say.
+std::string addonFolder();
+
+/// Version of the C library that runs, for example "2.36".
+std::string glibcVersion();
+
+/// Version of the Qt that is loaded, for example "5.15.8"; empty while there is none.
+std::string qtVersion();
+
+struct Inspection
+{
+    std::string path;  ///< where the loader found the library; empty when it did not
+    std::string error; ///< then the loader's reason
+};
+
+/// Looks for a library by name or path and leaves it as it was.
+/// \param isLoading whether to load it for the moment; otherwise only what is loaded is found.
+Inspection inspectLibrary(const std::string &name, bool isLoading);
+
+/// Keeps libraries loaded for as long as it lives.
+class LoadedLibraries
+{
+public:
+    LoadedLibraries() = default;
+    ~LoadedLibraries();
+    LoadedLibraries(const LoadedLibraries &) = delete;
+    LoadedLibraries &operator=(const LoadedLibraries &) = delete;
+
+    [[nodiscard]] bool add(const std::string &path);
+
+private:
+    std::vector<void *> m_handles;
+};

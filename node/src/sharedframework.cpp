@@ -1,0 +1,107 @@
+#include "sharedframework.h"
+
+#include "libraries.h"
+
+#include <dlfcn.h>
+
+using zelectronframeworkspace::IElectronFramework;
+
+SharedFramework &SharedFramework::instance()
+{
+    static SharedFramework &shared = *new SharedFramework;
+    return shared;
+}
+
+std::string SharedFramework::join(const std::string &library,
+                                  const std::vector<std::string> &preloaded,
+                                  const std::string &settings)
+{
+    const std::lock_guard<std::mutex> lock(m_lifecycle);
+    std::string failure = load(library);
+    if (!failure.empty()) {
+        return failure;
+    }
+    if (m_shares > 0) {
+        ++m_shares;
+        return "joined";
+    }
+    stop(); // one that was deserted
+    failure = start(preloaded, settings);
+    if (!failure.empty()) {
+        return failure;
+    }
+    ++m_shares;
+    return "started";
+}
+
+void SharedFramework::leave()
+{
+    const std::lock_guard<std::mutex> lock(m_lifecycle);
+    if (--m_shares == 0) {
+        stop();
+    }
+}
+
+void SharedFramework::desert()
+{
+    --m_shares;
+}
+
+TaskRelay *SharedFramework::taskRelay(const std::string &typeName)
+{
+    if (typeName == "meetingDataChangeTask") {
+        return &m_meetingData;
+    }
+    return typeName == "accountInfoCollectTask" ? &m_accountInfo : nullptr;
+}
+
+std::string SharedFramework::load(const std::string &library)
+{
+    if (m_framework) {
+        return library == m_library ? "" : "other " + m_library;
+    }
+    void *const handle = dlopen(library.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (!handle) {
+        return "load " + lastLoaderError();
+    }
+    using Create = IElectronFramework *(*)();
+    const auto create = reinterpret_cast<Create>(dlsym(handle, "createElectronFrameworkObject"));
+    if (!create) {
+        return "symbol " + lastLoaderError();
+    }
+    m_framework = create();
+    m_library = library;
+    return {};
+}
+
+std::string SharedFramework::start(const std::vector<std::string> &preloaded,
+                                   const std::string &settings)
+{
+    // Closed again in the end: the framework holds what it found, and unloads what it unloads.
+    LoadedLibraries libraries;
+    for (const std::string &path : preloaded) {
+        if (!libraries.add(path)) {
+            return "preload " + lastLoaderError();
+        }
+    }
+    IElectronFramework *const framework = m_framework;
+    m_isStarted = true;
+    if (!framework->init(settings.c_str())) {
+        stop();
+        return "refused";
+    }
+    return {};
+}
+
+void SharedFramework::stop()
+{
+    if (!m_isStarted) {
+        return;
+    }
+    IElectronFramework *const framework = m_framework;
+    framework->uninit();
+    m_isStarted = false;
+    m_replies.clear();
+    m_meetingData.forgetRegistration();
+    m_accountInfo.forgetRegistration();
+}

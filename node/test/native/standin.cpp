@@ -1,0 +1,187 @@
+#include "control.h"
+#include "zelectronframework/zelectronframework.h"
+
+#include <node_api.h>
+
+#include <chrono>
+#include <string>
+#include <thread>
+
+#include <dlfcn.h>
+
+/// \file
+/// What the tests do beside JavaScript: they raise events, send messages and answer calls through
+/// the control of the account stand-in, in loops that no timer of JavaScript could drive.
+
+namespace {
+
+using zefstandin::AccountControl;
+using zefstandin::Thread;
+
+/// The keeper stays mapped for good, so that a storm may outlive everything.
+AccountControl *control()
+{
+    void *const keeper = dlopen("libzaccountkeeper.so", RTLD_LAZY | RTLD_NOLOAD);
+    const auto entry = reinterpret_cast<AccountControl *(*)()>(
+        keeper ? dlsym(keeper, "zefAccountStandinControl") : nullptr);
+    return entry ? entry() : nullptr;
+}
+
+std::string text(napi_env env, napi_value value)
+{
+    size_t length = 0;
+    napi_get_value_string_utf8(env, value, nullptr, 0, &length);
+    std::string result(length, '\0');
+    napi_get_value_string_utf8(env, value, result.data(), length + 1, &length);
+    return result;
+}
+
+napi_value number(napi_env env, double value)
+{
+    napi_value result = nullptr;
+    napi_create_double(env, value, &result);
+    return result;
+}
+
+struct Arguments
+{
+    Arguments(napi_env env, napi_callback_info info)
+    {
+        size_t count = 3;
+        napi_get_cb_info(env, info, &count, values, nullptr, nullptr);
+    }
+    napi_value values[3] = {};
+};
+
+// empty(a, b): what any call of a native function costs
+napi_value empty(napi_env, napi_callback_info)
+{
+    return nullptr;
+}
+
+// script(operation, json)
+napi_value script(napi_env env, napi_callback_info info)
+{
+    const Arguments arguments(env, info);
+    AccountControl *const account = control();
+    const bool isTaken =
+        account && account->script(text(env, arguments.values[0]), text(env, arguments.values[1]));
+    return number(env, isTaken);
+}
+
+// noCost(): nothing is recorded and every operation answers at once
+napi_value noCost(napi_env env, napi_callback_info)
+{
+    if (AccountControl *const account = control()) {
+        account->setRecording(false);
+        account->setNoCost(true);
+    }
+    return number(env, 0);
+}
+
+// raise(signal, count, pauseEvery): raises events from a thread of its own, on a library thread
+napi_value raise(napi_env env, napi_callback_info info)
+{
+    const Arguments arguments(env, info);
+    std::int64_t count = 0;
+    std::int64_t pauseEvery = 0;
+    napi_get_value_int64(env, arguments.values[1], &count);
+    napi_get_value_int64(env, arguments.values[2], &pauseEvery);
+    AccountControl *const account = control();
+    if (!account) {
+        return number(env, 0);
+    }
+    account->setRecording(false);
+    std::thread([account, signal = text(env, arguments.values[0]), count, pauseEvery] {
+        for (std::int64_t i = 1; i <= count; ++i) {
+            if (!account->raiseSignal(signal, Thread::library)) {
+                return;
+            }
+            if (pauseEvery > 0 && i % pauseEvery == 0) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
+        }
+    }).detach();
+    return number(env, 1);
+}
+
+// sendMessage(json) -> how many handlers it was queued for
+napi_value sendMessage(napi_env env, napi_callback_info info)
+{
+    const Arguments arguments(env, info);
+    AccountControl *const account = control();
+    return number(env, account
+                           ? account->sendMessage(text(env, arguments.values[0]), Thread::library,
+                                                  zefstandin::MessageContext::alive)
+                           : -1);
+}
+
+// collect(json) -> how many callbacks it was queued for
+napi_value collect(napi_env env, napi_callback_info info)
+{
+    const Arguments arguments(env, info);
+    AccountControl *const account = control();
+    return number(env,
+                  account ? account->collect(text(env, arguments.values[0]), Thread::library) : -1);
+}
+
+// held() -> how many answers the stand-in holds back; releaseAll() gives them
+napi_value held(napi_env env, napi_callback_info)
+{
+    AccountControl *const account = control();
+    return number(env, account ? static_cast<double>(account->held().size()) : -1);
+}
+
+napi_value releaseAll(napi_env env, napi_callback_info)
+{
+    AccountControl *const account = control();
+    return number(env, account ? account->releaseAll(Thread::library) : -1);
+}
+
+/// The reply goes where the addon's goes first: nowhere.
+class Dropped : public zelectronframeworkspace::IElectronCallback
+{
+    void onCallback(const char *, std::size_t) override {}
+};
+
+// ownCost(library, method, count) -> nanoseconds that one call takes without JavaScript
+napi_value ownCost(napi_env env, napi_callback_info info)
+{
+    const Arguments arguments(env, info);
+    void *const library = dlopen(text(env, arguments.values[0]).c_str(), RTLD_NOW);
+    const std::string method = text(env, arguments.values[1]);
+    std::int64_t count = 0;
+    napi_get_value_int64(env, arguments.values[2], &count);
+    const auto create = reinterpret_cast<decltype(&createElectronFrameworkObject)>(
+        library ? dlsym(library, "createElectronFrameworkObject") : nullptr);
+    if (!create || count <= 0) {
+        return number(env, -1);
+    }
+    Dropped callback;
+    const auto start = std::chrono::steady_clock::now();
+    for (std::int64_t i = 0; i < count; ++i) {
+        create()->call(method.c_str(), "{}", &callback);
+    }
+    const std::chrono::duration<double, std::nano> elapsed =
+        std::chrono::steady_clock::now() - start;
+    return number(env, elapsed.count() / static_cast<double>(count));
+}
+
+} // namespace
+
+NAPI_MODULE_INIT()
+{
+    const struct
+    {
+        const char *name;
+        napi_callback function;
+    } functions[] = {{"empty", empty}, {"script", script},           {"noCost", noCost},
+                     {"raise", raise}, {"sendMessage", sendMessage}, {"collect", collect},
+                     {"held", held},   {"releaseAll", releaseAll},   {"ownCost", ownCost}};
+    for (const auto &entry : functions) {
+        napi_value value = nullptr;
+        napi_create_function(env, entry.name, NAPI_AUTO_LENGTH, entry.function, nullptr, &value);
+        napi_set_named_property(env, exports, entry.name, value);
+    }
+    return exports;
+}
