@@ -74,7 +74,7 @@ function explainLoad(file, text) {
     return new LoadFailure(
       file.endsWith('.node') ? 'ZEF_ADDON_MISSING' : 'ZEF_LIBRARY_MISSING',
       `${file} does not exist`,
-      /\.asar/.test(file)
+      /\.asar/.test(__dirname)
         ? 'unpack node_modules/zelectronframework from the archive (see the README, packaging)'
         : 'reinstall the package, or name the right file with the option libraryPath',
     );

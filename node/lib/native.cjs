@@ -9,9 +9,8 @@ const packageFolder = path.join(__dirname, '..');
 
 /** Electron reads inside app.asar, but the system's loader finds only what lies unpacked beside. */
 function unpacked(file) {
-  return file.replace(/([\\/][^\\/]+\.asar)(?=[\\/])/, (archive) =>
-    fs.existsSync(`${archive}.unpacked`) || !isFile(file) ? `${archive}.unpacked` : archive,
-  );
+  const outside = file.replace(/\.asar(?=[\\/])/, '.asar.unpacked');
+  return fs.existsSync(outside) ? outside : file;
 }
 
 function isFile(file) {
@@ -88,7 +87,8 @@ function stopReceiving(id) {
 
 /** The event loop goes on while there is a hold that was not let go. */
 function hold() {
-  if (++holders === 1) native().keepAlive(true);
+  if (holders === 0) native().keepAlive(true);
+  holders += 1;
 }
 
 function letGo() {
@@ -102,7 +102,7 @@ function defaultLibrary() {
 
 /** The stand-ins, in the order in which they need each other. */
 function mockLibraries() {
-  const folder = unpacked(path.join(packageFolder, 'mock', platform) + path.sep);
+  const folder = unpacked(path.join(packageFolder, 'mock', platform));
   const files = ['libvemolog.so', 'libzaccountkeeper.so', 'libzaccountlite.so'].map((name) =>
     path.join(folder, name),
   );

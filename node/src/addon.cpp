@@ -80,16 +80,17 @@ napi_value start(napi_env env, const Arguments &arguments)
     return kNothing;
 }
 
-// stop(session): the end is dispatched; false when the session has nothing to stop.
+// stop(session, done) -> boolean: the end is dispatched to done, unless nothing was started
 napi_value stop(napi_env env, const Arguments &arguments)
 {
     const ReceiverId id = idFrom(env, arguments[0]);
     Environment &environment = Environment::of(env);
+    const ReceiverId done = idFrom(env, arguments[1]);
     const auto session = environment.session(id);
     environment.removeSession(id);
     const bool isStopping = session && session->prepareStop();
     if (isStopping) {
-        std::thread([session] { session->stop(); }).detach();
+        std::thread([session, done] { session->stop(done); }).detach();
     }
     return valueOf(env, isStopping);
 }

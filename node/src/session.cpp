@@ -29,11 +29,11 @@ bool Session::prepareStop()
     return takeShare();
 }
 
-void Session::stop()
+void Session::stop(ReceiverId done)
 {
     endSubscriptions();
     SharedFramework::instance().leave();
-    m_mailbox->post(m_id, "stopped");
+    m_mailbox->post(done, {});
 }
 
 void Session::abandon()

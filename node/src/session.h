@@ -37,8 +37,8 @@ public:
 
     /// \return false when there is no share to give back, and stop must not be called then.
     bool prepareStop();
-    /// Posts "stopped".
-    void stop();
+    /// \param done receiver of the empty text that tells the end.
+    void stop(ReceiverId done);
 
     /// The environment ends: gives the share back, or sees to it that a start under way does.
     void abandon();

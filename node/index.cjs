@@ -1,0 +1,8 @@
+'use strict';
+
+const { FrameworkError } = require('./lib/errors.cjs');
+const { ElectronFramework } = require('./lib/framework.cjs');
+const { Subscription } = require('./lib/subscription.cjs');
+const { diagnose } = require('./lib/diagnose.cjs');
+
+module.exports = { ElectronFramework, FrameworkError, Subscription, diagnose };

@@ -1,0 +1,3 @@
+import zelectronframework from './index.cjs';
+
+export const { ElectronFramework, FrameworkError, Subscription, diagnose } = zelectronframework;

@@ -1,0 +1,76 @@
+'use strict';
+
+const { FrameworkError } = require('./errors.cjs');
+const { methods } = require('./methods.cjs');
+
+/** Methods that take nothing are called without a text. */
+function paramsText(method, params) {
+  if (params === undefined || params === null) return undefined;
+  if (typeof params !== 'object' || Array.isArray(params)) {
+    throw new FrameworkError('ZEF_BAD_ARGUMENT', `${method}: parameters must be an object`, {
+      method,
+    });
+  }
+  try {
+    return JSON.stringify(params);
+  } catch (cause) {
+    throw new FrameworkError('ZEF_BAD_ARGUMENT', `${method}: ${cause.message}`, { method, cause });
+  }
+}
+
+function checkMethodName(method) {
+  if (typeof method !== 'string' || method.includes('\0')) {
+    throw new FrameworkError('ZEF_BAD_ARGUMENT', 'the method must be a text without NUL');
+  }
+}
+
+/** Whether the framework itself said this, because it has no such method. */
+function isUnknownMethod(method, message) {
+  if (methods.has(method)) return false;
+  const [module, name] = method.split('.');
+  return [
+    'Wrong number of arguments',
+    `${module} not found`,
+    `method:${name} call failed`,
+    `method:${name} asynCall failed`,
+  ].includes(message);
+}
+
+function parseReply(method, text) {
+  try {
+    const reply = JSON.parse(text);
+    if (typeof reply === 'object' && reply !== null) return reply;
+  } catch {
+    // told below
+  }
+  throw new FrameworkError('ZEF_BAD_REPLY', `${method} answered with something unreadable`, {
+    method,
+  });
+}
+
+/** The account library's texts become objects; what is no JSON stays the text that it is. */
+function parsedEntry(text) {
+  try {
+    return JSON.parse(text);
+  } catch {
+    return text;
+  }
+}
+
+/** \returns what a call resolves to: the data, or with `raw` the reply as it came. */
+function readReply(method, text, raw) {
+  const reply = parseReply(method, text);
+  if (raw) return reply;
+  if (reply.result === 'fail') {
+    const message = String(reply.msg ?? 'fail');
+    const code = isUnknownMethod(method, message) ? 'ZEF_UNKNOWN_METHOD' : 'ZEF_REPLY_FAIL';
+    throw new FrameworkError(code, `${method}: ${message}`, { method, reply });
+  }
+  const entries = methods.get(method)?.entries;
+  if (entries !== undefined && Array.isArray(reply.data?.[entries])) {
+    reply.data[entries] = reply.data[entries].map(parsedEntry);
+  }
+  return reply.data;
+}
+
+module.exports = { checkMethodName, paramsText, readReply };

@@ -1,0 +1,184 @@
+'use strict';
+
+const assert = require('node:assert/strict');
+const fs = require('node:fs');
+const { test } = require('node:test');
+const { ElectronFramework, FrameworkError } = require('../index.cjs');
+const { methods } = require('../lib/methods.cjs');
+const { native } = require('../lib/native.cjs');
+const { standin, settings, started, until, failure } = require('./support.cjs');
+
+test('both ways of calling give the data of the reply', async (t) => {
+  const framework = await started(t);
+  const { path } = await framework.call('utils.getLogPath');
+  assert.ok(fs.statSync(path).isDirectory());
+  assert.deepEqual(framework.callSync('utils.getLogPath'), { path });
+  const header = framework.callSync('accessbase.getDeviceHeader', { deviceCode: { ö: '€\0𝄞' } });
+  assert.equal(JSON.parse(header.data)['ö'], '€\0𝄞');
+});
+
+test('texts longer than any buffer come back whole', async (t) => {
+  const framework = await started(t);
+  for (const length of [1000, 1019, 1020, 1023, 1024, 1025, 300000]) {
+    const code = 'ü'.repeat(length);
+    const header = framework.callSync('accessbase.getDeviceHeader', { deviceCode: { code } });
+    assert.equal(JSON.parse(header.data).code, code);
+  }
+});
+
+test('account and cookie entries are objects, or texts in a raw reply', async (t) => {
+  const framework = await started(t, {
+    accounts: [{ userid: '7', nickname: 'Ada', is_login: true, login_account_limit: 3 }],
+    currentUserId: '7',
+    cookies: [{ url: 'https://a.example.com/', setCookie: 'k=v; Secure' }],
+  });
+  const { accountListInfo } = await framework.call('account.getAccountListInfo');
+  assert.equal(accountListInfo[0].nickname, 'Ada');
+  assert.equal(accountListInfo[0].login_account_limit, 3);
+  const { cookieList } = framework.callSync('account.queryWebviewCookies', {
+    url: 'https://a.example.com/',
+  });
+  assert.deepEqual(
+    cookieList.map(({ name, value, secure }) => ({ name, value, secure })),
+    [{ name: 'k', value: 'v', secure: true }],
+  );
+  const raw = await framework.call('account.getAccountListInfo', undefined, { raw: true });
+  assert.equal(raw.result, 'ok');
+  assert.equal(JSON.parse(raw.data.accountListInfo[0]).nickname, 'Ada');
+});
+
+test('a "fail" reply rejects with its words, or is given raw', async (t) => {
+  const framework = await started(t);
+  const reply = { result: 'fail', msg: 'param is empty' };
+  await assert.rejects(
+    framework.call('network.setCustomDomain', {}),
+    failure('ZEF_REPLY_FAIL', {
+      message: 'network.setCustomDomain: param is empty',
+      method: 'network.setCustomDomain',
+      reply,
+    }),
+  );
+  assert.deepEqual(await framework.call('network.setCustomDomain', {}, { raw: true }), reply);
+  assert.throws(
+    () => framework.callSync('accessbase.getDeviceHeader'),
+    failure('ZEF_REPLY_FAIL', { reply: { result: 'fail', msg: 'deviceCode is empty' } }),
+  );
+});
+
+test('an account that is not found is no method that is not found', async (t) => {
+  const framework = await started(t);
+  await assert.rejects(
+    framework.call('account.switchAccount', { userId: 'nobody' }),
+    failure('ZEF_REPLY_FAIL', { message: 'account.switchAccount: account not found' }),
+  );
+  for (const method of ['', 'utils', 'Utils.getLogPath', 'utils.getlogpath', 'a.b.c']) {
+    await assert.rejects(framework.call(method), failure('ZEF_UNKNOWN_METHOD'), method);
+    assert.throws(() => framework.callSync(method), failure('ZEF_UNKNOWN_METHOD'), method);
+  }
+});
+
+test('callSync runs every thread-safe method, and lets no other one through', async (t) => {
+  const framework = await started(t);
+  for (const [method, { isSync }] of methods) {
+    const call = () => framework.callSync(method, { deviceCode: { a: 'b' } }, { raw: true });
+    if (isSync) {
+      assert.doesNotMatch(call().msg, /not support thread safe|not found/, method);
+    } else {
+      assert.throws(call, failure('ZEF_NOT_THREAD_SAFE', { method }));
+    }
+  }
+});
+
+test('the library knows every listed method', async (t) => {
+  const framework = await started(t, { office: { grants: false } });
+  for (const method of methods.keys()) {
+    const { msg } = await framework.call(method, undefined, { raw: true });
+    const [module, name] = method.split('.');
+    assert.notEqual(msg, `${module} not found`);
+    assert.notEqual(msg, `method:${name} asynCall failed`);
+  }
+});
+
+test('arguments that cannot be sent are refused, and nothing is lost', async (t) => {
+  const framework = await started(t);
+  const circular = {};
+  circular.self = circular;
+  for (const params of [1, 'text', [], circular, { big: 1n }]) {
+    await assert.rejects(framework.call('utils.getLogPath', params), failure('ZEF_BAD_ARGUMENT'));
+  }
+  for (const method of [undefined, 7, 'utils.getLogPath\0']) {
+    await assert.rejects(framework.call(method), failure('ZEF_BAD_ARGUMENT'));
+  }
+  assert.equal(native().state().replies, 0);
+});
+
+test('a call ends with its signal, its timeout or close(), whichever is first', async (t) => {
+  const framework = await started(t);
+  standin.script('logout', '{"hold":true}');
+  t.after(() => standin.script('logout', '{}'));
+  const controller = new AbortController();
+  const why = new Error('the user left');
+  const byTimeout = framework.call('account.logout', {}, { timeout: 20 });
+  const byAbort = framework.call('account.logout', {}, { signal: controller.signal });
+  const byClose = framework.call('account.logout', {}, { timeout: 60000 });
+  await assert.rejects(byTimeout, failure('ZEF_TIMEOUT', { method: 'account.logout' }));
+  controller.abort(why);
+  await assert.rejects(byAbort, { name: 'AbortError', code: 'ZEF_ABORTED', cause: why });
+  await assert.rejects(
+    framework.call('account.logout', {}, { signal: controller.signal }),
+    { code: 'ZEF_ABORTED' },
+  );
+  await until(() => standin.held() === 3, 'three answers held back');
+  const closed = framework.close();
+  await assert.rejects(byClose, failure('ZEF_CLOSED'));
+  await closed;
+  assert.equal(native().state().replies, 0);
+  standin.releaseAll();
+});
+
+test('second answers and answers after the end are harmless', async (t) => {
+  const framework = await started(t);
+  standin.script('logout', '{"times":3}');
+  standin.script('switchAccount', '{"hold":true}');
+  t.after(() => {
+    standin.script('logout', '{}');
+    standin.script('switchAccount', '{}');
+  });
+  for (let i = 0; i < 200; i += 1) {
+    await assert.rejects(framework.call('account.logout'), failure('ZEF_REPLY_FAIL'));
+  }
+  const late = framework.call('account.switchAccount', { userId: '1' });
+  await until(() => standin.held() === 1, 'an answer held back');
+  await Promise.all([framework.close(), assert.rejects(late, failure('ZEF_CLOSED'))]);
+  standin.releaseAll();
+  await framework.init(settings());
+  assert.ok(await framework.call('utils.getLogPath'));
+});
+
+test('an error survives JSON and structured cloning', () => {
+  const error = new FrameworkError('ZEF_REPLY_FAIL', 'm: no', {
+    method: 'm',
+    reply: { result: 'fail', msg: 'no' },
+  });
+  const copy = FrameworkError.fromJSON(structuredClone(error.toJSON()));
+  assert.ok(copy instanceof FrameworkError);
+  assert.deepEqual({ ...copy, message: copy.message }, { ...error, message: error.message });
+  assert.deepEqual(JSON.parse(JSON.stringify(error)), error.toJSON());
+});
+
+test('before init and after close every operation says that nothing runs', async (t) => {
+  const framework = new ElectronFramework({ mock: true });
+  const check = async () => {
+    assert.equal(framework.running, false);
+    await assert.rejects(framework.call('utils.getLogPath'), failure('ZEF_NOT_RUNNING'));
+    assert.throws(() => framework.callSync('utils.getLogPath'), failure('ZEF_NOT_RUNNING'));
+    assert.throws(
+      () => framework.onTask('meetingDataChangeTask', () => {}),
+      failure('ZEF_NOT_RUNNING'),
+    );
+  };
+  await check();
+  await framework.init(settings());
+  await framework.close();
+  await check();
+});

@@ -1,0 +1,152 @@
+'use strict';
+
+const assert = require('node:assert/strict');
+const { test } = require('node:test');
+const { monitorEventLoopDelay } = require('node:perf_hooks');
+const { Worker } = require('node:worker_threads');
+const { ElectronFramework } = require('../index.cjs');
+const { native } = require('../lib/native.cjs');
+const { standin, settings, started, until, failure } = require('./support.cjs');
+
+test('init and close may be repeated, overlapped and called in any order', async () => {
+  const framework = new ElectronFramework({ mock: true });
+  await framework.close();
+  for (let round = 0; round < 5; round += 1) {
+    const [first, second] = await Promise.all([framework.init(settings()), framework.init({})]);
+    assert.equal(first, framework);
+    assert.equal(second, framework);
+    assert.equal(native().state().shares, 1);
+    framework.close();
+    const again = framework.init(settings()); // waits for the close
+    await again;
+    assert.ok(framework.running);
+    await Promise.all([framework.close(), framework.close()]);
+    assert.equal(native().state().shares, 0);
+  }
+  const starting = framework.init(settings());
+  await framework.close(); // waits for the start
+  await starting;
+  assert.equal(framework.running, false);
+});
+
+test('a slow account library does not hold the event loop up', async (t) => {
+  const framework = await started(t);
+  await framework.close();
+  standin.script('init', '{"delayMs":300}');
+  standin.script('uninit', '{"delayMs":300}');
+  t.after(() => {
+    standin.script('init', '{}');
+    standin.script('uninit', '{}');
+  });
+  const delay = monitorEventLoopDelay({ resolution: 5 });
+  delay.enable();
+  const start = Date.now();
+  await framework.init(settings());
+  await framework.close();
+  delay.disable();
+  assert.ok(Date.now() - start >= 600, 'the stand-in was not slow');
+  assert.ok(delay.max < 280e6, `the event loop was late by ${delay.max / 1e6} ms`);
+});
+
+test('settings that are not complete are refused in words', async () => {
+  const framework = new ElectronFramework({ mock: true });
+  const { app } = settings();
+  for (const bad of [undefined, null, 1, {}, { app: 1 }, { app: { ...app, version: '' } }]) {
+    await assert.rejects(framework.init(bad), failure('ZEF_SETTINGS'));
+  }
+  const circular = { app };
+  circular.self = circular;
+  await assert.rejects(framework.init(circular), failure('ZEF_SETTINGS'));
+  assert.equal(framework.running, false);
+});
+
+test('a start that the account library refuses can be tried again', async (t) => {
+  const framework = await started(t);
+  await framework.close();
+  standin.script('init', '{"refuse":true}');
+  t.after(() => standin.script('init', '{}'));
+  await assert.rejects(framework.init(settings()), failure('ZEF_INIT_REFUSED'));
+  assert.equal(native().state().shares, 0);
+  standin.script('init', '{}');
+  await framework.init(settings());
+  assert.ok(framework.callSync('utils.getLogPath').path);
+});
+
+test('two objects share the framework until the last one closes', async (t) => {
+  const first = await started(t);
+  const second = await started(t);
+  let heard = 0;
+  second.on('account.userInfoChanged', () => {
+    heard += 1;
+  });
+  assert.equal(native().state().shares, 2);
+  await first.close();
+  standin.raise('userInfoChanged', 1, 0);
+  await until(() => heard === 1, 'an event after the first one closed');
+  assert.ok(await second.call('utils.getLogPath'));
+  await assert.rejects(first.call('utils.getLogPath'), failure('ZEF_NOT_RUNNING'));
+});
+
+test('what a listener throws is an uncaught exception and stops nothing', async (t) => {
+  const framework = await started(t);
+  const errors = [];
+  const note = (error) => errors.push(error.message);
+  const own = process.listeners('uncaughtException');
+  process.removeAllListeners('uncaughtException');
+  process.on('uncaughtException', note);
+  t.after(() => {
+    process.removeListener('uncaughtException', note);
+    own.forEach((listener) => process.on('uncaughtException', listener));
+  });
+  framework.on('account.userInfoChanged', () => {
+    throw new Error('from a listener');
+  });
+  standin.raise('userInfoChanged', 2, 0);
+  await until(() => errors.length === 2, 'both exceptions');
+  assert.deepEqual(errors, ['from a listener', 'from a listener']);
+});
+
+test('disposal closes', { skip: !Symbol.asyncDispose }, async () => {
+  const framework = new ElectronFramework({ mock: true });
+  await framework.init(settings());
+  const subscription = framework.subscribe('account.userInfoChanged', () => {});
+  subscription[Symbol.dispose]?.();
+  assert.equal(framework.listenerCount('account.userInfoChanged'), 0);
+  await framework[Symbol.asyncDispose]();
+  assert.equal(framework.running, false);
+});
+
+test('workers share the framework and may be terminated', async (t) => {
+  const framework = await started(t);
+  const workers = [1, 2].map(
+    () => new Worker(require.resolve('./fixtures/worker.cjs'), { workerData: settings() }),
+  );
+  const heard = workers.map(() => 0);
+  workers.forEach((worker, index) => {
+    worker.on('message', () => {
+      heard[index] += 1;
+    });
+  });
+  await until(() => heard.every((count) => count >= 1), 'both workers have started');
+  assert.equal(native().state().shares, 3);
+  standin.raise('userInfoChanged', 50, 0);
+  standin.sendMessage('{"msgType":"getMeetingStatus"}');
+  await until(() => heard.every((count) => count >= 52), 'events and the message in both');
+  await workers[0].terminate();
+  await until(() => native().state().shares === 2, 'the share of a worker that was terminated');
+  workers[1].postMessage('close');
+  await until(() => native().state().shares === 1, 'the share of a worker that closed');
+  assert.ok(await framework.call('utils.getLogPath'));
+});
+
+test('a framework that only a terminated worker used gives way to the next start', async (t) => {
+  const worker = new Worker(require.resolve('./fixtures/worker.cjs'), {
+    workerData: settings({ accounts: [{ userid: 'w' }], currentUserId: 'w' }),
+  });
+  await new Promise((resolve) => worker.once('message', resolve));
+  await worker.terminate();
+  assert.equal(native().state().shares, 0);
+  const framework = await started(t, { accounts: [{ userid: 'main' }], currentUserId: 'main' });
+  const { accountListInfo } = await framework.call('account.getAccountListInfo');
+  assert.deepEqual(accountListInfo.map(({ userid }) => userid), ['main']);
+});

@@ -1,0 +1,49 @@
+'use strict';
+
+const assert = require('node:assert/strict');
+const fs = require('node:fs');
+const os = require('node:os');
+const path = require('node:path');
+const { setTimeout: pause } = require('node:timers/promises');
+const { ElectronFramework } = require('../index.cjs');
+
+/** Raises events and answers calls in the stand-in of the account library; see native/. */
+const standin = require(`./native/${process.platform}-${process.arch}/standin.node`);
+
+// The log files of the mock stay out of the user's own folders.
+const scratch = fs.mkdtempSync(path.join(os.tmpdir(), 'zelectronframework-test-'));
+process.env.XDG_STATE_HOME ??= scratch;
+process.on('exit', () => fs.rmSync(scratch, { recursive: true, force: true }));
+
+function settings(standinSettings) {
+  const app = {
+    appName: 'nodetest',
+    productName: 'nodetest',
+    version: '1.0.0',
+    localStoragePath: process.env.XDG_STATE_HOME,
+  };
+  return standinSettings ? { app, standin: standinSettings } : { app };
+}
+
+/** A started framework with the mock, closed when the test ends. */
+async function started(t, standinSettings) {
+  const framework = new ElectronFramework({ mock: true });
+  t.after(() => framework.close());
+  await framework.init(settings(standinSettings));
+  return framework;
+}
+
+async function until(condition, what, milliseconds = 5000) {
+  const end = Date.now() + milliseconds;
+  while (!condition()) {
+    assert.ok(Date.now() < end, `not within ${milliseconds} ms: ${what}`);
+    await pause(2);
+  }
+}
+
+const failure = (code, more = {}) => ({ name: 'FrameworkError', code, ...more });
+
+/** The long forms of the tests run when ZEF_LONG is set. */
+const isLong = Boolean(process.env.ZEF_LONG);
+
+module.exports = { standin, settings, started, until, failure, isLong, scratch };
