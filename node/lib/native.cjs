@@ -70,6 +70,8 @@ function native() {
   if (!addon) {
     const loaded = loadAddon();
     loaded.open(dispatch);
+    // The addon's own hook is not run by process.exit().
+    process.once('exit', () => loaded.settle());
     addon = loaded;
   }
   return addon;

@@ -3,8 +3,6 @@
 #include "sharedframework.h"
 #include "values.h"
 
-#include <thread>
-
 using zelectronframeworkspace::IElectronCallback;
 using zelectronframeworkspace::IElectronFramework;
 
@@ -70,9 +68,8 @@ napi_value start(napi_env env, const Arguments &arguments)
     }
     Environment &environment = Environment::of(env);
     try {
-        std::thread([session = environment.addSession(id), request] {
-            session->start(request);
-        }).detach();
+        SharedFramework::instance().runApart(
+            [session = environment.addSession(id), request] { session->start(request); });
     } catch (...) {
         environment.removeSession(id);
         throw;
@@ -90,7 +87,7 @@ napi_value stop(napi_env env, const Arguments &arguments)
     environment.removeSession(id);
     const bool isStopping = session && session->prepareStop();
     if (isStopping) {
-        std::thread([session, done] { session->stop(done); }).detach();
+        SharedFramework::instance().runApart([session, done] { session->stop(done); });
     }
     return valueOf(env, isStopping);
 }
@@ -159,6 +156,13 @@ napi_value asynCall(napi_env env, const Arguments &arguments)
     return valueOf(env, isQueued);
 }
 
+// settle(): lets a start or stop that is under way end before the process does
+napi_value settle(napi_env, const Arguments &)
+{
+    SharedFramework::instance().settle();
+    return kNothing;
+}
+
 // inspect(name, isLoading) -> { path, error }
 napi_value inspect(napi_env env, const Arguments &arguments)
 {
@@ -213,6 +217,7 @@ NAPI_MODULE_INIT()
     define<unsubscribeTask>(env, exports, "unsubscribeTask");
     define<call>(env, exports, "call");
     define<asynCall>(env, exports, "asynCall");
+    define<settle>(env, exports, "settle");
     define<inspect>(env, exports, "inspect");
     define<state>(env, exports, "state");
     return exports;

@@ -1,5 +1,7 @@
 #include "environment.h"
 
+#include "sharedframework.h"
+
 bool Environment::attach(napi_env env)
 {
     auto *const environment = new Environment;
@@ -41,4 +43,5 @@ void Environment::end(void *environment)
         session->abandon();
     }
     self.m_sessions.clear();
+    SharedFramework::instance().settle();
 }

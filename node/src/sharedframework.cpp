@@ -2,9 +2,20 @@
 
 #include "libraries.h"
 
+#include <chrono>
+#include <thread>
+#include <utility>
+
 #include <dlfcn.h>
 
 using zelectronframeworkspace::IElectronFramework;
+
+namespace {
+
+// A process ends within a second, whatever the account library is doing.
+constexpr std::chrono::milliseconds kLongestWait{500};
+
+} // namespace
 
 SharedFramework &SharedFramework::instance()
 {
@@ -47,6 +58,31 @@ void SharedFramework::desert()
     --m_shares;
 }
 
+void SharedFramework::runApart(std::function<void()> change)
+{
+    const auto count = [this](int difference) {
+        const std::lock_guard<std::mutex> lock(m_changesMutex);
+        m_changes += difference;
+        m_changed.notify_all();
+    };
+    count(1);
+    try {
+        std::thread([change = std::move(change), count] {
+            change();
+            count(-1);
+        }).detach();
+    } catch (...) {
+        count(-1);
+        throw;
+    }
+}
+
+void SharedFramework::settle()
+{
+    std::unique_lock<std::mutex> lock(m_changesMutex);
+    m_changed.wait_for(lock, kLongestWait, [this] { return m_changes == 0; });
+}
+
 TaskRelay *SharedFramework::taskRelay(const std::string &typeName)
 {
     if (typeName == "meetingDataChangeTask") {
@@ -67,7 +103,9 @@ std::string SharedFramework::load(const std::string &library)
     using Create = IElectronFramework *(*)();
     const auto create = reinterpret_cast<Create>(dlsym(handle, "createElectronFrameworkObject"));
     if (!create) {
-        return "symbol " + lastLoaderError();
+        const std::string reason = lastLoaderError();
+        dlclose(handle);
+        return "symbol " + reason;
     }
     m_framework = create();
     m_library = library;

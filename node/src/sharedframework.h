@@ -3,6 +3,8 @@
 #include "callbacks.h"
 
 #include <atomic>
+#include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -38,6 +40,13 @@ public:
     /// until the process ends or the next one joins, who gets a new one. Thread: any.
     void desert();
 
+    /// Runs a join or leave on a thread of its own. Throws when there is no thread to be had.
+    void runApart(std::function<void()> change);
+
+    /// Waits for what runs apart, for half a second at most: the exit of the process would destroy
+    /// what it is using. Thread: any.
+    void settle();
+
     /// Null before the first join. Thread: any.
     zelectronframeworkspace::IElectronFramework *framework() const { return m_framework; }
 
@@ -59,6 +68,10 @@ private:
     bool m_isStarted = false;
     std::atomic<int> m_shares{0};
     std::atomic<zelectronframeworkspace::IElectronFramework *> m_framework{nullptr};
+
+    std::mutex m_changesMutex; // guards m_changes
+    std::condition_variable m_changed;
+    int m_changes = 0;
 
     PendingReplies m_replies;
     TaskRelay m_meetingData{"meetingDataChangeTask"};

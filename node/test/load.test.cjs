@@ -47,6 +47,7 @@ async function growth(t, work) {
 
 test(`${eventCount} events`, { skip: !global.gc }, async (t) => {
   const framework = await started(t);
+  standin.noCost();
   let heard = 0;
   framework.on('account.userInfoChanged', () => {
     heard += 1;
@@ -72,6 +73,7 @@ test(`${callCount} calls, a hundred at a time`, { skip: !global.gc }, async (t) 
 
 test(`${callCount} subscriptions`, { skip: !global.gc }, async (t) => {
   const framework = await started(t);
+  standin.noCost();
   const controller = new AbortController();
   await growth(t, async () => {
     for (let done = 0; done < callCount; done += 1) {

@@ -1,4 +1,5 @@
-#include "control.h"
+#include "account/control.h"
+#include "log/control.h"
 #include "zelectronframework/zelectronframework.h"
 
 #include <node_api.h>
@@ -24,6 +25,15 @@ AccountControl *control()
     void *const keeper = dlopen("libzaccountkeeper.so", RTLD_LAZY | RTLD_NOLOAD);
     const auto entry = reinterpret_cast<AccountControl *(*)()>(
         keeper ? dlsym(keeper, "zefAccountStandinControl") : nullptr);
+    return entry ? entry() : nullptr;
+}
+
+/// Null when the log library is none of ours.
+zefstandin::LogControl *logControl()
+{
+    void *const library = dlopen("libvemolog.so", RTLD_LAZY | RTLD_NOLOAD);
+    const auto entry = reinterpret_cast<zefstandin::LogControl *(*)()>(
+        library ? dlsym(library, "zefLogStandinControl") : nullptr);
     return entry ? entry() : nullptr;
 }
 
@@ -69,12 +79,15 @@ napi_value script(napi_env env, napi_callback_info info)
     return number(env, isTaken);
 }
 
-// noCost(): nothing is recorded and every operation answers at once
+// noCost(): nothing is recorded or logged and every operation answers at once
 napi_value noCost(napi_env env, napi_callback_info)
 {
     if (AccountControl *const account = control()) {
         account->setRecording(false);
         account->setNoCost(true);
+    }
+    if (zefstandin::LogControl *const log = logControl()) {
+        log->setSilent(true);
     }
     return number(env, 0);
 }

@@ -1,0 +1,109 @@
+'use strict';
+
+const assert = require('node:assert/strict');
+const fs = require('node:fs');
+const path = require('node:path');
+const { after, test } = require('node:test');
+const { ElectronFramework, diagnose } = require('../index.cjs');
+const { platform } = require('../lib/native.cjs');
+const { settings, scratch, failure } = require('./support.cjs');
+
+const packageFolder = path.join(__dirname, '..');
+const library = path.join(packageFolder, 'prebuilds', platform, 'libzelectronframework.so');
+const mock = (name) => path.join(packageFolder, 'mock', platform, name);
+
+/** A copy of the library in which one text, or the processor in its header, is another. */
+function altered(name, change) {
+  const bytes = fs.readFileSync(library);
+  change(bytes);
+  const file = path.join(scratch, name);
+  fs.writeFileSync(file, bytes);
+  return file;
+}
+
+function replaceAll(from, to) {
+  assert.equal(from.length, to.length);
+  return (bytes) => {
+    let found = 0;
+    for (let at = bytes.indexOf(from); at >= 0; at = bytes.indexOf(from, at + 1)) {
+      bytes.write(to, at, 'latin1');
+      found += 1;
+    }
+    assert.ok(found > 0, `${from} is not in the library`);
+  };
+}
+
+const otherMachine = (bytes) => bytes.writeUInt16LE(process.arch === 'x64' ? 183 : 62, 18);
+const notAnElf = (bytes) => bytes.fill('text', 0, 64);
+const newestGlibc = diagnose({ mock: true }).glibc.needed;
+
+const cases = [
+  ['is not there', () => path.join(scratch, 'nowhere.so'), 'ZEF_LIBRARY_MISSING', /libraryPath/],
+  ['is for another processor', () => altered('arch.so', otherMachine), 'ZEF_ARCHITECTURE', /linux-/],
+  ['is no library', () => altered('text.so', notAnElf), 'ZEF_ARCHITECTURE', /linux-/],
+  [
+    'needs a newer C library',
+    () => altered('glibc.so', replaceAll(`GLIBC_${newestGlibc}`, 'GLIBC_9.99')),
+    'ZEF_GLIBC',
+    /newer system/,
+  ],
+  [
+    'needs another Qt',
+    () => altered('qt.so', replaceAll('Qt_5.15', 'Qt_5.99')),
+    'ZEF_QT_VERSION',
+    /install Qt 5\.15/,
+  ],
+  [
+    'needs a Qt that is missing',
+    () => altered('noqt.so', replaceAll('libQt5Core.so.5', 'libQt5Gone.so.5')),
+    'ZEF_QT_MISSING',
+    /apt install/,
+  ],
+  ['is another library', () => mock('libvemolog.so'), 'ZEF_NOT_THE_LIBRARY', /libraryPath/],
+];
+
+for (const [what, file, code, remedy] of cases) {
+  test(`the library ${what}: ${code}`, async () => {
+    const framework = new ElectronFramework({ mock: true, libraryPath: file() });
+    await assert.rejects(framework.init(settings()), (error) => {
+      assert.equal(error.code, code, error.message);
+      assert.match(error.remedy, remedy);
+      return true;
+    });
+  });
+}
+
+test('the account library is missing, broken, named, or replaced by the mock', async () => {
+  const init = (options) => new ElectronFramework(options).init(settings());
+  await assert.rejects(init({}), failure('ZEF_ACCOUNT_LIBRARY_MISSING'));
+  const accountLibrary = altered('libzaccountlite.so', otherMachine);
+  await assert.rejects(init({ accountLibrary }), failure('ZEF_ARCHITECTURE'));
+  await assert.rejects(init({ mock: true, accountLibrary }), failure('ZEF_BAD_ARGUMENT'));
+
+  const named = await init({ accountLibrary: mock('libzaccountlite.so') });
+  assert.throws(() => named.callSync('utils.getLogPath'), failure('ZEF_REPLY_FAIL'));
+  const elsewhere = altered('copy.so', () => {});
+  await assert.rejects(init({ mock: true, libraryPath: elsewhere }), failure('ZEF_OTHER_LIBRARY'));
+  await named.close();
+});
+
+test('a diagnosis finds what is there and names what is not', () => {
+  const whole = diagnose({ mock: true });
+  assert.deepEqual(whole.findings, []);
+  assert.ok(whole.ok);
+  assert.equal(whole.framework, library);
+  assert.equal(whole.accountLibrary, mock('libzaccountlite.so'));
+  assert.match(whole.qt.found, /^5\./);
+  const lacking = diagnose();
+  assert.deepEqual(
+    lacking.findings.map(({ code, remedy }) => [code, typeof remedy]),
+    [
+      ['ZEF_LOG_LIBRARY_MISSING', 'string'],
+      ['ZEF_ACCOUNT_LIBRARY_MISSING', 'string'],
+    ],
+  );
+  const broken = diagnose({ mock: true, libraryPath: path.join(scratch, 'nowhere.so') });
+  assert.equal(broken.findings[0].code, 'ZEF_LIBRARY_MISSING');
+});
+
+after(() => fs.rmSync(scratch, { recursive: true, force: true }));
