@@ -39,6 +39,7 @@ export interface NoAccountEntry {
   userid: string;
   coa_Id: string;
   company_id: string;
+  is_current?: undefined;
   is_login?: undefined;
   nickname?: undefined;
 }
