@@ -1,0 +1,200 @@
+'use strict';
+
+// The package as it is shipped: packed, installed into an empty folder, bundled, put into an archive.
+
+const assert = require('node:assert/strict');
+const { execFileSync } = require('node:child_process');
+const fs = require('node:fs');
+const os = require('node:os');
+const path = require('node:path');
+const { after, before, test } = require('node:test');
+const { methods, events, taskTypes } = require('../lib/methods.cjs');
+const { platform } = require('../lib/native.cjs');
+
+const packageFolder = path.join(__dirname, '..');
+const root = fs.mkdtempSync(path.join(os.tmpdir(), 'zelectronframework-package-'));
+const readme = fs.readFileSync(path.join(packageFolder, 'README.md'), 'utf8');
+const environment = { ...process.env, XDG_STATE_HOME: root };
+for (const name of Object.keys(environment)) {
+  if (/^(npm_|NODE_TEST_CONTEXT|ELECTRON)/i.test(name)) delete environment[name];
+}
+const app = path.join(root, 'app');
+let installed;
+
+/** \returns the texts of the README's snippets of one kind, for example 'js electron-main'. */
+function snippets(kind) {
+  const found = [...readme.matchAll(/^```(.*)\n([^]*?)^```$/gm)].filter((match) => match[1] === kind);
+  assert.ok(found.length > 0, kind);
+  return found.map((match) => match[2]);
+}
+
+const run = (command, args, folder = app) =>
+  execFileSync(command, args, { cwd: folder, env: environment, encoding: 'utf8', stdio: ['ignore', 'pipe', 'pipe'] });
+
+/** Runs one of the README's programs and gives what it prints. */
+function runSnippet(text, name) {
+  fs.writeFileSync(path.join(app, name), text);
+  return run(process.execPath, [name]);
+}
+
+before(() => {
+  fs.mkdirSync(app);
+  run('npm', ['pack', '--ignore-scripts', '--pack-destination', app], packageFolder);
+});
+after(() => fs.rmSync(root, { recursive: true, force: true }));
+
+test('the installation of the README works from an empty folder', (t) => {
+  const start = Date.now();
+  const lines = snippets('sh')[0].trim().split('\n');
+  const output = lines.map((line) => run('sh', ['-c', line])).join('');
+  assert.match(output, /round trip +with the mock: started, answered, stopped/);
+  assert.equal(runSnippet(snippets('js')[0], 'first.cjs'), "[ 'Ada' ]\n");
+  t.diagnostic(`${lines.length} lines and a program, ${Date.now() - start} ms`);
+  installed = path.join(app, 'node_modules/zelectronframework');
+  const { dependencies, scripts } = JSON.parse(fs.readFileSync(path.join(installed, 'package.json')));
+  assert.equal(dependencies, undefined);
+  for (const script of ['preinstall', 'install', 'postinstall', 'prepare']) {
+    assert.equal(scripts[script], undefined);
+  }
+});
+
+test('the package holds what it should and nothing else', () => {
+  const files = (folder) => fs.readdirSync(path.join(installed, folder)).sort();
+  assert.deepEqual(files('.').filter((name) => /\./.test(name)), [
+    'README.md', 'index.cjs', 'index.d.cts', 'index.d.mts', 'index.mjs', 'package.json',
+  ]);
+  for (const folder of files('prebuilds')) {
+    assert.deepEqual(files(`prebuilds/${folder}`), ['libzelectronframework.so', 'zelectronframework.node']);
+    assert.deepEqual(files(`mock/${folder}`), [
+      'libvemolog.so', 'libzaccountkeeper.so', 'libzaccountlite.so',
+    ]);
+  }
+  for (const file of fs.readdirSync(installed, { recursive: true })) {
+    const whole = path.join(installed, file);
+    if (!fs.statSync(whole).isFile()) continue;
+    const text = fs.readFileSync(whole, 'latin1');
+    assert.ok(!text.includes(path.join(packageFolder, '..')), `${file} names the build folder`);
+  }
+});
+
+test('the programs of the README run', () => {
+  const [calls, messages] = snippets('mjs').map((text, index) => runSnippet(text, `${index}.mjs`));
+  assert.equal(calls, 'ZEF_REPLY_FAIL account not found\ntrue 0 ok\n');
+  assert.equal(messages, 'ready\ngetMeetingStatus\n');
+});
+
+test('the Electron snippets of the README work together', () => {
+  const [main] = snippets('js electron-main');
+  const [preload] = snippets('js electron-preload');
+  const [page] = snippets('js electron-page');
+  fs.writeFileSync(path.join(app, 'main.js'), main);
+  fs.writeFileSync(path.join(app, 'preload.js'), preload);
+  const fake = path.join(__dirname, 'fixtures/electron.cjs');
+  const program = `
+    const electron = require(${JSON.stringify(fake)});
+    electron.install();
+    require('./main.js');
+    const wait = setInterval(async () => {
+      if (!electron.bridge.framework) return;
+      clearInterval(wait);
+      global.window = { framework: electron.bridge.framework };
+      const heard = new Promise((resolve) => electron.ipcRenderer.once('framework:event', resolve));
+      ${page}
+      console.log(await signIn(), (await window.framework.call('utils.getLogPath')).error.code);
+      await heard; // on another thread than the answer, so in either order
+      process.exit();
+    }, 5);`;
+  assert.deepEqual(runSnippet(program, 'together.cjs').trim().split('\n').sort(), [
+    'Ada NOT_ALLOWED',
+    'account.accountListInfoChanged',
+  ]);
+});
+
+test('an archived application finds the libraries with either unpacking rule', async () => {
+  const asar = require('@electron/asar');
+  fs.writeFileSync(path.join(root, 'forge.config.js'), snippets('js forge')[0]);
+  const rules = [
+    require(path.join(root, 'forge.config.js')).packagerConfig.asar.unpack,
+    ...JSON.parse(snippets('json electron-builder')[0]).build.asarUnpack,
+  ];
+  const source = path.join(root, 'source');
+  fs.cpSync(installed, path.join(source, 'node_modules/zelectronframework'), { recursive: true });
+  fs.writeFileSync(path.join(source, 'start.js'), snippets('js')[0]);
+  for (const [index, unpack] of rules.entries()) {
+    const archive = path.join(root, `packed${index}.asar`);
+    await asar.createPackageWithOptions(source, archive, { unpack });
+    // Electron reads in the archive; a folder of that name, without the binaries, does it here.
+    const folder = path.join(root, String(index));
+    asar.extractAll(archive, path.join(folder, 'app.asar'));
+    for (const binaries of ['prebuilds', 'mock']) {
+      fs.rmSync(path.join(folder, 'app.asar/node_modules/zelectronframework', binaries), { recursive: true });
+    }
+    fs.renameSync(`${archive}.unpacked`, path.join(folder, 'app.asar.unpacked'));
+    assert.equal(run(process.execPath, ['app.asar/start.js'], folder), "[ 'Ada' ]\n");
+  }
+});
+
+test('an archived application that unpacked nothing is told so', () => {
+  const folder = path.join(root, 'nothing/app.asar/node_modules');
+  fs.cpSync(installed, path.join(folder, 'zelectronframework'), { recursive: true });
+  fs.rmSync(path.join(folder, 'zelectronframework/prebuilds'), { recursive: true });
+  const program = `new (require('zelectronframework').ElectronFramework)({ mock: true })
+    .init({ app: { appName: 'a', productName: 'a', version: '1', localStoragePath: '/var/tmp' } })
+    .catch((error) => console.log(error.code, error.remedy.includes('unpack')))`;
+  assert.equal(
+    run(process.execPath, ['-e', program], path.dirname(folder)),
+    'ZEF_ADDON_MISSING true\n',
+  );
+});
+
+test('a bundler follows the requires', () => {
+  const esbuild = require('esbuild');
+  const bundle = path.join(root, 'bundle');
+  const library = path.join(installed, 'prebuilds', platform, 'libzelectronframework.so');
+  const account = path.join(installed, 'mock', platform, 'libzaccountlite.so');
+  const entry = path.join(app, 'entry.cjs');
+  fs.writeFileSync(
+    entry,
+    snippets('js')[0].replace(
+      '{ mock: true }',
+      JSON.stringify({ libraryPath: library, accountLibrary: account }),
+    ),
+  );
+  esbuild.buildSync({
+    entryPoints: [entry],
+    bundle: true,
+    platform: 'node',
+    loader: { '.node': 'copy' },
+    outdir: bundle,
+    external: process.arch === 'x64' ? ['../prebuilds/linux-arm64/*'] : ['../prebuilds/linux-x64/*'],
+  });
+  assert.equal(run(process.execPath, ['entry.js'], bundle), "[ 'Ada' ]\n");
+});
+
+test('typings and tables name the same methods, events and tasks', () => {
+  const typings = fs.readFileSync(path.join(packageFolder, 'index.d.cts'), 'utf8');
+  const part = (from) => typings.slice(typings.indexOf(from)).split(/\n(?:interface|export) /)[0];
+  const names = (text, pattern) => [...text.matchAll(pattern)].map((match) => match[1]).sort();
+  const dotted = /'(\w+\.\w+)'/g;
+  assert.deepEqual(names(part('interface Methods'), dotted), [...methods.keys()].sort());
+  const sync = [...methods].filter(([, { isSync }]) => isSync).map(([name]) => name);
+  assert.deepEqual(names(part('type SyncMethodName'), dotted), sync.sort());
+  assert.deepEqual(names(part('type EventName'), dotted), [...events].sort());
+  assert.deepEqual(names(part('interface TaskMessages'), /(\w+Task)/g), [...taskTypes].sort());
+});
+
+test('the README explains every error code, and the code knows every one of them', () => {
+  const codes = (text) => new Set(text.match(/ZEF_[A-Z_]+/g));
+  const source = fs
+    .readdirSync(path.join(packageFolder, 'lib'))
+    .map((name) => fs.readFileSync(path.join(packageFolder, 'lib', name), 'utf8'))
+    .join('');
+  const typings = fs.readFileSync(path.join(packageFolder, 'index.d.cts'), 'utf8');
+  assert.deepEqual([...codes(source)].sort(), [...codes(typings)].sort());
+  assert.deepEqual([...codes(readme)].sort(), [...codes(typings)].sort());
+});
+
+test('right uses of the typings compile and wrong ones do not', () => {
+  const tsc = require.resolve('typescript/bin/tsc');
+  execFileSync(process.execPath, [tsc, '-p', path.join(__dirname, 'types')], { stdio: 'inherit' });
+});
