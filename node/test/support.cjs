@@ -46,4 +46,18 @@ const failure = (code, more = {}) => ({ name: 'FrameworkError', code, ...more })
 /** The long forms of the tests run when ZEF_LONG is set. */
 const isLong = Boolean(process.env.ZEF_LONG);
 
-module.exports = { standin, settings, started, until, failure, isLong, scratch };
+/** Another architecture's Node.js runs in an emulator, which is slow and has its own program. */
+const isEmulated = Boolean(process.env.ZEF_EMULATED);
+const nodeProgram = process.env.ZEF_NODE ?? process.execPath;
+
+module.exports = {
+  standin,
+  settings,
+  started,
+  until,
+  failure,
+  isLong,
+  isEmulated,
+  nodeProgram,
+  scratch,
+};

@@ -1,0 +1,109 @@
+#!/usr/bin/env bash
+# node/build.sh [--native]: builds, tests and packs the npm package; ./dev node calls it.
+#
+# With --native the other architecture is left out, and so are the other versions of Node.js. The
+# long forms of the tests run when ZEF_LONG is set. Versions of Node.js are kept in the cache folder
+# of the user.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+# shellcheck source=tools/common.sh
+source tools/common.sh
+
+readonly versions=(18 20 22 24) foreign_version=22
+cache=${XDG_CACHE_HOME:-$HOME/.cache}/zelectronframework
+passed=0
+failed=0
+
+# fetch_node VERSION ARCHITECTURE: the path of that Node.js, from npm where it is not kept yet.
+fetch_node() {
+    local folder=$cache/node-$1-$2
+    local program=$folder/node_modules/node-linux-$2/bin/node
+    if [[ ! -x $program ]]; then
+        mkdir -p "$folder"
+        quietly "Fetching Node.js $1 for $2" npm install --ignore-scripts --no-save --force \
+            --prefix "$folder" "node-linux-$2@$1" >&2
+    fi
+    printf '%s' "$program"
+}
+
+# fill PRESET: builds what the package takes from it and puts it in its folders.
+fill() {
+    configure "$1" -DZEF_BUILD_ADDON=ON
+    compile "$1" zelectronframework zaccountlite vemolog \
+        zelectronframework_node zelectronframework_node_standin
+    quietly "Filling the package from $1" \
+        cmake --install "build/$1" --component node --prefix node --strip
+}
+
+# check WHAT COMMAND...: runs Node.js on tests and adds up what they report.
+check() {
+    local what=$1 log status=0
+    shift
+    log=build/log/node-${what//[^A-Za-z0-9]/-}.log
+    say "Testing with $what"
+    (cd node && "$@") >"$log" 2>&1 </dev/null || status=$?
+    grep -hE '^# (slowest|.*(loop delay|lines and a program|callSync))' "$log" | sed 's/^#/   /' || true
+    grep -hE -A 12 '^ *not ok ' "$log" || true
+    passed=$((passed + $(count pass "$log")))
+    failed=$((failed + $(count fail "$log")))
+    if ((status)) && (($(count fail "$log") == 0)); then
+        cat "$log"
+        failed=$((failed + 1))
+    fi
+}
+
+count() {
+    sed -n "s/^# $1 \([0-9]*\)$/\1/p" "$2" | awk '{ sum += $1 } END { print sum + 0 }'
+}
+
+# What any Node.js has to pass; the rest of test/ is about the package and the example.
+readonly core=(calls events lifecycle loading exit load)
+
+core_files() { printf 'test/%s.test.cjs\n' "${core[@]}"; }
+
+check_node() {
+    local program=$1 what=$2 files
+    mapfile -t files < <(core_files)
+    check "$what" "$program" --expose-gc --test --test-reporter=tap --test-concurrency=1 "${files[@]}"
+}
+
+# One file at a time: the test runner would start further processes, which do not run as they are.
+check_foreign() {
+    local program file wrapper=$PWD/build/node-arm64
+    program=$(fetch_node "$foreign_version" arm64)
+    printf '#!/bin/sh\nexec qemu-aarch64 "%s" "$@"\n' "$program" >"$wrapper"
+    chmod +x "$wrapper"
+    export ZEF_NODE=$wrapper ZEF_EMULATED=1
+    for file in $(core_files); do
+        check "Node.js $foreign_version on arm64 ${file##*/}" \
+            "$wrapper" --expose-gc --test-reporter=tap "$file"
+    done
+    unset ZEF_NODE ZEF_EMULATED
+}
+
+native_only=
+[[ ${1:-} != --native ]] || native_only=1
+[[ -n $(command -v node) && -n $(command -v npm) ]] || need nodejs npm
+need chromium
+mkdir -p build/log build/package
+(cd node && quietly "Fetching the npm packages" npm ci --ignore-scripts)
+rm -rf node/prebuilds node/mock
+fill release
+if [[ -z $native_only ]]; then
+    need_arm64
+    fill arm64
+fi
+
+mapfile -t all < <(cd node && ls test/*.test.cjs)
+check "Node.js $(node --version)" node --expose-gc --test --test-reporter=tap \
+    --test-concurrency=1 "${all[@]}"
+if [[ -z $native_only ]]; then
+    for version in "${versions[@]}"; do
+        check_node "$(fetch_node "$version" x64)" "Node.js $version"
+    done
+    check_foreign
+fi
+(cd node && quietly "Packing" npm pack --ignore-scripts --pack-destination ../build/package)
+say "Packed $(ls build/package/zelectronframework-*.tgz)"
+printf '%d passed, %d failed\n' "$passed" "$failed"
+((failed == 0))
