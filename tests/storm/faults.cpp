@@ -92,7 +92,10 @@ extern "C" {
 void *dlopen(const char *file, int mode) noexcept
 {
     static const auto function = next<decltype(&dlopen)>("dlopen");
-    return function(fails(FaultKind::dlopen, file) ? "/nowhere/libfault.so" : file, mode);
+    // With this flag it only asks what is loaded already.
+    const bool isLoading = !(mode & RTLD_NOLOAD);
+    return function(isLoading && fails(FaultKind::dlopen, file) ? "/nowhere/libfault.so" : file,
+                    mode);
 }
 
 void *dlsym(void *library, const char *symbol) noexcept
