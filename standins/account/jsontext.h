@@ -13,8 +13,9 @@ namespace zefstandin {
 inline std::optional<QVariantMap> objectFromText(const std::string &text)
 {
     const QJsonDocument document = QJsonDocument::fromJson(QByteArray::fromStdString(text));
-    if (!document.isObject())
+    if (!document.isObject()) {
         return std::nullopt;
+    }
     return document.object().toVariantMap();
 }
 

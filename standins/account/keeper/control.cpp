@@ -21,12 +21,13 @@ int sendLateMessage(const QVariantMap &message, Thread thread, MessageContext co
         const auto send = [handler, message, context] {
             return deliver(handler, MessageReference(message, context).reference);
         };
-        if (thread == Thread::caller)
+        if (thread == Thread::caller) {
             taken += send();
-        else if (!Keeper::instance().run(thread, send))
+        } else if (!Keeper::instance().run(thread, send)) {
             return -1;
-        else
+        } else {
             ++taken;
+        }
     }
     return taken;
 }
@@ -35,8 +36,10 @@ int collectLate(const QVariantMap &map, Thread thread)
 {
     const QList<CallBackFunc> callbacks = Keeper::instance().collectCallbacks();
     for (const CallBackFunc &callback : callbacks) {
-        if (!Keeper::instance().run(thread, [callback, map] { deliver("collect", callback, map); }))
+        if (!Keeper::instance().run(thread,
+                                    [callback, map] { deliver("collect", callback, map); })) {
             return -1;
+        }
     }
     return callbacks.size();
 }
@@ -55,8 +58,9 @@ public:
     bool setState(const std::string &json) override
     {
         const std::optional<QVariantMap> standin = objectFromText(json);
-        if (!standin)
+        if (!standin) {
             return false;
+        }
         m_keeper.addOverlay(*standin);
         m_keeper.withLibrary([&](LibraryHooks &library) { library.applyState(*standin); });
         return true;
@@ -87,8 +91,9 @@ public:
     int sendMessage(const std::string &messageJson, Thread thread, MessageContext context) override
     {
         const std::optional<QVariantMap> message = objectFromText(messageJson);
-        if (!message)
+        if (!message) {
             return -1;
+        }
         int result = 0;
         const bool isRunning = m_keeper.withLibrary([&](LibraryHooks &library) {
             result = library.sendMessage(*message, thread, context);
@@ -99,8 +104,9 @@ public:
     int collect(const std::string &mapJson, Thread thread) override
     {
         const std::optional<QVariantMap> map = objectFromText(mapJson);
-        if (!map)
+        if (!map) {
             return -1;
+        }
         int result = 0;
         const bool isRunning = m_keeper.withLibrary(
             [&](LibraryHooks &library) { result = library.collect(*map, thread); });
@@ -121,8 +127,9 @@ public:
 
     bool release(long id, Thread thread) override
     {
-        if (!m_keeper.canRun(thread))
+        if (!m_keeper.canRun(thread)) {
             return false;
+        }
         const std::optional<PlannedAnswer> answer = m_keeper.held().take(id, false);
         return answer && m_keeper.run(thread, [answer = *answer] { deliver(answer); });
     }
@@ -131,22 +138,26 @@ public:
                     bool keep) override
     {
         const std::optional<QVariantMap> reply = objectFromText(replyJson);
-        if ((!reply && !replyJson.empty()) || !m_keeper.canRun(thread))
+        if ((!reply && !replyJson.empty()) || !m_keeper.canRun(thread)) {
             return false;
+        }
         std::optional<PlannedAnswer> answer = m_keeper.held().take(id, keep);
-        if (!answer)
+        if (!answer) {
             return false;
+        }
         answer->status = status;
-        if (reply)
+        if (reply) {
             answer->reply = *reply;
+        }
         return m_keeper.run(thread, [answer = *answer] { deliver(answer); });
     }
 
     int releaseAll(Thread thread) override
     {
         int released = 0;
-        for (const HeldAnswer &answer : m_keeper.held().list())
+        for (const HeldAnswer &answer : m_keeper.held().list()) {
             released += release(answer.id, thread);
+        }
         return released;
     }
 

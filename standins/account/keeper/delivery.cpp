@@ -19,16 +19,18 @@ void callAndRecord(const QString &name, const Function &call)
     } catch (...) { // recorded as such
     }
     Keeper &keeper = Keeper::instance();
-    if (!keeper.isNoCost())
+    if (!keeper.isNoCost()) {
         keeper.recordAnswer(*outcome ? name + ' ' + outcome : name);
+    }
 }
 
 } // namespace
 
 void deliver(const QString &name, const CallBackFunc &completion, const QVariantMap &reply)
 {
-    if (!completion)
+    if (!completion) {
         return;
+    }
     callAndRecord(name, [&] {
         completion(reply);
         const QString result = reply.value("result").toString();
@@ -39,16 +41,18 @@ void deliver(const QString &name, const CallBackFunc &completion, const QVariant
 void deliver(const QString &name, const TaskCallback &completion, int status,
              const QVariantMap &reply)
 {
-    if (!completion)
+    if (!completion) {
         return;
+    }
     callAndRecord(name + ' ' + QString::number(status),
                   [&] { return text(completion(status, reply)); });
 }
 
 bool deliver(const MessageHandler &handler, const std::weak_ptr<IMessageTaskContext> &context)
 {
-    if (!handler.handler)
+    if (!handler.handler) {
         return false;
+    }
     bool isTaken = false;
     callAndRecord(handler.taskName, [&] {
         isTaken = handler.handler(context);
@@ -59,10 +63,11 @@ bool deliver(const MessageHandler &handler, const std::weak_ptr<IMessageTaskCont
 
 void deliver(const PlannedAnswer &answer)
 {
-    if (answer.task)
+    if (answer.task) {
         deliver(answer.name, answer.task, answer.status, answer.reply);
-    else
+    } else {
         deliver(answer.name, answer.completion, answer.reply);
+    }
 }
 
 } // namespace zefstandin

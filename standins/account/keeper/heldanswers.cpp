@@ -15,12 +15,14 @@ std::optional<PlannedAnswer> HeldAnswers::take(long id, bool keep)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     const auto it = m_answers.find(id);
-    if (it == m_answers.end())
+    if (it == m_answers.end()) {
         return std::nullopt;
+    }
 
     std::optional<PlannedAnswer> answer = it->second;
-    if (!keep)
+    if (!keep) {
         m_answers.erase(it);
+    }
     return answer;
 }
 

@@ -20,13 +20,15 @@ Keeper &Keeper::instance()
 bool Keeper::setScript(const QString &operation, const QVariantMap &map)
 {
     const std::optional<Script> script = scriptFromMap(map);
-    if (!script || !isKnownOperation(operation))
+    if (!script || !isKnownOperation(operation)) {
         return false;
+    }
 
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_scripts.remove(operation);
-    if (!map.isEmpty())
+    if (!map.isEmpty()) {
         m_scripts.insert(operation, {*script, 0});
+    }
     return true;
 }
 
@@ -37,10 +39,11 @@ void Keeper::setSettings(const QVariantMap &scripts, unsigned hostileSeed, bool 
     m_ordinals.clear();
     for (auto it = scripts.cbegin(); it != scripts.cend(); ++it) {
         const std::optional<Script> script = scriptFromMap(it.value().toMap());
-        if (script && isKnownOperation(it.key()))
+        if (script && isKnownOperation(it.key())) {
             m_settingsScripts.insert(it.key(), {*script, 0});
-        else
+        } else {
             qWarning("account stand-in: no valid script for %s", qUtf8Printable(it.key()));
+        }
     }
     m_settingsHostileSeed = hostileSeed;
     m_settingsNoCost = noCost;
@@ -70,23 +73,27 @@ QVariantMap Keeper::overlay() const
 void Keeper::addOverlay(const QVariantMap &standin)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    for (auto it = standin.cbegin(); it != standin.cend(); ++it)
+    for (auto it = standin.cbegin(); it != standin.cend(); ++it) {
         m_overlay.insert(it.key(), it.value());
+    }
 }
 
 Script Keeper::decide(const QString &operation)
 {
-    if (m_isNoCost)
+    if (m_isNoCost) {
         return {};
+    }
 
     const std::lock_guard<std::mutex> lock(m_mutex);
     for (QHash<QString, Entry> *scripts : {&m_scripts, &m_settingsScripts}) {
         const auto entry = scripts->find(operation);
-        if (entry == scripts->end())
+        if (entry == scripts->end()) {
             continue;
+        }
         const int ordinal = entry->seen++ - entry->script.skip;
-        if (ordinal >= 0 && (entry->script.count < 0 || ordinal < entry->script.count))
+        if (ordinal >= 0 && (entry->script.count < 0 || ordinal < entry->script.count)) {
             return entry->script;
+        }
     }
 
     const unsigned seed = m_hostileSeed ? m_hostileSeed : m_settingsHostileSeed;
@@ -118,8 +125,9 @@ void Keeper::reset()
 
 void Keeper::recordCall(const char *name, const QByteArray &argument)
 {
-    if (m_isNoCost || !m_records.isEnabled())
+    if (m_isNoCost || !m_records.isEnabled()) {
         return;
+    }
     m_records.addCall({name, argument.toStdString(), {}, false, 0});
 }
 
@@ -136,13 +144,15 @@ void Keeper::recordAnswer(const QString &answer)
 void Keeper::hold(const PlannedAnswer &answer, int releaseAfterMs)
 {
     const long id = m_held.add(answer);
-    if (releaseAfterMs < 0)
+    if (releaseAfterMs < 0) {
         return;
+    }
 
     std::thread([this, id, releaseAfterMs] {
         std::this_thread::sleep_for(std::chrono::milliseconds(releaseAfterMs));
-        if (const std::optional<PlannedAnswer> due = m_held.take(id, false))
+        if (const std::optional<PlannedAnswer> due = m_held.take(id, false)) {
             deliver(*due);
+        }
     }).detach();
 }
 
@@ -158,8 +168,9 @@ QList<MessageHandler> Keeper::messageHandlers(const QString &messageName,
     const std::lock_guard<std::mutex> lock(m_mutex);
     QList<MessageHandler> matching;
     for (const MessageHandler &handler : m_messageHandlers) {
-        if (handler.messageName == messageName && handler.taskName == taskName)
+        if (handler.messageName == messageName && handler.taskName == taskName) {
             matching.append(handler);
+        }
     }
     return matching;
 }
@@ -199,8 +210,9 @@ bool Keeper::withLibrary(const std::function<void(LibraryHooks &)> &use)
     LibraryHooks *hooks = nullptr;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        if (!m_hooks)
+        if (!m_hooks) {
             return false;
+        }
         hooks = m_hooks;
         ++m_users;
     }

@@ -30,13 +30,15 @@ struct MessageReference
 {
     MessageReference(const QVariantMap &message, MessageContext kind)
     {
-        if (kind == MessageContext::nullObject)
+        if (kind == MessageContext::nullObject) {
             owner = std::shared_ptr<IMessageTaskContext>(nullptr, [](IMessageTaskContext *) {});
-        else if (kind != MessageContext::empty)
+        } else if (kind != MessageContext::empty) {
             owner = std::shared_ptr<MessageContextObject>(new MessageContextObject(message));
+        }
         reference = owner;
-        if (kind == MessageContext::gone)
+        if (kind == MessageContext::gone) {
             owner.reset();
+        }
     }
 
     std::shared_ptr<IMessageTaskContext> owner;

@@ -13,23 +13,27 @@ constexpr std::size_t kMostRecords = 200000;
 
 void Records::addCall(Call call)
 {
-    if (!m_enabled)
+    if (!m_enabled) {
         return;
+    }
 
     call.threadId = syscall(SYS_gettid);
     const std::lock_guard<std::mutex> lock(m_mutex);
-    if (m_calls.size() < kMostRecords)
+    if (m_calls.size() < kMostRecords) {
         m_calls.push_back(std::move(call));
+    }
 }
 
 void Records::addAnswer(const QString &answer)
 {
-    if (!m_enabled)
+    if (!m_enabled) {
         return;
+    }
 
     const std::lock_guard<std::mutex> lock(m_mutex);
-    if (m_answers.size() < kMostRecords)
+    if (m_answers.size() < kMostRecords) {
         m_answers.push_back(answer.toStdString());
+    }
 }
 
 void Records::clear()
@@ -50,8 +54,9 @@ std::vector<std::string> Records::callLines() const
     const std::lock_guard<std::mutex> lock(m_mutex);
     std::vector<std::string> lines;
     lines.reserve(m_calls.size());
-    for (const Call &call : m_calls)
+    for (const Call &call : m_calls) {
         lines.push_back(call.argument.empty() ? call.name : call.name + ' ' + call.argument);
+    }
     return lines;
 }
 

@@ -45,8 +45,9 @@ bool readStatuses(const QVariant &value, Script &script)
     QVector<int> statuses;
     const QVariantList list = value.toList();
     for (const QVariant &status : list) {
-        if (!isNumber(status))
+        if (!isNumber(status)) {
             return false;
+        }
         statuses.append(status.toInt());
     }
     script.statuses = statuses;
@@ -61,34 +62,48 @@ bool readThread(const QVariant &value, Script &script)
 
 bool readKey(const QString &key, const QVariant &value, Script &script)
 {
-    if (key == "refuse")
+    if (key == "refuse") {
         return readFlag(value, script.refuse);
-    if (key == "null")
+    }
+    if (key == "null") {
         return readFlag(value, script.nullResult);
-    if (key == "hold")
+    }
+    if (key == "hold") {
         return readFlag(value, script.hold);
-    if (key == "dropAtUninit")
+    }
+    if (key == "dropAtUninit") {
         return readFlag(value, script.dropAtUninit);
-    if (key == "delayMs")
+    }
+    if (key == "delayMs") {
         return readNumber(value, script.delayMs);
-    if (key == "times")
+    }
+    if (key == "times") {
         return readNumber(value, script.times);
-    if (key == "releaseAfterMs")
+    }
+    if (key == "releaseAfterMs") {
         return readNumber(value, script.releaseAfterMs);
-    if (key == "skip")
+    }
+    if (key == "skip") {
         return readNumber(value, script.skip);
-    if (key == "count")
+    }
+    if (key == "count") {
         return readNumber(value, script.count);
-    if (key == "statuses")
+    }
+    if (key == "statuses") {
         return readStatuses(value, script);
-    if (key == "thread")
+    }
+    if (key == "thread") {
         return readThread(value, script);
-    if (key == "throw")
+    }
+    if (key == "throw") {
         return script.exception = value.toString(), value.type() == QVariant::String;
-    if (key == "text")
+    }
+    if (key == "text") {
         return script.text = value.toString(), value.type() == QVariant::String;
-    if (key == "reply")
+    }
+    if (key == "reply") {
         return script.reply = value.toMap(), value.type() == QVariant::Map;
+    }
     return false;
 }
 
@@ -122,8 +137,9 @@ private:
 quint64 textHash(const QString &text)
 {
     quint64 hash = 0xcbf29ce484222325u;
-    for (const char c : text.toUtf8())
+    for (const char c : text.toUtf8()) {
         hash = (hash ^ quint8(c)) * 0x100000001b3u;
+    }
     return hash;
 }
 
@@ -138,8 +154,9 @@ int oddStatus(Dice &dice)
 bool answersByReturning(const QString &operation)
 {
     for (const char *start : {"get", "sign", "generate", "cookies", "register", "setDomain"}) {
-        if (operation.startsWith(start))
+        if (operation.startsWith(start)) {
             return operation != "getUrlWithAuthorizeCode" && !operation.endsWith("Office");
+        }
     }
     return false;
 }
@@ -147,8 +164,9 @@ bool answersByReturning(const QString &operation)
 /// An answer may be late at no cost to others; an operation that returns late holds up its caller.
 int hostileDelay(Dice &dice, const QString &operation)
 {
-    if (answersByReturning(operation))
+    if (answersByReturning(operation)) {
         return dice.oneIn(256) ? 1 + dice.below(3) : 0;
+    }
     return dice.oneIn(16) ? dice.below(200) : 0;
 }
 
@@ -177,8 +195,9 @@ QVariantMap oddReply(Dice &dice)
     static const char *const kKeys[] = {"result", "msg", "data", "taskResult", "bResult", ""};
     QVariantMap reply;
     for (const char *key : kKeys) {
-        if (!dice.oneIn(3))
+        if (!dice.oneIn(3)) {
             reply.insert(key, oddValue(dice));
+        }
     }
     return reply;
 }
@@ -188,8 +207,9 @@ QVariantMap oddReply(Dice &dice)
 bool isKnownOperation(const QString &operation)
 {
     for (const char *known : kKnownOperations) {
-        if (operation == known)
+        if (operation == known) {
             return true;
+        }
     }
     return false;
 }
@@ -198,8 +218,9 @@ std::optional<Script> scriptFromMap(const QVariantMap &map)
 {
     Script script;
     for (auto it = map.cbegin(); it != map.cend(); ++it) {
-        if (!readKey(it.key(), it.value(), script))
+        if (!readKey(it.key(), it.value(), script)) {
             return std::nullopt;
+        }
     }
     return script;
 }
@@ -207,23 +228,27 @@ std::optional<Script> scriptFromMap(const QVariantMap &map)
 Script hostileScript(unsigned seed, const QString &operation, unsigned ordinal)
 {
     Script script;
-    if (isLifeCycleStep(operation))
+    if (isLifeCycleStep(operation)) {
         return script;
+    }
 
     Dice dice((quint64(seed) << 32 | ordinal) ^ textHash(operation));
     script.refuse = dice.oneIn(8);
-    if (operation.startsWith("get") && !operation.endsWith("Office") && ordinal % 2)
+    if (operation.startsWith("get") && !operation.endsWith("Office") && ordinal % 2) {
         script.text = QString(dice.below(300), QChar('%'));
-    if (dice.oneIn(4))
+    }
+    if (dice.oneIn(4)) {
         script.reply = oddReply(dice);
+    }
     script.delayMs = hostileDelay(dice, operation);
     script.times = dice.oneIn(8) ? 0 : dice.oneIn(8) ? 2 : 1;
     script.inCaller = dice.oneIn(4);
     script.dropAtUninit = dice.oneIn(8);
     if (dice.oneIn(3)) {
         script.statuses.emplace();
-        for (int i = dice.below(4); i >= 0; --i)
+        for (int i = dice.below(4); i >= 0; --i) {
             script.statuses->append(oddStatus(dice));
+        }
     }
     script.noise = dice.oneIn(4) ? dice.next() | 1 : 0;
     return script;

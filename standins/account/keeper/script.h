@@ -33,15 +33,17 @@ struct Script
     /// Throws the scripted exception, if there is one.
     void throwIfScripted() const
     {
-        if (exception)
+        if (exception) {
             throw std::runtime_error(exception->toStdString());
+        }
     }
 
     /// Sleeps for the scripted time. For operations that answer by returning.
     void sleep() const
     {
-        if (delayMs > 0)
+        if (delayMs > 0) {
             std::this_thread::sleep_for(std::chrono::milliseconds(delayMs));
+        }
     }
 };
 

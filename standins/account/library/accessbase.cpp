@@ -24,8 +24,9 @@ QString deviceId()
 QVariantMap interfaceMap(const QNetworkInterface &interface)
 {
     QVariantList addresses;
-    for (const QNetworkAddressEntry &entry : interface.addressEntries())
+    for (const QNetworkAddressEntry &entry : interface.addressEntries()) {
         addresses.append(entry.ip().toString());
+    }
     const QNetworkInterface::InterfaceFlags flags = interface.flags();
     return {{"name", interface.name()},
             {"up", flags.testFlag(QNetworkInterface::IsUp)},
@@ -51,8 +52,9 @@ QVariantMap connectTo(const QString &address)
     const bool isReachable = socket.waitForConnected(kCheckMilliseconds);
     QVariantMap check{
         {"address", address}, {"reachable", isReachable}, {"elapsedMs", timer.elapsed()}};
-    if (!isReachable)
+    if (!isReachable) {
         check.insert("error", socket.errorString());
+    }
     return check;
 }
 
@@ -88,8 +90,9 @@ bool isDecided(const Script &script)
 QString Accessbase::getDeviceInfo()
 {
     const Script script = begin("getDeviceInfo");
-    if (isDecided(script))
+    if (isDecided(script)) {
         return script.text.value_or(QString());
+    }
     return compactJson({{"deviceId", deviceId()},
                         {"deviceName", QSysInfo::machineHostName()},
                         {"system", QSysInfo::prettyProductName()},
@@ -100,8 +103,9 @@ QString Accessbase::getDeviceInfo()
 QString Accessbase::getDeviceNetworkStatus()
 {
     const Script script = begin("getDeviceNetworkStatus");
-    if (isDecided(script))
+    if (isDecided(script)) {
         return script.text.value_or(QString());
+    }
 
     QVariantList interfaces;
     bool isAnyOnline = false;
@@ -117,21 +121,24 @@ QString Accessbase::getDeviceNetworkStatus()
         const std::lock_guard<std::mutex> lock(m_mutex);
         address = m_networkCheck;
     }
-    if (!address.isEmpty())
+    if (!address.isEmpty()) {
         status.insert("check", checkConnection(address));
+    }
     return compactJson(status);
 }
 
 QString Accessbase::getDeviceHeader(const QString &request)
 {
     const Script script = begin("getDeviceHeader", request);
-    if (isDecided(script))
+    if (isDecided(script)) {
         return script.text.value_or(QString());
+    }
 
     const std::optional<QVariantMap> map = objectFromText(request.toStdString());
     QVariantMap header = map ? map->value("header").toMap() : QVariantMap();
-    if (header.isEmpty())
+    if (header.isEmpty()) {
         return {};
+    }
     header.insert("deviceId", deviceId());
     header.insert("platform", QSysInfo::productType());
     return compactJson(header);
@@ -140,8 +147,9 @@ QString Accessbase::getDeviceHeader(const QString &request)
 void Accessbase::configure(const QVariantMap &standin)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    if (standin.contains("networkCheck"))
+    if (standin.contains("networkCheck")) {
         m_networkCheck = standin.value("networkCheck").toString();
+    }
 }
 
 } // namespace zefstandin

@@ -14,8 +14,9 @@ constexpr int kMostCodes = 1000; // beyond, all earlier ones expire
 QList<Person> personsFromList(const QVariantList &list)
 {
     QList<Person> persons;
-    for (const QVariant &value : list)
+    for (const QVariant &value : list) {
         persons.append(personFromMap(value.toMap()));
+    }
     return persons;
 }
 
@@ -33,24 +34,28 @@ void Accounts::configure(const QVariantMap &standin)
 {
     if (standin.contains("users")) {
         m_users.clear();
-        for (const Person &person : personsFromList(standin.value("users").toList()))
+        for (const Person &person : personsFromList(standin.value("users").toList())) {
             m_users.insert(person.item.userId, person);
+        }
     }
     if (standin.contains("accounts") || standin.contains("generateAccounts")) {
         m_accounts = personsFromList(standin.value("accounts").toList());
         const int generated = std::min(standin.value("generateAccounts").toInt(), kMostGenerated);
-        for (int number = 1; number <= generated; ++number)
+        for (int number = 1; number <= generated; ++number) {
             m_accounts.append(generatedPerson(number));
+        }
     }
-    if (standin.contains("currentUserId"))
+    if (standin.contains("currentUserId")) {
         setCurrent(standin.value("currentUserId").toString());
+    }
 }
 
 QVariantMap Accounts::description() const
 {
     QVariantList accounts;
-    for (const Person &account : m_accounts)
+    for (const Person &account : m_accounts) {
         accounts.append(mapFromPerson(account));
+    }
     return {{"currentUserId", m_currentUserId}, {"accounts", accounts}};
 }
 
@@ -60,8 +65,9 @@ std::shared_ptr<const AccountSnapshot> Accounts::snapshot() const
     snapshot->currentUserId = m_currentUserId;
     for (const Person &account : m_accounts) {
         snapshot->list.append(account.item);
-        if (account.item.userId != m_currentUserId)
+        if (account.item.userId != m_currentUserId) {
             continue;
+        }
         snapshot->isKeepOnline = account.isKeepOnline;
         snapshot->authInfo = authInfoOf(account);
         snapshot->userInfo = userInfoOf(account);
@@ -86,18 +92,21 @@ Person *Accounts::target(const QVariantMap &params)
 const Person *Accounts::proven(const QVariantMap &params)
 {
     const QString type = params.value("loginType").toString();
-    if (type == "ssid")
+    if (type == "ssid") {
         return holderOf(params.value(type).toString(), &Person::ssid);
-    if (type == "randcode")
+    }
+    if (type == "randcode") {
         return holderOf(params.value(type).toString(), &Person::randcode);
+    }
     return takeCode(params.value("authorizeCode").toString(), params.value("userId").toString());
 }
 
 std::optional<Person> Accounts::person(const QString &userId) const
 {
     for (const Person &account : m_accounts) {
-        if (account.item.userId == userId)
+        if (account.item.userId == userId) {
             return account;
+        }
     }
     const auto user = m_users.constFind(userId);
     return user == m_users.constEnd() ? std::nullopt : std::optional<Person>(*user);
@@ -106,53 +115,60 @@ std::optional<Person> Accounts::person(const QString &userId) const
 QString Accounts::firstSignedIn() const
 {
     for (const Person &account : m_accounts) {
-        if (account.item.isLogin)
+        if (account.item.isLogin) {
             return account.item.userId;
+        }
     }
     return {};
 }
 
 void Accounts::put(const Person &account)
 {
-    if (Person *present = find(account.item.userId))
+    if (Person *present = find(account.item.userId)) {
         *present = account;
-    else
+    } else {
         m_accounts.append(account);
+    }
 }
 
 /// The person stays known to the service.
 void Accounts::remove(const QString &userId)
 {
     for (int i = m_accounts.size() - 1; i >= 0; --i) {
-        if (m_accounts.at(i).item.userId == userId)
+        if (m_accounts.at(i).item.userId == userId) {
             m_users.insert(userId, m_accounts.takeAt(i));
+        }
     }
 }
 
 std::vector<const char *> Accounts::setCurrent(const QString &userId)
 {
-    if (userId == m_currentUserId)
+    if (userId == m_currentUserId) {
         return {};
+    }
 
     const Person *before = find(m_currentUserId);
     const Person *after = find(userId);
     std::vector<const char *> changes{"currentAccountChanged", "authInfoChanged",
                                       "userInfoChanged"};
     if ((before ? before->item.companyId : QString()) !=
-        (after ? after->item.companyId : QString()))
+        (after ? after->item.companyId : QString())) {
         changes.push_back("companyInfoChanged");
+    }
     changes.push_back("cookieUpdated");
 
     m_currentUserId = userId;
-    for (Person &account : m_accounts)
+    for (Person &account : m_accounts) {
         account.item.isCurrent = account.item.userId == userId;
+    }
     return changes;
 }
 
 QString Accounts::newCode(const QString &userId)
 {
-    if (m_codes.size() >= kMostCodes)
+    if (m_codes.size() >= kMostCodes) {
         m_codes.clear();
+    }
     const QString code = randomBase64Url(24);
     m_codes.insert(code, userId);
     return code;
@@ -160,15 +176,18 @@ QString Accounts::newCode(const QString &userId)
 
 const Person *Accounts::holderOf(const QString &proof, QString Person::*field) const
 {
-    if (proof.isEmpty())
+    if (proof.isEmpty()) {
         return nullptr;
+    }
     for (const Person &account : m_accounts) {
-        if (account.*field == proof)
+        if (account.*field == proof) {
             return &account;
+        }
     }
     for (const Person &user : m_users) {
-        if (user.*field == proof)
+        if (user.*field == proof) {
             return &user;
+        }
     }
     return nullptr;
 }
@@ -181,8 +200,9 @@ const Person *Accounts::takeCode(const QString &code, const QString &userId)
         const QString holderId = m_codes.take(code);
         holder = find(holderId);
         const auto user = m_users.constFind(holderId);
-        if (!holder && user != m_users.constEnd())
+        if (!holder && user != m_users.constEnd()) {
             holder = &*user;
+        }
     }
     return holder && (userId.isEmpty() || holder->item.userId == userId) ? holder : nullptr;
 }

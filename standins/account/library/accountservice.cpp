@@ -72,8 +72,9 @@ Outcome AccountService::perform(const QString &operation, const QVariantMap &par
 {
     const Lock lock(m_mutex);
     const Outcome outcome = performLoginOperation(operation, m_accounts, params);
-    if (!outcome.signalNames.empty())
+    if (!outcome.signalNames.empty()) {
         m_snapshot = m_accounts.snapshot();
+    }
     return outcome;
 }
 
@@ -83,8 +84,9 @@ const AccountSnapshot &AccountService::pinned(const char *operation)
     const Lock lock(m_mutex);
     std::vector<SnapshotPointer> &pins = m_pins[std::this_thread::get_id()];
     if (pins.empty() || pins.back() != m_snapshot) {
-        if (pins.size() == kMostPins)
+        if (pins.size() == kMostPins) {
             pins.erase(pins.begin());
+        }
         pins.push_back(m_snapshot);
     }
     return *m_snapshot;

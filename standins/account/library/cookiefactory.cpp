@@ -8,15 +8,17 @@ namespace zefstandin {
 QList<QNetworkCookie> CookieFactory::cookiesForUrl(const QUrl &url)
 {
     Keeper &keeper = Keeper::instance();
-    if (keeper.isNoCost())
+    if (keeper.isNoCost()) {
         return {};
+    }
 
     keeper.recordCall("cookiesForUrl", url.toEncoded());
     const Script script = keeper.decide("cookiesForUrl");
     script.sleep();
     script.throwIfScripted();
-    if (script.refuse)
+    if (script.refuse) {
         return {};
+    }
     const std::lock_guard<std::mutex> lock(m_mutex);
     return m_jar.cookiesForUrl(url);
 }
@@ -24,10 +26,12 @@ QList<QNetworkCookie> CookieFactory::cookiesForUrl(const QUrl &url)
 void CookieFactory::configure(const QVariantMap &standin)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    if (standin.contains("accountUrl"))
+    if (standin.contains("accountUrl")) {
         m_accountUrl = QUrl(standin.value("accountUrl").toString());
-    if (!standin.contains("cookies"))
+    }
+    if (!standin.contains("cookies")) {
         return;
+    }
 
     m_jar.setAllCookies({});
     for (const QVariant &value : standin.value("cookies").toList()) {
@@ -42,8 +46,9 @@ void CookieFactory::setSession(const QString &userId)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_jar.deleteCookie(m_session);
-    if (userId.isEmpty())
+    if (userId.isEmpty()) {
         return;
+    }
 
     m_session = QNetworkCookie("sid", randomBase64Url(24));
     m_session.setHttpOnly(true);

@@ -15,8 +15,9 @@ namespace {
 Script begin(const char *operation)
 {
     Keeper &keeper = Keeper::instance();
-    if (keeper.isNoCost())
+    if (keeper.isNoCost()) {
         return {};
+    }
     keeper.recordCall(operation);
     const Script script = keeper.decide(operation);
     script.sleep();
@@ -34,10 +35,12 @@ public:
         Keeper::instance().setSettings(standin.value("script").toMap(),
                                        standin.value("hostileSeed").toUInt(),
                                        standin.value("noCost").toBool());
-        if (begin("init").refuse)
+        if (begin("init").refuse) {
             return false;
-        if (!m_session)
+        }
+        if (!m_session) {
             m_session = new Session(params, logProxy);
+        }
         return true;
     }
 
@@ -111,8 +114,9 @@ bool InitInterface()
 bool GetInterface(IAccountSdk **sdk)
 {
     const zefstandin::Script script = zefstandin::begin("GetInterface");
-    if (!sdk || script.refuse)
+    if (!sdk || script.refuse) {
         return false;
+    }
     *sdk = script.nullResult ? nullptr : &zefstandin::accountSdk;
     return true;
 }

@@ -25,13 +25,16 @@ void setCompany(AccountListItem &item, const QString &id, const QString &name)
 Outcome signIn(Accounts &accounts, const QVariantMap &params)
 {
     const QString type = params.value("loginType").toString();
-    if (type.isEmpty() && !params.value("bResult").toBool())
+    if (type.isEmpty() && !params.value("bResult").toBool()) {
         return {failReply("no authorization"), {}};
-    if (!type.isEmpty() && type != "ssid" && type != "randcode")
+    }
+    if (!type.isEmpty() && type != "ssid" && type != "randcode") {
         return {failReply("loginType not supported"), {}};
+    }
     const Person *known = accounts.proven(params);
-    if (!known)
+    if (!known) {
         return {failReply("sign-in refused"), {}};
+    }
 
     Person account = *known; // the pointer may be into the list that changes now
     account.item.isLogin = true;
@@ -43,8 +46,9 @@ Outcome signIn(Accounts &accounts, const QVariantMap &params)
     accounts.put(account);
 
     std::vector<const char *> changes = accounts.setCurrent(account.item.userId);
-    if (changes.empty()) // signed in again: new session, same person
+    if (changes.empty()) { // signed in again: new session, same person
         changes = {"authInfoChanged", "userInfoChanged", "cookieUpdated"};
+    }
     changes.push_back("accountListInfoChanged");
     return {okReply({{"userId", account.item.userId},
                      {"nickname", account.item.nickname},
@@ -55,21 +59,25 @@ Outcome signIn(Accounts &accounts, const QVariantMap &params)
 Outcome signOut(Accounts &accounts, const QVariantMap &params)
 {
     Person *account = accounts.target(params);
-    if (!account)
+    if (!account) {
         return {failReply(userIdOf(params).isEmpty() ? kNobody : kUserUnknown), {}};
-    if (!account->item.isLogin)
+    }
+    if (!account->item.isLogin) {
         return {failReply(kNobody), {}};
+    }
 
     const QString userId = account->item.userId;
     account->item.isLogin = false;
     account->item.sessionStatus = "offline";
     account->item.logoutReason = params.value("reason", "user").toString();
-    if (params.value("removeAccount").toBool())
+    if (params.value("removeAccount").toBool()) {
         accounts.remove(userId);
+    }
 
     std::vector<const char *> changes;
-    if (userId == accounts.currentUserId())
+    if (userId == accounts.currentUserId()) {
         changes = accounts.setCurrent(accounts.firstSignedIn());
+    }
     changes.push_back("accountListInfoChanged");
     return {okReply({{"userId", userId}, {"currentUserId", accounts.currentUserId()}}), changes};
 }
@@ -77,30 +85,37 @@ Outcome signOut(Accounts &accounts, const QVariantMap &params)
 Outcome switchTo(Accounts &accounts, const QVariantMap &params)
 {
     const QString userId = userIdOf(params);
-    if (userId.isEmpty())
+    if (userId.isEmpty()) {
         return {failReply("userId is empty"), {}};
+    }
     const Person *account = accounts.find(userId);
-    if (!account)
+    if (!account) {
         return {failReply(kUserUnknown), {}};
-    if (!account->item.isLogin)
+    }
+    if (!account->item.isLogin) {
         return {failReply(kNobody), {}};
+    }
 
     std::vector<const char *> changes = accounts.setCurrent(userId);
-    if (!changes.empty())
+    if (!changes.empty()) {
         changes.push_back("accountListInfoChanged");
+    }
     return {okReply({{"userId", userId}}), changes};
 }
 
 Outcome upgrade(Accounts &accounts, const QVariantMap &params)
 {
     Person *account = accounts.target(params);
-    if (!account)
+    if (!account) {
         return {failReply(userIdOf(params).isEmpty() ? kNobody : kUserUnknown), {}};
+    }
     const QString companyId = params.value("companyId").toString();
-    if (companyId.isEmpty())
+    if (companyId.isEmpty()) {
         return {failReply("companyId is empty"), {}};
-    if (account->item.isCompanyAccount)
+    }
+    if (account->item.isCompanyAccount) {
         return {failReply("already a company account"), {}};
+    }
 
     setCompany(account->item, companyId, params.value("companyName").toString());
     const QString userId = account->item.userId;
@@ -111,10 +126,12 @@ Outcome upgrade(Accounts &accounts, const QVariantMap &params)
 Outcome downgrade(Accounts &accounts, const QVariantMap &params)
 {
     Person *account = accounts.target(params);
-    if (!account)
+    if (!account) {
         return {failReply(userIdOf(params).isEmpty() ? kNobody : kUserUnknown), {}};
-    if (!account->item.isCompanyAccount)
+    }
+    if (!account->item.isCompanyAccount) {
         return {failReply("not a company account"), {}};
+    }
 
     setCompany(account->item, {}, {});
     const QString userId = account->item.userId;
@@ -125,10 +142,12 @@ Outcome downgrade(Accounts &accounts, const QVariantMap &params)
 Outcome update(Accounts &accounts, const QVariantMap &params)
 {
     Person *account = accounts.target(params);
-    if (!account)
+    if (!account) {
         return {failReply(userIdOf(params).isEmpty() ? kNobody : kUserUnknown), {}};
-    if (!params.contains("nickname") && !params.contains("avatarUrl"))
+    }
+    if (!params.contains("nickname") && !params.contains("avatarUrl")) {
         return {failReply("nothing to update"), {}};
+    }
 
     AccountListItem &item = account->item;
     item.nickname = params.value("nickname", item.nickname).toString();
@@ -141,10 +160,12 @@ Outcome update(Accounts &accounts, const QVariantMap &params)
 Outcome urlWithAuthorizeCode(Accounts &accounts, const QVariantMap &params)
 {
     QUrl url(params.value("url").toString(), QUrl::StrictMode);
-    if (!url.isValid() || url.host().isEmpty() || !url.scheme().startsWith("http"))
+    if (!url.isValid() || url.host().isEmpty() || !url.scheme().startsWith("http")) {
         return {failReply("url is not valid"), {}};
-    if (accounts.currentUserId().isEmpty())
+    }
+    if (accounts.currentUserId().isEmpty()) {
         return {failReply(kNobody), {}};
+    }
 
     QUrlQuery query(url);
     query.removeAllQueryItems("authorizeCode");
@@ -158,8 +179,9 @@ Outcome urlWithAuthorizeCode(Accounts &accounts, const QVariantMap &params)
 QVariantMap okReply(const QVariantMap &data)
 {
     QVariantMap reply{{"result", "ok"}, {"msg", "success"}};
-    if (!data.isEmpty())
+    if (!data.isEmpty()) {
         reply.insert("data", data);
+    }
     return reply;
 }
 
@@ -184,8 +206,9 @@ Outcome performLoginOperation(const QString &operation, Accounts &accounts,
                        {"updateAccountInfo", update},
                        {"getUrlWithAuthorizeCode", urlWithAuthorizeCode}};
     for (const auto &entry : kOperations) {
-        if (operation == entry.name)
+        if (operation == entry.name) {
             return entry.function(accounts, params);
+        }
     }
     return {failReply("unknown operation"), {}};
 }

@@ -47,8 +47,9 @@ void LoginService::start(const char *operation, const QVariantMap &params,
 {
     Keeper &keeper = Keeper::instance();
     if (keeper.isNoCost()) {
-        if (completion)
+        if (completion) {
             completion({{"result", "ok"}});
+        }
         return;
     }
 
@@ -60,10 +61,11 @@ void LoginService::start(const char *operation, const QVariantMap &params,
     const auto job = [this, name, params, completion, script](bool isCancelled) {
         finish(name, params, completion, script, isCancelled);
     };
-    if (script.inCaller || m_session.answersInline())
+    if (script.inCaller || m_session.answersInline()) {
         job(false);
-    else
+    } else {
         m_session.accountWorker().post(job, script.delayMs);
+    }
     m_session.stir(script.noise);
 }
 
@@ -71,17 +73,19 @@ void LoginService::finish(const QString &operation, const QVariantMap &params,
                           const CallBackFunc &completion, const Script &script, bool isCancelled)
 {
     QVariantMap reply;
-    if (isCancelled)
+    if (isCancelled) {
         reply = failReply("cancelled");
-    else if (script.refuse)
+    } else if (script.refuse) {
         reply = failReply("refused");
-    else if (script.reply)
+    } else if (script.reply) {
         reply = *script.reply;
-    else
+    } else {
         reply = perform(operation, params);
+    }
 
-    if (isCancelled && script.dropAtUninit)
+    if (isCancelled && script.dropAtUninit) {
         return;
+    }
     if (script.hold) {
         PlannedAnswer answer;
         answer.name = operation;
@@ -91,18 +95,21 @@ void LoginService::finish(const QString &operation, const QVariantMap &params,
         Keeper::instance().hold(answer, script.releaseAfterMs);
         return;
     }
-    for (int i = 0; i < script.times; ++i)
+    for (int i = 0; i < script.times; ++i) {
         deliver(operation, completion, reply);
+    }
 }
 
 QVariantMap LoginService::perform(const QString &operation, const QVariantMap &params)
 {
     const Outcome outcome = m_session.accounts().perform(operation, params);
     const auto changesCookies = [](const char *name) { return !qstrcmp(name, "cookieUpdated"); };
-    if (std::any_of(outcome.signalNames.begin(), outcome.signalNames.end(), changesCookies))
+    if (std::any_of(outcome.signalNames.begin(), outcome.signalNames.end(), changesCookies)) {
         m_session.cookies().setSession(m_session.accounts().currentUser());
-    for (const char *name : outcome.signalNames)
+    }
+    for (const char *name : outcome.signalNames) {
         m_session.raiseNow(name);
+    }
     return outcome.reply;
 }
 

@@ -36,8 +36,9 @@ Q_SIGNALS:
 protected:
     void connectNotify(const QMetaMethod &signal) override
     {
-        if (signal == QMetaMethod::fromSignal(&Notifier::initFinished))
+        if (signal == QMetaMethod::fromSignal(&Notifier::initFinished)) {
             m_whenHeard();
+        }
     }
 
 private:

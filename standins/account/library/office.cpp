@@ -26,8 +26,9 @@ QVariantMap replyWith(const QVariantMap &taskResult)
 /// The name under which a task is scripted.
 QString operationName(const QString &taskName, const QVariantMap &params)
 {
-    if (taskName != "notifyOfficeMsg")
+    if (taskName != "notifyOfficeMsg") {
         return taskName;
+    }
     return taskName + '/' + params.value("msgType").toString();
 }
 
@@ -44,8 +45,9 @@ bool Office::submit(const QStringList &appIds, const QString &taskName, const QV
 {
     Keeper &keeper = Keeper::instance();
     if (keeper.isNoCost()) {
-        if (completion)
+        if (completion) {
             completion(kDone, {});
+        }
         return true;
     }
 
@@ -58,14 +60,16 @@ bool Office::submit(const QStringList &appIds, const QString &taskName, const QV
     const Script script = keeper.decide(operationName(taskName, params));
     script.throwIfScripted();
     m_session.stir(script.noise);
-    if (script.refuse || !isKnownTask(taskName))
+    if (script.refuse || !isKnownTask(taskName)) {
         return false;
+    }
 
     const TaskPointer task = makeTask(taskName, params, completion, script);
-    if (script.inCaller)
+    if (script.inCaller) {
         step(task, 0, false);
-    else
+    } else {
         post(task, 0);
+    }
     return true;
 }
 
@@ -73,8 +77,9 @@ void Office::configure(const QVariantMap &standin)
 {
     const QVariantMap office = standin.value("office").toMap();
     const std::lock_guard<std::mutex> lock(m_mutex);
-    for (auto it = office.cbegin(); it != office.cend(); ++it)
+    for (auto it = office.cbegin(); it != office.cend(); ++it) {
         m_settings.insert(it.key(), it.value());
+    }
 }
 
 QVariantMap Office::meetingStatus() const
@@ -92,41 +97,47 @@ Office::TaskPointer Office::makeTask(const QString &name, const QVariantMap &par
         isPresent = m_settings.value("present", true).toBool();
     }
     std::shared_ptr<Task> task(new Task{name, params, completion, script, {}, {}});
-    if (script.statuses)
+    if (script.statuses) {
         task->statuses = *script.statuses;
-    else
+    } else {
         task->statuses = isPresent ? QVector<int>{10, 50, kDone} : QVector<int>{kNoOfficeApp};
-    if (script.reply)
+    }
+    if (script.reply) {
         task->reply = *script.reply;
-    else if (isPresent)
+    } else if (isPresent) {
         task->reply = replyWith(resultOf(name, params));
+    }
     return task;
 }
 
 QVariantMap Office::resultOf(const QString &name, const QVariantMap &params)
 {
-    if (name == "notifyOfficeMsg")
+    if (name == "notifyOfficeMsg") {
         return meetingResult(params);
+    }
 
     QVariantMap settings;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         settings = m_settings;
     }
-    if (!settings.value("grants", true).toBool())
+    if (!settings.value("grants", true).toBool()) {
         return refusal(settings.value("reason", "refused by the user").toString());
+    }
 
     const QString wanted = params.value("userId").toString();
     const QString userId =
         wanted.isEmpty() ? settings.value("userId", kDefaultUserId).toString() : wanted;
     const std::optional<Person> person = m_session.accounts().person(userId);
-    if (!person)
+    if (!person) {
         return refusal("user not signed in");
-    if (name == "grantAuthorizeCodeOffice")
+    }
+    if (name == "grantAuthorizeCodeOffice") {
         return {{"bResult", true},
                 {"userId", userId},
                 {"authorizeCode", m_session.accounts().newCode(userId)},
                 {"keepOnline", params.value("keepOnline").toBool()}};
+    }
     return {{"bResult", true},
             {"userId", userId},
             {"nickname", person->item.nickname},
@@ -140,15 +151,19 @@ QVariantMap Office::meetingResult(const QVariantMap &params)
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (type == "enterMeeting") {
         QVariantMap meeting = m_settings.value("meeting").toMap();
-        if (meeting.isEmpty())
+        if (meeting.isEmpty()) {
             return refusal("no meeting");
+        }
         meeting.insert("bResult", true);
         return meeting;
     }
-    if (type != "getMeetingStatus")
+    if (type != "getMeetingStatus") {
         return refusal("msgType not supported");
-    if (params.value("event").toString().isEmpty() || params.value("busyType").toString().isEmpty())
+    }
+    if (params.value("event").toString().isEmpty() ||
+        params.value("busyType").toString().isEmpty()) {
         return refusal("status not complete");
+    }
     m_meetingStatus = params;
     return {{"bResult", true}};
 }
@@ -157,12 +172,14 @@ QVariantMap Office::meetingResult(const QVariantMap &params)
 void Office::step(const TaskPointer &task, int index, bool isCancelled)
 {
     if (isCancelled && !task->script.hold) {
-        if (!task->script.dropAtUninit)
+        if (!task->script.dropAtUninit) {
             deliver(task->name, task->completion, kCancelled, replyWith(refusal("cancelled")));
+        }
         return;
     }
-    if (index >= task->statuses.size()) // scripted to give none
+    if (index >= task->statuses.size()) { // scripted to give none
         return;
+    }
 
     const int status = task->statuses.at(index);
     const bool isLast = index + 1 == task->statuses.size();
@@ -170,12 +187,14 @@ void Office::step(const TaskPointer &task, int index, bool isCancelled)
         finish(task, status, task->reply);
         return;
     }
-    if (!task->script.hold)
+    if (!task->script.hold) {
         deliver(task->name, task->completion, status, {});
-    if (task->script.inCaller || isCancelled)
+    }
+    if (task->script.inCaller || isCancelled) {
         step(task, index + 1, isCancelled);
-    else
+    } else {
         post(task, index + 1);
+    }
 }
 
 void Office::post(const TaskPointer &task, int index)
@@ -197,8 +216,9 @@ void Office::finish(const TaskPointer &task, int status, const QVariantMap &repl
         Keeper::instance().hold(answer, task->script.releaseAfterMs);
         return;
     }
-    for (int i = 0; i < task->script.times; ++i)
+    for (int i = 0; i < task->script.times; ++i) {
         deliver(task->name, task->completion, status, reply);
+    }
 }
 
 } // namespace zefstandin

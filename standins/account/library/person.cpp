@@ -41,8 +41,9 @@ const TextKey kTexts[] = {{"userid", &AccountListItem::userId},
 /// Plausible and recognisable, so that a reader of the wrong field shows.
 void fillUnread(QString *texts, int count, const QString &name)
 {
-    for (int i = 0; i < count; ++i)
+    for (int i = 0; i < count; ++i) {
         texts[i] = "unread-" + name + '-' + QString::number(i);
+    }
 }
 
 } // namespace
@@ -50,10 +51,12 @@ void fillUnread(QString *texts, int count, const QString &name)
 Person personFromMap(const QVariantMap &map)
 {
     Person person;
-    for (const FlagKey &flag : kFlags)
+    for (const FlagKey &flag : kFlags) {
         person.item.*flag.field = map.value(flag.key).toBool();
-    for (const TextKey &text : kTexts)
+    }
+    for (const TextKey &text : kTexts) {
         person.item.*text.field = map.value(text.key).toString();
+    }
     person.item.loginAccountLimit = map.value("login_account_limit").toInt();
 
     const QString &id = person.item.userId;
@@ -72,10 +75,12 @@ QVariantMap mapFromPerson(const Person &person)
                     {"coa_Id", person.coaId},
                     {"reg_time", person.registrationTime},
                     {"keep_online", person.isKeepOnline}};
-    for (const FlagKey &flag : kFlags)
+    for (const FlagKey &flag : kFlags) {
         map.insert(flag.key, person.item.*flag.field);
-    for (const TextKey &text : kTexts)
+    }
+    for (const TextKey &text : kTexts) {
         map.insert(text.key, person.item.*text.field);
+    }
     return map;
 }
 

@@ -13,10 +13,12 @@ using LogFunction = void (IZElectronLogProxy::*)(const std::wstring &, const std
 
 LogFunction logFunction(const QString &level)
 {
-    if (level == "info")
+    if (level == "info") {
         return &IZElectronLogProxy::info;
-    if (level == "warning")
+    }
+    if (level == "warning") {
         return &IZElectronLogProxy::warning;
+    }
     return level == "error" ? &IZElectronLogProxy::error : nullptr;
 }
 
@@ -25,8 +27,9 @@ QVariantMap effectiveStandin(const QVariantMap &settings)
 {
     QVariantMap standin = settings.value("standin").toMap();
     const QVariantMap overlay = Keeper::instance().overlay();
-    for (auto it = overlay.cbegin(); it != overlay.cend(); ++it)
+    for (auto it = overlay.cbegin(); it != overlay.cend(); ++it) {
         standin.insert(it.key(), it.value());
+    }
     return standin;
 }
 
@@ -38,8 +41,9 @@ bool InfoCollectHandler::registerCollectCallback(const CallBackFunc &callback)
     keeper.recordCall("registerCollectCallback");
     const Script script = keeper.decide("registerCollectCallback");
     script.throwIfScripted();
-    if (script.refuse || !callback)
+    if (script.refuse || !callback) {
         return false;
+    }
     keeper.addCollectCallback(callback);
     return true;
 }
@@ -97,8 +101,9 @@ void Session::stir(quint64 noise)
         "companyInfoChanged", "accountListInfoChanged", "cookieUpdated"};
     static const char *const kTypes[] = {"enterMeeting", "getMeetingStatus", "closeMeetingApp", "",
                                          "EnterMeeting"};
-    if (noise == 0)
+    if (noise == 0) {
         return;
+    }
 
     const QByteArray signal = kSignals[noise % 7];
     const QVariantMap message{{"msgType", kTypes[noise / 7 % 5]},
@@ -107,8 +112,9 @@ void Session::stir(quint64 noise)
                               {"logoutAccount", noise % 2 ? QVariant(true) : QVariant("maybe")}};
     const auto context = MessageContext(noise / 11 % 4);
     m_officeWorker.post([this, signal, message, context](bool isCancelled) {
-        if (isCancelled)
+        if (isCancelled) {
             return;
+        }
         raiseNow(signal);
         m_messages.send(message, Thread::caller, context);
     });
@@ -130,8 +136,9 @@ void Session::run(Thread thread, Worker &worker, const std::function<void()> &jo
 bool Session::raiseSignal(const QByteArray &name, Thread thread)
 {
     const QMetaObject *metaObject = m_notifier.metaObject();
-    if (metaObject->indexOfSignal(name + "()") < metaObject->methodOffset())
+    if (metaObject->indexOfSignal(name + "()") < metaObject->methodOffset()) {
         return false;
+    }
     run(thread, m_accountWorker, [this, name] { raiseNow(name); });
     return true;
 }
@@ -144,16 +151,18 @@ int Session::sendMessage(const QVariantMap &message, Thread thread, MessageConte
 int Session::collect(const QVariantMap &map, Thread thread)
 {
     const QList<CallBackFunc> callbacks = Keeper::instance().collectCallbacks();
-    for (const CallBackFunc &callback : callbacks)
+    for (const CallBackFunc &callback : callbacks) {
         run(thread, m_accountWorker, [callback, map] { deliver("collect", callback, map); });
+    }
     return callbacks.size();
 }
 
 bool Session::writeLog(const QString &level, const QString &message, Thread thread)
 {
     const LogFunction function = logFunction(level);
-    if (!m_logProxy || !function)
+    if (!m_logProxy || !function) {
         return false;
+    }
     run(thread, m_accountWorker, [logProxy = m_logProxy, function, message] {
         (logProxy->*function)(L"zaccountlite", message.toStdWString());
     });
@@ -166,8 +175,9 @@ void Session::applyState(const QVariantMap &standin)
     m_cookies.configure(standin);
     m_office.configure(standin);
     m_accessbase.configure(standin);
-    if (standin.contains("answers"))
+    if (standin.contains("answers")) {
         m_answersInline = standin.value("answers").toString() == "inline";
+    }
 }
 
 QVariantMap Session::state()
@@ -186,12 +196,15 @@ void Session::startTimeline(const QVariantList &timeline)
         const QByteArray signal = entry.value("signal").toString().toUtf8();
         const QVariantMap message = entry.value("message").toMap();
         const auto job = [this, signal, message](bool isCancelled) {
-            if (isCancelled)
+            if (isCancelled) {
                 return;
-            if (!signal.isEmpty())
+            }
+            if (!signal.isEmpty()) {
                 raiseNow(signal);
-            if (!message.isEmpty())
+            }
+            if (!message.isEmpty()) {
                 m_messages.send(message, Thread::caller, MessageContext::alive);
+            }
         };
         m_officeWorker.postBackground(job, entry.value("afterMs").toInt());
     }
@@ -200,19 +213,22 @@ void Session::startTimeline(const QVariantList &timeline)
 /// Raises initFinished() once somebody listens, with a pause in which the host can subscribe.
 void Session::announce()
 {
-    if (m_isAnnounced.exchange(true))
+    if (m_isAnnounced.exchange(true)) {
         return;
+    }
     const auto job = [this](bool isCancelled) {
-        if (!isCancelled)
+        if (!isCancelled) {
             raiseNow("initFinished");
+        }
     };
     m_accountWorker.post(job, m_announceAfterMs);
 }
 
 void Session::note(const QString &message)
 {
-    if (m_isTalkative)
+    if (m_isTalkative) {
         writeLog("info", message, Thread::caller);
+    }
 }
 
 } // namespace zefstandin

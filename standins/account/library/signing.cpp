@@ -38,8 +38,9 @@ QByteArray rawSignature(const QByteArray &der)
 {
     const auto *data = reinterpret_cast<const unsigned char *>(der.constData());
     const EcdsaPair pair(d2i_ECDSA_SIG(nullptr, &data, der.size()));
-    if (!pair)
+    if (!pair) {
         return {};
+    }
     return fixedBytes(ECDSA_SIG_get0_r(pair.get())) + fixedBytes(ECDSA_SIG_get0_s(pair.get()));
 }
 
@@ -53,8 +54,9 @@ QByteArray base64Url(const QByteArray &bytes)
 QByteArray randomBase64Url(int bytes)
 {
     QByteArray random(bytes, '\0');
-    if (RAND_bytes(reinterpret_cast<unsigned char *>(random.data()), bytes) != 1)
+    if (RAND_bytes(reinterpret_cast<unsigned char *>(random.data()), bytes) != 1) {
         return {};
+    }
     return base64Url(random);
 }
 
@@ -63,7 +65,7 @@ QByteArray pkceChallenge(const QByteArray &verifier)
     return base64Url(QCryptographicHash::hash(verifier, QCryptographicHash::Sha256));
 }
 
-SigningKey::SigningKey() : m_key(EVP_EC_gen("P-256"), EVP_PKEY_free)
+SigningKey::SigningKey() : m_key(EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", "P-256"), EVP_PKEY_free)
 {
     m_x = coordinate(OSSL_PKEY_PARAM_EC_PUB_X);
     m_y = coordinate(OSSL_PKEY_PARAM_EC_PUB_Y);
@@ -76,15 +78,17 @@ SigningKey::SigningKey() : m_key(EVP_EC_gen("P-256"), EVP_PKEY_free)
 QByteArray SigningKey::coordinate(const char *name) const
 {
     BIGNUM *number = nullptr;
-    if (!m_key || EVP_PKEY_get_bn_param(m_key.get(), name, &number) != 1)
+    if (!m_key || EVP_PKEY_get_bn_param(m_key.get(), name, &number) != 1) {
         return {};
+    }
     return base64Url(fixedBytes(BigNumber(number).get()));
 }
 
 QByteArray SigningKey::publicJwk() const
 {
-    if (m_x.isEmpty() || m_y.isEmpty())
+    if (m_x.isEmpty() || m_y.isEmpty()) {
         return {};
+    }
     return compactJson({{"kty", "EC"},
                         {"crv", "P-256"},
                         {"x", QString(m_x)},
@@ -97,8 +101,9 @@ QByteArray SigningKey::publicJwk() const
 QByteArray SigningKey::signCompact(const QByteArray &payload, const char *type, bool hasKey) const
 {
     QVariantMap header{{"alg", "ES256"}};
-    if (*type)
+    if (*type) {
         header.insert("typ", type);
+    }
     if (hasKey) {
         const QVariantMap jwk{
             {"kty", "EC"}, {"crv", "P-256"}, {"x", QString(m_x)}, {"y", QString(m_y)}};
@@ -116,18 +121,21 @@ QByteArray SigningKey::signature(const QByteArray &input) const
 {
     const DigestContext context(EVP_MD_CTX_new());
     if (!m_key || !context ||
-        EVP_DigestSignInit(context.get(), nullptr, EVP_sha256(), nullptr, m_key.get()) != 1)
+        EVP_DigestSignInit(context.get(), nullptr, EVP_sha256(), nullptr, m_key.get()) != 1) {
         return {};
+    }
 
     const auto *data = reinterpret_cast<const unsigned char *>(input.constData());
     const auto length = std::size_t(input.size());
     std::size_t derLength = 0;
-    if (EVP_DigestSign(context.get(), nullptr, &derLength, data, length) != 1)
+    if (EVP_DigestSign(context.get(), nullptr, &derLength, data, length) != 1) {
         return {};
+    }
     QByteArray der(int(derLength), '\0');
     auto *out = reinterpret_cast<unsigned char *>(der.data());
-    if (EVP_DigestSign(context.get(), out, &derLength, data, length) != 1)
+    if (EVP_DigestSign(context.get(), out, &derLength, data, length) != 1) {
         return {};
+    }
     der.truncate(int(derLength));
     return rawSignature(der);
 }

@@ -42,12 +42,14 @@ bool answerCheaply(QByteArray &output)
 
 QByteArray SignService::getJwkPublicKeyStr()
 {
-    if (isNoCost())
+    if (isNoCost()) {
         return kCheapOutput;
+    }
 
     const Script script = begin("getJwkPublicKeyStr", {});
-    if (script.text)
+    if (script.text) {
         return script.text->toUtf8();
+    }
     return script.refuse ? QByteArray() : m_key.publicJwk();
 }
 
@@ -71,12 +73,14 @@ bool SignService::generatePKCEParam(QString &codeVerifier, QString &codeChalleng
 bool SignService::signPopToken(const QString &method, const QString &uri, const QString &cv,
                                QByteArray &signature)
 {
-    if (isNoCost())
+    if (isNoCost()) {
         return answerCheaply(signature);
+    }
 
     const Script script = begin("signPopToken", {{"method", method}, {"uri", uri}, {"cv", cv}});
-    if (script.refuse || method.isEmpty() || uri.isEmpty() || cv.isEmpty())
+    if (script.refuse || method.isEmpty() || uri.isEmpty() || cv.isEmpty()) {
         return refuse(signature);
+    }
     signature = script.text ? script.text->toUtf8()
                             : m_key.signCompact(popClaims(method, uri, cv), "dpop+jwt", true);
     return script.text || !signature.isEmpty();
@@ -84,12 +88,14 @@ bool SignService::signPopToken(const QString &method, const QString &uri, const 
 
 bool SignService::signLoginData(const QByteArray &data, QByteArray &signature)
 {
-    if (isNoCost())
+    if (isNoCost()) {
         return answerCheaply(signature);
+    }
 
     const Script script = begin("signLoginData", {{"data", QString::fromUtf8(data)}});
-    if (script.refuse || data.isEmpty())
+    if (script.refuse || data.isEmpty()) {
         return refuse(signature);
+    }
     signature = script.text ? script.text->toUtf8() : m_key.signCompact(data, "", false);
     return script.text || !signature.isEmpty();
 }

@@ -42,8 +42,9 @@ void Worker::stop()
         m_isStopping = true;
         m_wake.notify_one();
     }
-    if (m_thread.joinable())
+    if (m_thread.joinable()) {
         m_thread.join();
+    }
 }
 
 void Worker::run()

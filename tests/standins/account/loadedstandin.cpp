@@ -26,11 +26,25 @@ QVariantMap settings(const char *standin)
     return {{"standin", fromJson(QByteArray(standin).replace('\'', '"'))}};
 }
 
+LoginOperation loginOperation(const QString &name)
+{
+    const QMap<QString, LoginOperation> operations{
+        {"loginCallback", &ILoginService::loginCallback},
+        {"logout", &ILoginService::logout},
+        {"switchAccount", &ILoginService::switchAccount},
+        {"upgradeAccount", &ILoginService::upgradeAccount},
+        {"downgradeAccount", &ILoginService::downgradeAccount},
+        {"updateAccountInfo", &ILoginService::updateAccountInfo},
+        {"getUrlWithAuthorizeCode", &ILoginService::getUrlWithAuthorizeCode}};
+    return operations.value(name, nullptr);
+}
+
 QStringList lines(const std::vector<std::string> &texts)
 {
     QStringList list;
-    for (const std::string &text : texts)
+    for (const std::string &text : texts) {
         list.append(QString::fromStdString(text));
+    }
     return list;
 }
 
@@ -38,8 +52,9 @@ LoadedStandin::LoadedStandin(const char *file) : m_handle(dlopen(file, RTLD_LAZY
 
 bool LoadedStandin::start(const QVariantMap &settings)
 {
-    if (!m_handle)
+    if (!m_handle) {
         return false;
+    }
     const auto initInterface = lookUp<bool (*)()>(m_handle, "InitInterface");
     const auto getInterface = lookUp<bool (*)(IAccountSdk **)>(m_handle, "GetInterface");
     return initInterface && getInterface && initInterface() && getInterface(&m_sdk) && m_sdk &&
@@ -48,13 +63,16 @@ bool LoadedStandin::start(const QVariantMap &settings)
 
 void LoadedStandin::close()
 {
-    if (m_sdk)
+    if (m_sdk) {
         m_sdk->uninit();
+    }
     m_sdk = nullptr;
-    if (!m_handle)
+    if (!m_handle) {
         return;
-    if (const auto uninitInterface = lookUp<void (*)()>(m_handle, "UninitInterface"))
+    }
+    if (const auto uninitInterface = lookUp<void (*)()>(m_handle, "UninitInterface")) {
         uninitInterface();
+    }
     dlclose(m_handle);
     m_handle = nullptr;
 }

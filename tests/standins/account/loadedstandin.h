@@ -15,6 +15,10 @@ QVariantMap fromJson(const QByteArray &text);
 /// Settings with this "standin" object; the text uses ' for ".
 QVariantMap settings(const char *standin);
 
+/// An operation by its name; null when there is none.
+using LoginOperation = void (ILoginService::*)(const QVariantMap &, const CallBackFunc &);
+LoginOperation loginOperation(const QString &name);
+
 QStringList lines(const std::vector<std::string> &texts);
 
 /// One run of the stand-in, loaded as its user loads it: opened, initialised, ended, closed.

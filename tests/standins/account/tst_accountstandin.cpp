@@ -99,8 +99,9 @@ void tst_AccountStandin::exportsFollowTheVariant()
     QVERIFY(standin.isOpen());
     QVERIFY(LoadedStandin::isMapped());
     for (const char *symbol :
-         {"InitInterface", "GetInterface", "UninitInterface", "zefAccountStandinControl"})
+         {"InitInterface", "GetInterface", "UninitInterface", "zefAccountStandinControl"}) {
         QCOMPARE(standin.has(symbol), symbol != missing);
+    }
 }
 
 void tst_AccountStandin::everyInitStepCanFail_data()
@@ -202,17 +203,8 @@ void tst_AccountStandin::operationsChangeTheState()
     QVERIFY(m_control->waitUntilIdle(kPatience));
     QCOMPARE(log.take(), QStringList{"initFinished"});
 
-    using Operation = void (ILoginService::*)(const QVariantMap &, const CallBackFunc &);
-    const QMap<QString, Operation> operations{
-        {"loginCallback", &ILoginService::loginCallback},
-        {"logout", &ILoginService::logout},
-        {"switchAccount", &ILoginService::switchAccount},
-        {"upgradeAccount", &ILoginService::upgradeAccount},
-        {"downgradeAccount", &ILoginService::downgradeAccount},
-        {"updateAccountInfo", &ILoginService::updateAccountInfo},
-        {"getUrlWithAuthorizeCode", &ILoginService::getUrlWithAuthorizeCode}};
     QList<QVariantMap> replies;
-    ((*m_standin)->getLoginService()->*operations[operation])(
+    ((*m_standin)->getLoginService()->*loginOperation(operation))(
         fromJson(params.toUtf8()), [&](const QVariantMap &reply) { replies.append(reply); });
 
     QVERIFY(m_control->waitUntilIdle(kPatience));
@@ -244,8 +236,9 @@ void tst_AccountStandin::referencesSurviveChangesByOthers()
     QVERIFY(start(kTwoUsers));
     const QList<AccountListItem> &before = (*m_standin)->getAccount()->accountList();
     std::thread([this] {
-        for (int i = 0; i < 100; ++i)
+        for (int i = 0; i < 100; ++i) {
             m_control->setState(R"({"accounts":[{"userid":"new"}]})");
+        }
     }).join();
     QCOMPARE(before[0].nickname, QString("Ann"));
     QCOMPARE((*m_standin)->getAccount()->accountList()[0].userId, QString("new"));
@@ -288,8 +281,10 @@ void tst_AccountStandin::cookiesFollowTheirRules()
                   "{'url':'http://www.example.com/',"
                   "'setCookie':'old=1; Expires=Wed, 01 Jan 2020 00:00:00 GMT'}]}"));
     QStringList found;
-    for (const QNetworkCookie &cookie : (*m_standin)->getCookieFactory()->cookiesForUrl(QUrl(url)))
+    for (const QNetworkCookie &cookie :
+         (*m_standin)->getCookieFactory()->cookiesForUrl(QUrl(url))) {
         found.append(cookie.name());
+    }
     found.sort();
     QCOMPARE(found.join(' '), names);
 }
@@ -342,8 +337,9 @@ void tst_AccountStandin::heldAnswersOutliveTheLibrary()
 
     std::vector<zefstandin::HeldAnswer> held = m_control->held();
     QCOMPARE(held.size(), std::size_t(2));
-    if (held[0].isTask)
+    if (held[0].isTask) {
         std::swap(held[0], held[1]);
+    }
     QCOMPARE(held[0].params, std::string(R"({"userId":"x"})"));
     QVERIFY(m_control->answerHeld(held[1].id, Thread::caller, -7, "{}", true));
     QVERIFY(m_control->answerHeld(held[1].id, Thread::caller, 100, "", false));
@@ -361,7 +357,7 @@ void tst_AccountStandin::deliveriesMayOverlapTheEnd()
 {
     std::atomic<bool> isEnough{false};
     std::atomic<int> delivered{0};
-    const MessageTaskHandler handler = [&](std::weak_ptr<IMessageTaskContext> context) {
+    const MessageTaskHandler handler = [&](const std::weak_ptr<IMessageTaskContext> &context) {
         delivered += bool(context.lock());
         return true;
     };
@@ -390,8 +386,9 @@ void tst_AccountStandin::deliveriesMayOverlapTheEnd()
         QVERIFY(!LoadedStandin::isMapped());
     }
     isEnough = true;
-    for (std::thread &thread : threads)
+    for (std::thread &thread : threads) {
         thread.join();
+    }
     QVERIFY(m_control->waitUntilIdle(kPatience));
 }
 

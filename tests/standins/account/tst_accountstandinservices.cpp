@@ -39,8 +39,9 @@ public:
         socklen_t length = sizeof address;
         auto *name = reinterpret_cast<sockaddr *>(&address);
         if (bind(m_socket, name, length) == 0 && listen(m_socket, 1) == 0 &&
-            getsockname(m_socket, name, &length) == 0)
+            getsockname(m_socket, name, &length) == 0) {
             m_port = ntohs(address.sin_port);
+        }
     }
     ~Listener() { close(m_socket); }
     Q_DISABLE_COPY(Listener)
@@ -172,6 +173,7 @@ void tst_AccountStandinServices::signingWorksOnManyThreads()
     std::set<QByteArray> tokens;
     std::mutex mutex; // guards tokens
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&] {
             for (int n = 0; n < 25; ++n) {
@@ -181,8 +183,9 @@ void tst_AccountStandinServices::signingWorksOnManyThreads()
             }
         });
     }
-    for (std::thread &thread : threads)
+    for (std::thread &thread : threads) {
         thread.join();
+    }
     QCOMPARE(tokens.size(), std::size_t(100));
     const QByteArray jwk = (*m_standin)->getSignService()->getJwkPublicKeyStr();
     QVERIFY(!verified("jws", jwk, *tokens.begin()).isEmpty());
@@ -268,8 +271,9 @@ void tst_AccountStandinServices::grantSignsIn()
                              return true;
                          }));
     QVERIFY(m_control->waitUntilIdle(kPatience));
-    for (int i = 0; i < 2; ++i)
+    for (int i = 0; i < 2; ++i) {
         (*m_standin)->getLoginService()->loginCallback(grant, [](const QVariantMap &) {});
+    }
     QVERIFY(m_control->waitUntilIdle(kPatience));
     QCOMPARE(lines(m_control->answers()).mid(3),
              (QStringList{"loginCallback ok", "loginCallback fail"}));
@@ -285,7 +289,7 @@ void tst_AccountStandinServices::messagesReachTheHandlers()
         ->getMessageTaskRegistry()
         ->registerMessageTask(
             "notifyElectronMsg", "meetingDataChanged", nullptr,
-            [&](std::weak_ptr<IMessageTaskContext> context) {
+            [&](const std::weak_ptr<IMessageTaskContext> &context) {
                 const bool isExpired = context.expired();
                 const std::shared_ptr<IMessageTaskContext> object = context.lock();
                 seen.append(object      ? object->messageData().value("msgType").toString()
@@ -295,8 +299,9 @@ void tst_AccountStandinServices::messagesReachTheHandlers()
             });
     seen.clear(); // the timeline may have been faster or not
     for (const auto kind : {MessageContext::alive, MessageContext::gone, MessageContext::empty,
-                            MessageContext::nullObject})
+                            MessageContext::nullObject}) {
         m_control->sendMessage(R"({"msgType":"x"})", Thread::library, kind);
+    }
     QVERIFY(m_control->waitUntilIdle(kPatience));
     seen.removeAll("early");
     QCOMPARE(seen, (QStringList{"x", "gone", "gone", "null"}));
@@ -345,8 +350,9 @@ void tst_AccountStandinServices::hostileModeRepeats()
     const auto behaviour = [this](unsigned seed) {
         m_control->setHostile(seed);
         QByteArray results;
-        for (int i = 0; i < 200; ++i)
+        for (int i = 0; i < 200; ++i) {
             results.append((*m_standin)->getDomainMgr() ? '1' : '0');
+        }
         m_control->setHostile(0);
         return results;
     };
