@@ -45,8 +45,8 @@ check() {
     grep -hE '^# (slowest|.*(loop delay|lines and a program|callSync))' "$log" | sed 's/^#/   /' || true
     grep -hE -A 12 '^ *not ok ' "$log" || true
     passed=$((passed + $(count pass "$log")))
-    failed=$((failed + $(count fail "$log")))
-    if ((status)) && (($(count fail "$log") == 0)); then
+    failed=$((failed + $(count fail "$log") + $(count cancelled "$log")))
+    if ((status)) && (($(count fail "$log") + $(count cancelled "$log") == 0)); then
         cat "$log"
         failed=$((failed + 1))
     fi
@@ -57,7 +57,7 @@ count() {
 }
 
 # What any Node.js has to pass; the rest of test/ is about the package and the example.
-readonly core=(calls events lifecycle loading exit load)
+readonly core=(calls events lifecycle loading exit load cost)
 
 core_files() { printf 'test/%s.test.cjs\n' "${core[@]}"; }
 

@@ -157,19 +157,12 @@ class ElectronFramework extends EventEmitter {
     });
   }
 
-  callSync(method, params, { raw = false } = {}) {
-    if (!methods.get(method)?.isSync) {
-      checkMethodName(method);
-      throw new FrameworkError(
-        methods.has(method) ? 'ZEF_NOT_THREAD_SAFE' : 'ZEF_UNKNOWN_METHOD',
-        `${method} cannot be called synchronously`,
-        { method, remedy: 'use call()' },
-      );
-    }
+  callSync(method, params, options) {
+    if (methods.get(method)?.isSync !== true) throw notSynchronous(method);
     this.#mustRun(method);
     const reply = native().call(method, paramsText(method, params));
     if (reply === undefined) throw notRunning(method);
-    return readReply(method, reply, raw);
+    return readReply(method, reply, options?.raw === true);
   }
 
   #mustRun(method) {
@@ -298,6 +291,15 @@ function checkEvent(event) {
   if (!events.has(event) && !emitterEvents.has(event)) {
     throw new FrameworkError('ZEF_UNKNOWN_EVENT', `there is no event ${String(event)}`);
   }
+}
+
+function notSynchronous(method) {
+  checkMethodName(method);
+  return new FrameworkError(
+    methods.has(method) ? 'ZEF_NOT_THREAD_SAFE' : 'ZEF_UNKNOWN_METHOD',
+    `${method} cannot be called synchronously`,
+    { method, remedy: 'use call()' },
+  );
 }
 
 function notRunning(method) {

@@ -66,11 +66,12 @@ function readReply(method, text, raw) {
     const code = isUnknownMethod(method, message) ? 'ZEF_UNKNOWN_METHOD' : 'ZEF_REPLY_FAIL';
     throw new FrameworkError(code, `${method}: ${message}`, { method, reply });
   }
+  const { data } = reply;
   const entries = methods.get(method)?.entries;
-  if (entries !== undefined && Array.isArray(reply.data?.[entries])) {
-    reply.data[entries] = reply.data[entries].map(parsedEntry);
+  if (entries !== undefined && Array.isArray(data?.[entries])) {
+    data[entries] = data[entries].map(parsedEntry);
   }
-  return reply.data;
+  return data;
 }
 
 module.exports = { checkMethodName, paramsText, readReply };

@@ -1,19 +1,21 @@
 'use strict';
 
-// What callSync costs over the library itself, measured beside an empty Node-API function.
+// What callSync costs over the library itself. Both are called from JavaScript, since either finds
+// the processor's caches as the other world has left them.
 
 const assert = require('node:assert/strict');
 const { test } = require('node:test');
 const { diagnose } = require('../index.cjs');
 const { standin, started, isLong } = require('./support.cjs');
 
-const count = isLong ? 200000 : 20000;
-const bar = 2000; // ns
+// Short rounds, of which the fastest counts: whatever else the machine does only adds to it.
+const count = 500;
+const rounds = isLong ? 1000 : 200;
+const bar = isLong ? 2000 : 10000; // ns; the short form runs beside other work
 
-/** The least of several rounds: whatever else the machine does only adds to it. */
 function nanoseconds(work) {
   let least = Infinity;
-  for (let round = 0; round < 7; round += 1) {
+  for (let round = 0; round < rounds; round += 1) {
     const start = process.hrtime.bigint();
     for (let i = 0; i < count; i += 1) work();
     least = Math.min(least, Number(process.hrtime.bigint() - start) / count);
@@ -27,10 +29,9 @@ test('a callSync costs little over the library', async (t) => {
   const { framework: library } = diagnose({ mock: true });
   const method = 'account.getJwkPublicKeyStr';
   const params = {};
-  const own = Math.min(
-    ...Array.from({ length: 7 }, () => standin.ownCost(library, method, count)),
-  );
+  assert.equal(standin.bareCall(library, method), 1);
   const empty = nanoseconds(() => standin.empty(method, params));
+  const own = nanoseconds(() => standin.bareCall()) - empty;
   const whole = nanoseconds(() => framework.callSync(method, params));
   const over = whole - own;
   t.diagnostic(

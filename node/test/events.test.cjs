@@ -31,7 +31,7 @@ test('every event reaches its listeners and no others', async (t) => {
 test('an event right after the start is not missed', async (t) => {
   const framework = new ElectronFramework({ mock: true });
   t.after(() => framework.close());
-  const heard = once(framework, 'account.initFinished');
+  const heard = once(framework.ref(), 'account.initFinished');
   await framework.init(settings({ initFinishedAfterMs: 0 }));
   assert.deepEqual(await heard, []);
 });
@@ -64,8 +64,7 @@ test('off, once, signals and disposal end a subscription', async (t) => {
 test('events can be iterated over and end with their signal', async (t) => {
   const framework = await started(t);
   const controller = new AbortController();
-  standin.raise('cookieUpdated', 0, 0);
-  const iterator = on(framework, 'account.cookieUpdated', { signal: controller.signal });
+  const iterator = on(framework.ref(), 'account.cookieUpdated', { signal: controller.signal });
   standin.raise('cookieUpdated', 3, 0);
   let seen = 0;
   await assert.rejects(
