@@ -110,9 +110,13 @@ private:
 
 struct Churn
 {
-    explicit Churn(Storm &theStorm) : storm(theStorm), exchange(theStorm) {}
+    Churn(Storm &theStorm, const EventCounter &theCounter)
+        : storm(theStorm), counter(theCounter), exchange(theStorm)
+    {
+    }
 
     Storm &storm;
+    const EventCounter &counter;
     Exchange exchange;
     std::atomic<long> own{0};    ///< ended on one of the host's threads
     std::atomic<long> inside{0}; ///< ended inside the own delivery
@@ -121,8 +125,15 @@ struct Churn
 
 void churn(Churn &churn, Budget &budget, std::uint64_t seed)
 {
+    // So many removals of one thread at most go by without an event.
+    constexpr int kRemovalsPerEvent = 16;
+
     Random random(seed);
     while (budget.take()) {
+        if (random.oneIn(kRemovalsPerEvent)) {
+            const long seen = churn.counter.deliveries();
+            waitFor([&] { return churn.counter.deliveries() != seen; });
+        }
         const char *event = kEvents[random.next() % kEventCount];
         if (random.oneIn(8)) {
             // Lives until its event has come, and then ends itself.
@@ -159,7 +170,7 @@ void runListeners(const Options &options)
     storm.framework.addListener("account.initFinished", &counter);
     expect(storm.account.waitUntilIdle(10000), "the account library does not come to rest");
 
-    Churn theChurn(storm);
+    Churn theChurn(storm, counter);
     ReaperListener reaper(storm, theChurn.exchange, theChurn.others);
     storm.framework.addListener("account.cookieUpdated", &reaper);
     const long before = counter.deliveries();
