@@ -1,0 +1,18 @@
+# The targets beside that of the JSON codec.
+zef_program(fuzz_paths fuzz_paths.cpp)
+target_link_libraries(fuzz_paths PRIVATE zef_core)
+
+# Through the built library, with the stand-ins of the same build.
+foreach(target fuzz_boundary fuzz_officemessages)
+    zef_program(${target} ${target}.cpp input.h runninglibrary.cpp runninglibrary.h
+        ${PROJECT_SOURCE_DIR}/tests/support/loadedlibrary.cpp)
+    target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/include
+        ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR}/standins)
+    target_link_libraries(${target} PRIVATE Qt5::Core Threads::Threads ${CMAKE_DL_LIBS})
+    add_dependencies(${target} zelectronframework vemolog zaccountlite)
+endforeach()
+
+foreach(target fuzz_paths fuzz_boundary fuzz_officemessages)
+    target_link_options(${target} PRIVATE -fsanitize=fuzzer)
+    set_target_properties(${target} PROPERTIES AUTOMOC OFF)
+endforeach()

@@ -1,0 +1,45 @@
+#include "runninglibrary.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+
+#include <dlfcn.h>
+
+RunningLibrary &RunningLibrary::instance()
+{
+    static RunningLibrary &library = *new RunningLibrary;
+    return library;
+}
+
+RunningLibrary::RunningLibrary()
+{
+    const auto logs = std::filesystem::temp_directory_path() / "zef_fuzz";
+    m_loaded.log().setBaseDirectory(logs.string());
+    m_loaded.log().setSilent(true);
+    // Never unloaded: the fuzzer goes on reading the counters of code that it has seen once.
+    require(dlopen((libraryFolder() + "/libzaccountlite.so").c_str(), RTLD_NOW), "no stand-in");
+}
+
+void RunningLibrary::start()
+{
+    account().reset();
+    account().clearRecords();
+    account().setRecording(false);
+    m_isRunning = m_loaded.start(R"(,"standin":{"initFinishedAfterMs":0})");
+    require(m_isRunning, "init fails");
+}
+
+void RunningLibrary::stop()
+{
+    require(framework().uninit(), "uninit fails");
+    m_isRunning = false;
+}
+
+void require(bool holds, const char *what, const std::string &text)
+{
+    if (!holds) {
+        std::fprintf(stderr, "%s: %s\n", what, text.c_str());
+        std::abort();
+    }
+}
