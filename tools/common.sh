@@ -57,6 +57,11 @@ need() {
         apt_get --no-remove --no-install-recommends install "${missing[@]}"
 }
 
+# need_program PROGRAM PACKAGE: installs the package unless the machine has the program from anywhere.
+need_program() {
+    command -v "$1" >/dev/null || need "$2"
+}
+
 # need_architecture NAME: lets packages of another architecture be installed beside ours.
 need_architecture() {
     dpkg --print-foreign-architectures | grep -qx "$1" && return 0
@@ -66,6 +71,7 @@ need_architecture() {
 need_base() {
     need build-essential cmake ninja-build pkg-config qtbase5-dev libcli11-dev \
         nlohmann-json3-dev libedit-dev libssl-dev openssl
+    need_program node nodejs # a test checks signatures with it
 }
 
 need_arm64() {
