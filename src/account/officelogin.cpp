@@ -3,7 +3,7 @@
 #include "account/accountservices.h"
 #include "account/officetasks.h"
 #include "dispatch/reply.h"
-#include "framework/zdeliverygate.h"
+#include "framework/delivery.h"
 #include "framework/zelectronapplication.h"
 
 #include <algorithm>
@@ -33,14 +33,21 @@ void submit(QObject *context, const QString &taskName, const QVariantMap &params
     }
 }
 
-/// Wraps what is to happen on a final status, so that it happens only while the framework runs.
+/// Wraps what is to happen on a final status. When the account library throws meanwhile, the host
+/// is told so, because nobody else is left who could.
 template <typename Answer>
-TaskCallback whenFinished(Answer answer)
+TaskCallback whenFinished(const QString &method, const CallBackFunc &callback, Answer answer)
 {
-    return [answer, run = ZDeliveryGate::instance().currentRun()](const int &status,
-                                                                  const QVariantMap &reply) {
-        const ZDeliveryScope scope(run);
-        return scope && status >= kTaskFinished && answer(taskResult(reply));
+    return [=, run = ZDeliveryGate::instance().currentRun()](const int &status,
+                                                             const QVariantMap &reply) {
+        return deliverInRun(run, [&] {
+            try {
+                return status >= kTaskFinished && answer(taskResult(reply));
+            } catch (...) {
+                logError("whenFinished", "exception from method:%1", {method});
+                return replyFail(callback, QStringLiteral("method:%1 asynCall failed").arg(method));
+            }
+        });
     };
 }
 
@@ -89,11 +96,12 @@ void loginThroughOffice(QObject *context, const QVariantMap &params, const CallB
         data.insert(kExtParam, extParam);
         login(data, callback);
     };
-    const TaskCallback completion = whenFinished([continuation](const QVariantMap &result) {
-        return isTaskGranted(result)
-                   ? replySuccess(continuation, result)
-                   : replyFail(continuation, QStringLiteral("grantAuthorizeCode failed"));
-    });
+    const TaskCallback completion = whenFinished(
+        QStringLiteral("quickLogin"), callback, [continuation](const QVariantMap &result) {
+            return isTaskGranted(result)
+                       ? replySuccess(continuation, result)
+                       : replyFail(continuation, QStringLiteral("grantAuthorizeCode failed"));
+        });
 
     const QVariantMap request{{kKeepOnline, params.value(kKeepOnline).toBool()},
                               {kUserId, params.value(kUserId).toString()}};
@@ -103,6 +111,7 @@ void loginThroughOffice(QObject *context, const QVariantMap &params, const CallB
 void requestOfficeUser(QObject *context, const CallBackFunc &callback)
 {
     const TaskCallback completion = whenFinished(
+        QStringLiteral("getOfficeUserInfo"), callback,
         [callback](const QVariantMap &result) { return answerOfficeUser(result, callback); });
 
     const ZElectronApplication *application = g_electronApp;

@@ -1,8 +1,7 @@
 #include "framework/hostcallback.h"
 
+#include "framework/delivery.h"
 #include "framework/jsontext.h"
-#include "framework/zdeliverygate.h"
-#include "log/logline.h"
 
 using zelectronframeworkspace::IElectronCallback;
 using zelectronframeworkspace::kLengthNotGiven;
@@ -31,13 +30,12 @@ void deliverReply(IElectronCallback &callback, const QByteArray &text)
 CallBackFunc asynCallCompletion(IElectronCallback *callback)
 {
     return [callback, run = ZDeliveryGate::instance().currentRun()](const QVariantMap &reply) {
-        const ZDeliveryScope scope(run);
-        if (!scope) {
-            return;
-        }
-        const QByteArray text = jsonTextFromMap(reply);
-        deliver(callback, text.constData());
-        logInfo("operator()", "asynCall result:%1", {text});
+        deliverInRun(run, [callback, &reply] {
+            const QByteArray text = jsonTextFromMap(reply);
+            deliver(callback, text.constData());
+            logInfo("operator()", "asynCall result:%1", {text});
+            return true;
+        });
     };
 }
 
@@ -55,9 +53,9 @@ CallBackFunc listenerCompletion(IElectronCallback *callback)
 CallBackFunc taskCompletion(IElectronCallback *callback)
 {
     return [callback, run = ZDeliveryGate::instance().currentRun()](const QVariantMap &message) {
-        const ZDeliveryScope scope(run);
-        if (scope) {
+        deliverInRun(run, [callback, &message] {
             deliver(callback, jsonTextFromMap(message).constData());
-        }
+            return true;
+        });
     };
 }

@@ -2,8 +2,7 @@
 
 #include "account/accountservices.h"
 #include "account/officetasks.h"
-#include "framework/zdeliverygate.h"
-#include "log/logline.h"
+#include "framework/delivery.h"
 #include "meeting/meetingtasks.h"
 #include "meeting/officemessages.h"
 
@@ -115,8 +114,7 @@ void ZMeetingFuncHandler::registerElectronMsgTask()
     }
     const auto handler = [tasks = m_tasks, run = ZDeliveryGate::instance().currentRun()](
                              std::weak_ptr<IMessageTaskContext> context) {
-        const ZDeliveryScope scope(run);
-        return scope && handleMessage(*tasks, context);
+        return deliverInRun(run, [&] { return handleMessage(*tasks, context); });
     };
     registry->registerMessageTask(QStringLiteral("notifyElectronMsg"),
                                   QStringLiteral("meetingDataChanged"), this, handler);
@@ -149,8 +147,7 @@ bool ZMeetingFuncHandler::getMeetingData()
     }
     const TaskCallback completion = [tasks = m_tasks, run = ZDeliveryGate::instance().currentRun()](
                                         const int &status, const QVariantMap &reply) {
-        const ZDeliveryScope scope(run);
-        return scope && handleMeetingData(*tasks, status, reply);
+        return deliverInRun(run, [&] { return handleMeetingData(*tasks, status, reply); });
     };
     return scheduler->submit(suiteAppIds(), kNotifyOffice, {{kMsgType, kEnterMeeting}}, this,
                              completion);

@@ -3,7 +3,7 @@
 #include "account/accountservices.h"
 #include "account/officetasks.h"
 #include "dispatch/reply.h"
-#include "framework/zdeliverygate.h"
+#include "framework/delivery.h"
 #include "meeting/officemessages.h"
 
 namespace {
@@ -49,8 +49,7 @@ void ZMeetingHandler::changeMeetingStatus(const QVariantMap &params, const CallB
         {kMsgType, kGetMeetingStatus}, {kEvent, event}, {kData, data}, {kBusyType, busyType}};
     const TaskCallback completion = [callback, run = ZDeliveryGate::instance().currentRun()](
                                         const int &status, const QVariantMap &reply) {
-        const ZDeliveryScope scope(run);
-        return scope && answerStatus(status, reply, callback);
+        return deliverInRun(run, [&] { return answerStatus(status, reply, callback); });
     };
     if (!scheduler->submit(suiteAppIds(), kNotifyOffice, message, this, completion)) {
         replyFail(callback, QStringLiteral("submit to office fail"));

@@ -146,6 +146,18 @@ void tst_Account::exceptionOfTheLibraryIsAReply()
     QCOMPARE(m_host.asynCall("account.logout"), failure("method:logout asynCall failed"));
     QCOMPARE(m_host.call("account.getJwkPublicKeyStr"),
              failure("method:getJwkPublicKeyStr call failed"));
+
+    QVERIFY(m_host.script("loginCallback", R"({"throw":"broken"})"));
+    QCOMPARE(m_host.asynCall("account.quickLogin"), failure("method:quickLogin asynCall failed"));
+    QVERIFY(m_host.script("getAccount", R"({"throw":"broken"})"));
+    QVERIFY(m_host.script("getAuthorizedUserInfoOffice",
+                          R"({"reply":{"taskResult":{"bResult":true}}})"));
+    QCOMPARE(m_host.asynCall("account.getOfficeUserInfo"),
+             failure("method:getOfficeUserInfo asynCall failed"));
+    QVERIFY(m_host.library.account().waitUntilIdle(10000));
+    for (const std::string &answer : m_host.library.account().answers()) {
+        QVERIFY2(answer.find("threw") == std::string::npos, answer.c_str());
+    }
 }
 
 void tst_Account::quickLoginHandsTheGrantOn()

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "framework/zdeliverygate.h"
+#include "log/logline.h"
+
+/// Runs what a function object of ours does when the account library calls it, which may be late,
+/// twice, on any thread, or after the framework was stopped.
+///
+/// \param run  the run that the function object was made in.
+/// \param body returns bool. Not run when its run is over; its exceptions end here, so that none
+///             unwinds into the closed library.
+/// \return what the body returns; false when it did not run or threw.
+template <typename Body>
+bool deliverInRun(quint64 run, Body body)
+{
+    const ZDeliveryScope scope(run);
+    if (!scope) {
+        return false;
+    }
+    try {
+        return body();
+    } catch (...) {
+        logError("deliverInRun", "exception in a delivery");
+        return false;
+    }
+}
