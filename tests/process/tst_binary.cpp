@@ -80,7 +80,8 @@ void tst_Binary::exportsOneSymbol()
 {
     QByteArrayList exported;
     for (const Elf64_Sym &symbol : recordsOf<Elf64_Sym>(SHT_DYNSYM)) {
-        if (symbol.st_shndx != SHN_UNDEF) {
+        // Local ones are sections, which the loader never offers to anybody.
+        if (symbol.st_shndx != SHN_UNDEF && ELF64_ST_BIND(symbol.st_info) != STB_LOCAL) {
             exported.append(textAt(SHT_DYNSYM, symbol.st_name));
         }
     }
