@@ -49,7 +49,7 @@ const causes = [
     remedy: 'use a newer system (the C library of Debian 12 is enough)',
   },
   {
-    pattern: /version [`']?(Qt_5[\w.]*)/,
+    pattern: /version [`']?(Qt_\d[\w.]*)/,
     code: 'ZEF_QT_VERSION',
     reason: ([, version]) => `the Qt that was found lacks ${version}`,
     remedy: 'install Qt 5.15 (Debian: libqt5core5a and libqt5network5) and remove older copies',

