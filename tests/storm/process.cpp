@@ -33,7 +33,8 @@ long residentMemory()
 
 ProcessFigures ProcessFigures::now()
 {
-    return {residentMemory(), entries("/proc/self/task"), entries("/proc/self/fd")};
+    return {residentMemory(), static_cast<long>(mallinfo2().uordblks / 1024),
+            entries("/proc/self/task"), entries("/proc/self/fd")};
 }
 
 bool isMemoryMeasurable()

@@ -4,6 +4,7 @@
 struct ProcessFigures
 {
     long residentKib = 0;
+    long heapKib = 0; ///< allocated and not freed
     int threads = 0;
     int descriptors = 0;
 
