@@ -42,7 +42,7 @@ check() {
     log=build/log/node-${what//[^A-Za-z0-9]/-}.log
     say "Testing with $what"
     (cd node && "$@") >"$log" 2>&1 </dev/null || status=$?
-    grep -hE '^# (slowest|.*(loop delay|lines and a program|callSync))' "$log" | sed 's/^#/   /' || true
+    grep -hE "^# (slowest|callSync|.*(loop delay|lines and a program))" "$log" | grep -v "^# Subtest" | sed "s|^#|   |" || true
     grep -hE -A 12 '^ *not ok ' "$log" || true
     passed=$((passed + $(count pass "$log")))
     failed=$((failed + $(count fail "$log") + $(count cancelled "$log")))
