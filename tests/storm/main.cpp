@@ -1,4 +1,5 @@
 #include "storm/modes.h"
+#include "storm/process.h"
 #include "storm/verdict.h"
 
 #include <CLI/CLI.hpp>
@@ -45,6 +46,9 @@ int main(int argc, char **argv)
         options.seconds = 600;
         options.operations = 0;
     }
+    const int threads = ProcessFigures::now().threads;
     mode.run(options);
+    // A host thread that has ended may still be freeing what it held, which would look like a leak.
+    waitFor([threads] { return ProcessFigures::now().threads <= threads; });
     return brokenCount() == 0 ? 0 : 1;
 }

@@ -38,7 +38,7 @@ void runRestart(const Options &options)
     Random random(options.seed);
     while (budget.take()) {
         liveOnce(options, random.next());
-        if (budget.taken() == kWarm) {
+        if (budget.taken() <= kWarm) {
             warm = ProcessFigures::now();
         }
         if (budget.taken() == kWarmMemory) {
