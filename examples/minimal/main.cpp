@@ -16,8 +16,9 @@ int main(int argc, char **argv)
 {
     void *library = dlopen(argc > 1 ? argv[1] : "libzelectronframework.so", RTLD_NOW);
     void *symbol = library ? dlsym(library, "createElectronFrameworkObject") : nullptr;
-    if (!symbol)
+    if (!symbol) {
         return std::fprintf(stderr, "%s\n", dlerror()), 2;
+    }
     auto *framework = reinterpret_cast<decltype(&createElectronFrameworkObject)>(symbol)();
 
     PrintReply reply;

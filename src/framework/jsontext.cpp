@@ -23,8 +23,9 @@ constexpr int kSafeDigits = 18;
 constexpr std::array<char, 128> makeEscapeLetters()
 {
     std::array<char, 128> letters{};
-    for (std::size_t control = 0; control < 0x20; ++control)
+    for (std::size_t control = 0; control < 0x20; ++control) {
         letters[control] = 'u';
+    }
     letters['\b'] = 'b';
     letters['\f'] = 'f';
     letters['\n'] = 'n';
@@ -40,18 +41,21 @@ constexpr std::array<char, 128> kEscapeLetters = makeEscapeLetters();
 constexpr std::array<char, 128> makeEscapedCharacters()
 {
     std::array<char, 128> characters{};
-    for (std::size_t letter = 0; letter < characters.size(); ++letter)
+    for (std::size_t letter = 0; letter < characters.size(); ++letter) {
         characters[letter] = char(letter);
-    for (const char control : {'\b', '\f', '\n', '\r', '\t'})
+    }
+    for (const char control : {'\b', '\f', '\n', '\r', '\t'}) {
         characters[std::size_t(kEscapeLetters[std::size_t(control)])] = control;
+    }
     return characters;
 }
 constexpr std::array<char, 128> kEscapedCharacters = makeEscapedCharacters();
 
 int hexValue(char digit)
 {
-    if (digit >= '0' && digit <= '9')
+    if (digit >= '0' && digit <= '9') {
         return digit - '0';
+    }
     const char lower = char(digit | 0x20);
     return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
@@ -76,45 +80,51 @@ public:
 
     bool document(QVariantMap &map)
     {
-        if (m_end - m_at > 3)
+        if (m_end - m_at > 3) {
             skipByteOrderMark();
+        }
         return token('{') && object(map) && !skipSpace();
     }
 
 private:
     void skipByteOrderMark()
     {
-        if (m_end - m_at >= 3 && std::memcmp(m_at, "\xef\xbb\xbf", 3) == 0)
+        if (m_end - m_at >= 3 && std::memcmp(m_at, "\xef\xbb\xbf", 3) == 0) {
             m_at += 3;
+        }
     }
 
     bool skipSpace()
     {
-        while (m_at != m_end && (*m_at == ' ' || *m_at == '\n' || *m_at == '\r' || *m_at == '\t'))
+        while (m_at != m_end && (*m_at == ' ' || *m_at == '\n' || *m_at == '\r' || *m_at == '\t')) {
             ++m_at;
+        }
         return m_at != m_end;
     }
 
     bool token(char expected)
     {
-        if (!skipSpace() || *m_at != expected)
+        if (!skipSpace() || *m_at != expected) {
             return false;
+        }
         ++m_at;
         return true;
     }
 
     bool word(const char *text, int length)
     {
-        if (m_end - m_at < length || std::memcmp(m_at, text, std::size_t(length)) != 0)
+        if (m_end - m_at < length || std::memcmp(m_at, text, std::size_t(length)) != 0) {
             return false;
+        }
         m_at += length;
         return true;
     }
 
     void skipDigits()
     {
-        while (m_at != m_end && *m_at >= '0' && *m_at <= '9')
+        while (m_at != m_end && *m_at >= '0' && *m_at <= '9') {
             ++m_at;
+        }
     }
 
     bool value(QVariant &value);
@@ -143,8 +153,9 @@ bool Reader::value(QVariant &value)
     switch (*m_at) {
     case '"':
         ++m_at;
-        if (!string(text))
+        if (!string(text)) {
             return false;
+        }
         value = text;
         return true;
     case '{':
@@ -169,12 +180,14 @@ template <typename Container, bool (Reader::*readContent)(Container &)>
 bool Reader::nested(QVariant &value)
 {
     ++m_at;
-    if (m_depth == kDepthLimit - 1)
+    if (m_depth == kDepthLimit - 1) {
         return false;
+    }
     ++m_depth;
     Container container;
-    if (!(this->*readContent)(container))
+    if (!(this->*readContent)(container)) {
         return false;
+    }
     --m_depth;
     value = container;
     return true;
@@ -182,29 +195,35 @@ bool Reader::nested(QVariant &value)
 
 bool Reader::object(QVariantMap &map)
 {
-    if (token('}'))
+    if (token('}')) {
         return true;
+    }
     QString key;
     do {
-        if (!token('"') || !string(key) || !token(':') || !skipSpace())
+        if (!token('"') || !string(key) || !token(':') || !skipSpace()) {
             return false;
+        }
         // Read in place: inserting replaces what an earlier member of this key left.
-        if (!value(*map.insert(key, QVariant())))
+        if (!value(*map.insert(key, QVariant()))) {
             return false;
+        }
     } while (token(','));
     return token('}');
 }
 
 bool Reader::array(QVariantList &list)
 {
-    if (token(']'))
+    if (token(']')) {
         return true;
+    }
     do {
-        if (!skipSpace())
+        if (!skipSpace()) {
             return false;
+        }
         list.append(QVariant());
-        if (!value(list.last()))
+        if (!value(list.last())) {
             return false;
+        }
     } while (token(','));
     return token(']');
 }
@@ -215,10 +234,11 @@ bool Reader::number(QVariant &value)
     const bool isNegative = *m_at == '-';
     m_at += isNegative;
     const char *const digits = m_at;
-    if (m_at != m_end && *m_at == '0')
+    if (m_at != m_end && *m_at == '0') {
         ++m_at;
-    else
+    } else {
         skipDigits();
+    }
     const auto digitCount = m_at - digits;
 
     bool isWhole = true;
@@ -230,16 +250,19 @@ bool Reader::number(QVariant &value)
     if (m_at != m_end && (*m_at == 'e' || *m_at == 'E')) {
         isWhole = false;
         ++m_at;
-        if (m_at != m_end && (*m_at == '-' || *m_at == '+'))
+        if (m_at != m_end && (*m_at == '-' || *m_at == '+')) {
             ++m_at;
+        }
         skipDigits();
     }
 
-    if (!isWhole || digitCount == 0 || digitCount > kSafeDigits)
+    if (!isWhole || digitCount == 0 || digitCount > kSafeDigits) {
         return unusualNumber(start, isWhole, value);
+    }
     qlonglong number = 0;
-    for (const char *digit = digits; digit != m_at; ++digit)
+    for (const char *digit = digits; digit != m_at; ++digit) {
         number = number * 10 + (*digit - '0');
+    }
     value = isNegative ? -number : number;
     return true;
 }
@@ -255,8 +278,9 @@ bool Reader::unusualNumber(const char *start, bool isWhole, QVariant &value) con
         return true;
     }
     const double number = text.toDouble(&isOk);
-    if (!isOk)
+    if (!isOk) {
         return false;
+    }
     const bool isLongLong =
         number >= -kLongLongLimit && number < kLongLongLimit && std::trunc(number) == number;
     value = isLongLong ? QVariant(qlonglong(number)) : QVariant(number);
@@ -274,14 +298,17 @@ const char *Reader::runEnd(const char *at) const
         const quint64 quotes = bytes ^ (ones * '"');
         const quint64 backslashes = bytes ^ (ones * '\\');
         quint64 marks = ((quotes - ones) & ~quotes) | ((backslashes - ones) & ~backslashes);
-        if (StopsAtNonAscii)
+        if (StopsAtNonAscii) {
             marks |= bytes;
+        }
         marks &= ones << 7;
-        if (marks)
+        if (marks) {
             return at + (qCountTrailingZeroBits(marks) >> 3);
+        }
     }
-    while (at != m_end && *at != '"' && *at != '\\' && !(StopsAtNonAscii && uchar(*at) >= 0x80))
+    while (at != m_end && *at != '"' && *at != '\\' && !(StopsAtNonAscii && uchar(*at) >= 0x80)) {
         ++at;
+    }
     return at;
 }
 
@@ -290,10 +317,12 @@ bool Reader::string(QString &string)
 {
     const char *const start = m_at;
     m_at = runEnd<true>(start);
-    if (m_at == m_end)
+    if (m_at == m_end) {
         return false;
-    if (*m_at != '"')
+    }
+    if (*m_at != '"') {
         return markedString(start, string);
+    }
     string = QString::fromLatin1(start, int(m_at - start));
     ++m_at;
     return true;
@@ -306,12 +335,14 @@ bool Reader::markedString(const char *start, QString &string)
     const char *close = runEnd<false>(m_at);
     while (close != m_end && *close == '\\') {
         hasEscapes = true;
-        if (m_end - close < 2)
+        if (m_end - close < 2) {
             return false;
+        }
         close = runEnd<false>(close + 2);
     }
-    if (close == m_end)
+    if (close == m_end) {
         return false;
+    }
 
     // No character needs more UTF-16 units than bytes.
     string = QString(int(close - start), Qt::Uninitialized);
@@ -319,8 +350,9 @@ bool Reader::markedString(const char *start, QString &string)
     ushort *out = begin;
     // Qt drops a byte-order mark where it decodes a string as a whole, and that is without escapes.
     m_at = start;
-    if (!hasEscapes)
+    if (!hasEscapes) {
         skipByteOrderMark();
+    }
     while (m_at < close) {
         const uchar unit = uchar(*m_at);
         if (unit != '\\' && unit < 0x80) {
@@ -344,8 +376,9 @@ inline bool Reader::escape(ushort *&out)
         int unit = 0;
         for (int i = 0; i < 4; ++i, ++m_at) {
             const int digit = m_at != m_end ? hexValue(*m_at) : -1;
-            if (digit < 0)
+            if (digit < 0) {
                 return false;
+            }
             unit = unit << 4 | digit;
         }
         *out++ = ushort(unit);
@@ -365,20 +398,23 @@ inline bool Reader::multiByte(ushort *&out)
     const uint first = uchar(*m_at);
     const int length = first < 0xe0 ? 2 : first < 0xf0 ? 3 : 4;
     // Below 0xc2 are continuations and the overlong forms of two bytes.
-    if (first < 0xc2 || first > 0xf4 || m_end - m_at < length)
+    if (first < 0xc2 || first > 0xf4 || m_end - m_at < length) {
         return false;
+    }
 
     uint code = first & (0x7fu >> length);
     for (int i = 1; i < length; ++i) {
         const uint byte = uchar(m_at[i]);
-        if ((byte & 0xc0) != 0x80)
+        if ((byte & 0xc0) != 0x80) {
             return false;
+        }
         code = code << 6 | (byte & 0x3f);
     }
     m_at += length;
     const uint smallest = length == 2 ? 0x80 : length == 3 ? 0x800 : 0x10000;
-    if (code < smallest || code > QChar::LastValidCodePoint || QChar::isSurrogate(code))
+    if (code < smallest || code > QChar::LastValidCodePoint || QChar::isSurrogate(code)) {
         return false;
+    }
     putCode(code, out);
     return true;
 }
@@ -393,10 +429,12 @@ inline void putEscaped(ushort unit, char letter, char *&out)
 {
     *out++ = '\\';
     *out++ = letter;
-    if (Q_LIKELY(letter != 'u'))
+    if (Q_LIKELY(letter != 'u')) {
         return;
-    for (int shift = 12; shift >= 0; shift -= 4)
+    }
+    for (int shift = 12; shift >= 0; shift -= 4) {
         *out++ = "0123456789abcdef"[unit >> shift & 0xf];
+    }
 }
 
 inline void putNonAscii(uint code, char *&out)
@@ -419,10 +457,11 @@ inline const ushort *putCharacter(const ushort *at, const ushort *end, char *&ou
 {
     const ushort unit = *at++;
     if (unit < 0x80) {
-        if (const char letter = kEscapeLetters[unit])
+        if (const char letter = kEscapeLetters[unit]) {
             putEscaped(unit, letter, out);
-        else
+        } else {
             *out++ = char(unit);
+        }
     } else if (!QChar::isSurrogate(unit)) {
         putNonAscii(unit, out);
     } else if (QChar::isHighSurrogate(unit) && at != end && QChar::isLowSurrogate(*at)) {
@@ -451,12 +490,14 @@ inline const ushort *putChunk(const ushort *at, const ushort *end, char *&out)
         out += plain;
         at += plain;
         left -= plain + 1;
-        if (*at >= 0x80)
+        if (*at >= 0x80) {
             return putCharacter(at, end, out);
+        }
         putEscaped(*at, kEscapeLetters[*at], out);
         ++at;
-        if (left == 0)
+        if (left == 0) {
             return at;
+        }
         bytes >>= 8 * (plain + 1);
         marks >>= 8 * (plain + 1);
     }
@@ -506,8 +547,9 @@ private:
     // Room for kRoom bytes more, or for some more than that.
     void makeRoom(int more = 0)
     {
-        if (Q_UNLIKELY(m_limit - m_at < kRoom + more))
+        if (Q_UNLIKELY(m_limit - m_at < kRoom + more)) {
             grow(more);
+        }
     }
 
     void put(int byte) { *m_at++ = char(byte); }
@@ -523,8 +565,9 @@ private:
 Q_NEVER_INLINE void Writer::grow(int more)
 {
     const int written = length();
-    if (written > INT_MAX / 2 - more)
+    if (written > INT_MAX / 2 - more) {
         qBadAlloc();
+    }
     // reserve() takes as much as it is asked for, resize() alone would take the double.
     m_text.reserve(written + written / 2 + 4 * kRoom + more);
     m_text.resize(m_text.capacity());
@@ -540,8 +583,9 @@ void Writer::wholeNumber(qlonglong number)
         digits[--first] = char('0' + rest % 10);
         rest /= 10;
     } while (rest);
-    if (number < 0)
+    if (number < 0) {
         digits[--first] = '-';
+    }
     append(&digits[first], int(digits.size() - first));
 }
 
@@ -565,8 +609,9 @@ void Writer::string(const QString &string)
     m_at = out;
     makeRoom();
     out = m_at;
-    while (at != end)
+    while (at != end) {
         at = putCharacter(at, end, out);
+    }
     *out++ = '"';
     m_at = out;
 }
@@ -575,10 +620,11 @@ void Writer::bytes(const QByteArray &bytes)
 {
     // A size of -1, which no byte array has, would make compilers warn of the strlen() it means.
     const QString text = QString::fromUtf8(bytes.constData(), std::max(bytes.size(), 0));
-    if (text.isEmpty())
+    if (text.isEmpty()) {
         append("null", 4);
-    else
+    } else {
         string(text);
+    }
 }
 
 template <typename T>
@@ -619,8 +665,9 @@ void writeArray(Writer &out, const List &list, Write writeElement)
         writeElement(element);
         before = ',';
     }
-    if (list.isEmpty())
+    if (list.isEmpty()) {
         out.punctuation('[');
+    }
     out.punctuation(']');
 }
 
@@ -631,16 +678,18 @@ void writeObject(Writer &out, const QVariantMap &map, int depth)
     for (auto member = map.cbegin(); member != end;) {
         const auto current = member++;
         // A map filled with insertMulti(): the oldest value, which comes last, is the member.
-        if (member != end && member.key() == current.key())
+        if (member != end && member.key() == current.key()) {
             continue;
+        }
         out.punctuation(before);
         out.string(current.key());
         out.punctuation(':');
         writeValue(out, current.value(), depth);
         before = ',';
     }
-    if (map.isEmpty())
+    if (map.isEmpty()) {
         out.punctuation('{');
+    }
     out.punctuation('}');
 }
 
@@ -669,14 +718,16 @@ void writeValue(Writer &out, const QVariant &value, int depth)
         return writeArray(out, held<QStringList>(value),
                           [&out](const QString &element) { out.string(element); });
     case QMetaType::QVariantList:
-        if (depth == kDepthLimit)
+        if (depth == kDepthLimit) {
             break;
+        }
         return writeArray(out, held<QVariantList>(value), [&out, depth](const QVariant &element) {
             writeValue(out, element, depth + 1);
         });
     case QMetaType::QVariantMap:
-        if (depth == kDepthLimit)
+        if (depth == kDepthLimit) {
             break;
+        }
         return writeObject(out, held<QVariantMap>(value), depth + 1);
     default:
         break;
@@ -703,8 +754,9 @@ QVariantMap mapFromJsonText(const char *text)
 QVariantMap mapFromJsonText(const char *text, int length)
 {
     QVariantMap map;
-    if (!text || !Reader(text, length).document(map))
+    if (!text || !Reader(text, length).document(map)) {
         map.clear();
+    }
     return map;
 }
 
@@ -765,8 +817,9 @@ void JsonObjectText::add(QLatin1String key, int value)
 QString JsonObjectText::take()
 {
     Writer writer(m_text, m_length);
-    if (m_length == 0)
+    if (m_length == 0) {
         writer.punctuation('{');
+    }
     writer.punctuation('}');
     m_length = 0;
     return QString::fromUtf8(m_text.constData(), writer.length());

@@ -131,8 +131,9 @@ void tst_JsonText::refuses_data()
         "{\"a\":\"\xf0\x8f\xbf\xbf\"}", "{\"a\":\"\xed\xa0\x80\"}", "{\"a\":\"\xf4\x90\x80\x80\"}",
         "{\"a\":\"\xf5\x80\x80\x80\"}", "{\"a\":\"\xe6\x97\"}", "{\"a\":\"\xe6", "{\"\xff\":1}",
         "\xef\xbb\xbf", "\xef\xbb{}", "\xc2\xa0{\"a\":1}"};
-    for (const QByteArray &text : texts)
+    for (const QByteArray &text : texts) {
         QTest::newRow(text.toPercentEncoding(" !\"#$&'()*+,/:;<=>?@[]{}\\").constData()) << text;
+    }
 }
 
 void tst_JsonText::refuses()
@@ -159,8 +160,9 @@ void tst_JsonText::lastOfDuplicatesCounts_data()
     QTest::addColumn<QByteArray>("expected");
 
     QByteArray many;
-    for (int i = 0; i < 40; ++i)
+    for (int i = 0; i < 40; ++i) {
         many += (i ? ",\"k" : "{\"k") + QByteArray::number(i % 4) + "\":" + QByteArray::number(i);
+    }
 
     QTest::newRow("values") << QByteArray(R"({"a":1,"b":2,"a":3})")
                             << QByteArray(R"({"a":3,"b":2})");
@@ -279,8 +281,9 @@ void tst_JsonText::writesKeysInOrder()
 void tst_JsonText::writesBelowDepthLimit()
 {
     QVariantMap map;
-    for (int depth = 1; depth < 3000; ++depth)
+    for (int depth = 1; depth < 3000; ++depth) {
         map = {{"a", depth % 2 ? QVariant(map) : QVariantList{map}}};
+    }
     QCOMPARE(jsonTextFromMap(map), writtenByQt(map));
 }
 
