@@ -1,5 +1,6 @@
 #include "framework/hostthread.h"
 
+#include "framework/processguard.h"
 #include "framework/quietstart.h"
 #include "framework/zelectronapplication.h"
 #include "log/logline.h"
@@ -36,8 +37,10 @@ bool initializeCaught(ZElectronApplication &application, const QVariantMap &sett
 /// event loop.
 void runHostThread(const QVariantMap &settings, std::promise<bool> &started)
 {
+    const HostThreadScope hostThread;
     bool isAnswered = false;
     try {
+        std::optional<HostWorkScope> startUp(std::in_place);
         int argc = 0; // the application keeps a reference
         std::optional<QuietStart> quietStart(std::in_place);
         ZElectronApplication application(argc, nullptr);
@@ -47,6 +50,7 @@ void runHostThread(const QVariantMap &settings, std::promise<bool> &started)
         const bool result = initializeCaught(application, settings);
         isAnswered = true;
         started.set_value(result);
+        startUp.reset();
         QCoreApplication::exec();
     } catch (...) {
         reportException("runHostThread");

@@ -3,6 +3,7 @@
 #include "account/zaccountsdkproxy.h"
 #include "dispatch/zeventmanager.h"
 #include "dispatch/zmethoddispatcher.h"
+#include "framework/processguard.h"
 #include "framework/zdeliverygate.h"
 #include "log/librarylocation.h"
 #include "log/logline.h"
@@ -132,6 +133,7 @@ void ZElectronApplication::cleanup()
 
 bool ZElectronApplication::notify(QObject *receiver, QEvent *event)
 {
+    const HostWorkScope work;
     try {
         return QCoreApplication::notify(receiver, event);
     } catch (...) {

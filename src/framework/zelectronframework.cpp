@@ -2,10 +2,10 @@
 
 #include "dispatch/zeventmanager.h"
 #include "dispatch/zmethoddispatcher.h"
-#include "framework/forkguard.h"
 #include "framework/hostcallback.h"
 #include "framework/hostthread.h"
 #include "framework/jsontext.h"
+#include "framework/processguard.h"
 #include "framework/zdeliverygate.h"
 #include "framework/zelectronapplication.h"
 #include "log/logline.h"
@@ -46,7 +46,7 @@ bool ZElectronFramework::init(const char *settings)
     if (g_electronApp) {
         return true;
     }
-    if (!settings || isForkedFromRunning()) {
+    if (!settings || isAbandoned()) {
         return false;
     }
     return guarded(false, [this, settings] {
@@ -55,6 +55,7 @@ bool ZElectronFramework::init(const char *settings)
         ZDeliveryGate::instance().open();
         bool result = false;
         m_hostThread = startHostThread(mapFromJsonText(settings), result);
+        installExitGuard();
         return result;
     });
 }

@@ -181,6 +181,7 @@ void tst_Processes::scenarioPrints_data()
     QTest::addColumn<QByteArray>("output");
 
     QTest::newRow("unload") << QByteArray("init 1\nmapped 1\n");
+    QTest::newRow("rest") << QByteArray("init 1\nanswers 0\nuninit 0\ninit 0\n");
     QTest::newRow("fork") << QByteArray("init 1\nchild 0\nuninit 1\n");
     QTest::newRow("state") << QByteArray("init 1\nrunning 1\nstopped 1\n");
     QTest::newRow("default-context") << QByteArray("init 1\nforeign ticks 0\n");

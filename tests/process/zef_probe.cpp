@@ -8,6 +8,7 @@
 #include <array>
 #include <atomic>
 #include <cfenv>
+#include <chrono>
 #include <clocale>
 #include <csignal>
 #include <cstdio>
@@ -71,12 +72,13 @@ int runOnce(IElectronFramework &framework)
     return kReachedTheEnd;
 }
 
+Counter &g_answers = *new Counter; // still called while the process ends
+
 /// Calls that are still queued, or being answered, when the process ends.
 void keepBusy(IElectronFramework &framework)
 {
-    static Counter &counter = *new Counter; // still called while the process ends
     for (int i = 0; i < 5000; ++i) {
-        framework.asynCall("accessbase.getDeviceInfo", "{}", &counter);
+        framework.asynCall("accessbase.getDeviceInfo", "{}", &g_answers);
     }
 }
 
@@ -112,6 +114,27 @@ int exitInsideCallback(IElectronFramework &framework)
     for (;;) {
         pause();
     }
+}
+
+IElectronFramework *g_framework = nullptr;
+
+/// An exit handler of a time before the start runs among the destructors of static objects.
+void observeRest()
+{
+    const int before = g_answers.count;
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    std::printf("answers %d\nuninit %d\ninit %d\n", g_answers.count - before,
+                g_framework->uninit(), g_framework->init(kSettings));
+    std::fflush(stdout);
+}
+
+int exitAtRest(IElectronFramework &framework)
+{
+    g_framework = &framework;
+    std::atexit(&observeRest);
+    start(framework);
+    keepBusy(framework);
+    return kReachedTheEnd;
 }
 
 int unload(IElectronFramework &framework)
@@ -248,6 +271,7 @@ int main(int argc, char **argv)
         {"exit-thread", &exitOnAnotherThread},
         {"exit-quick", &exitQuickly},
         {"exit-callback", &exitInsideCallback},
+        {"rest", &exitAtRest},
         {"unload", &unload},
         {"fork", &forkWhileRunning},
         {"fork-before", &forkBeforeStart},
