@@ -123,8 +123,8 @@ void observeRest()
 {
     const int before = g_answers.count;
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    std::printf("answers %d\nuninit %d\ninit %d\n", g_answers.count - before,
-                g_framework->uninit(), g_framework->init(kSettings));
+    std::printf("answers %d\nuninit %d\ninit %d\n", g_answers.count - before, g_framework->uninit(),
+                g_framework->init(kSettings));
     std::fflush(stdout);
 }
 
