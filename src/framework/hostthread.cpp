@@ -8,11 +8,25 @@
 
 #include <QThread>
 
+#include <chrono>
 #include <future>
-#include <memory>
 #include <optional>
+#include <thread>
+
+#include <sys/syscall.h>
+#include <unistd.h>
+
+/// What the host thread tells the thread that started it.
+struct HostThread::Start
+{
+    std::promise<bool> answer;
+    pid_t threadId = 0; ///< the kernel's; written before the answer
+};
 
 namespace {
+
+constexpr auto kLongestEnd = std::chrono::seconds(2);
+constexpr auto kEndStep = std::chrono::microseconds(50);
 
 void reportException(const char *function)
 {
@@ -30,6 +44,18 @@ bool initializeCaught(ZElectronApplication &application, const QVariantMap &sett
     } catch (...) {
         reportException("initialize");
         return false;
+    }
+}
+
+/// Waits until the kernel has no such thread any more. QThread::wait returns while the thread still
+/// runs the destructors of its thread-specific data, which are code of other libraries, and uninit
+/// is often followed by the end of the process.
+void waitForEnd(pid_t threadId)
+{
+    const auto end = std::chrono::steady_clock::now() + kLongestEnd;
+    while (syscall(SYS_tgkill, getpid(), threadId, 0) == 0 &&
+           std::chrono::steady_clock::now() < end) {
+        std::this_thread::sleep_for(kEndStep);
     }
 }
 
@@ -62,22 +88,33 @@ void runHostThread(const QVariantMap &settings, std::promise<bool> &started)
 
 } // namespace
 
-QThread *startHostThread(const QVariantMap &settings, bool &result)
+HostThread::HostThread() = default;
+
+HostThread::~HostThread()
 {
-    // Shared: the host thread may still be inside set_value when the future is ready.
-    const auto started = std::make_shared<std::promise<bool>>();
-    std::future<bool> answer = started->get_future();
+    if (m_thread) {
+        m_thread->wait();
+        waitForEnd(m_start->threadId);
+    }
+}
+
+bool HostThread::start(const QVariantMap &settings)
+{
+    const auto start = std::make_shared<Start>();
+    std::future<bool> answer = start->answer.get_future();
 
     // QThread gives the thread an event dispatcher with a GLib context of its own before the
     // application exists. From any other kind of thread the application would take over the default
     // context, on which the host's main thread runs.
-    std::unique_ptr<QThread> thread(
-        QThread::create([settings, started] { runHostThread(settings, *started); }));
+    std::unique_ptr<QThread> thread(QThread::create([settings, start] {
+        start->threadId = static_cast<pid_t>(syscall(SYS_gettid));
+        runHostThread(settings, start->answer);
+    }));
     thread->start(QThread::InheritPriority);
     if (!thread->isRunning() && !thread->isFinished()) {
-        result = false;
-        return nullptr; // the system gave no thread: nobody will set the promise
+        return false; // the system gave no thread: nobody will set the promise
     }
-    result = answer.get();
-    return thread.release();
+    m_thread = std::move(thread);
+    m_start = start;
+    return answer.get();
 }

@@ -2,11 +2,34 @@
 
 #include <QVariantMap>
 
+#include <memory>
+
 class QThread;
 
-/// Starts the host thread and waits until its application has initialised itself.
+/// The thread of one run: the application is constructed, runs its event loop and is destroyed on
+/// it.
 ///
-/// \param settings the settings of the host.
-/// \param result   set to whether the application initialised completely.
-/// \return the running thread, which the caller waits for and deletes; null when it did not start.
-QThread *startHostThread(const QVariantMap &settings, bool &result);
+/// Thread: used by the one thread of the host that starts and stops the framework.
+class HostThread
+{
+public:
+    HostThread();
+
+    /// Waits until the thread is gone. Its event loop has been asked to end, or never ran.
+    ~HostThread();
+    HostThread(const HostThread &) = delete;
+    HostThread &operator=(const HostThread &) = delete;
+
+    /// Starts the thread and waits until its application has initialised itself.
+    ///
+    /// \param settings the settings of the host.
+    /// \return whether the application initialised completely; false too when there is no thread.
+    [[nodiscard]] bool start(const QVariantMap &settings);
+
+private:
+    struct Start;
+
+    std::unique_ptr<QThread> m_thread;
+    // Shared: the host thread may still be inside set_value when start returns.
+    std::shared_ptr<Start> m_start;
+};

@@ -3,7 +3,6 @@
 #include "dispatch/zeventmanager.h"
 #include "dispatch/zmethoddispatcher.h"
 #include "framework/hostcallback.h"
-#include "framework/hostthread.h"
 #include "framework/jsontext.h"
 #include "framework/processguard.h"
 #include "framework/zdeliverygate.h"
@@ -51,12 +50,12 @@ bool ZElectronFramework::init(const char *settings)
     }
     return guarded(false, [this, settings] {
         installForkGuard();
-        discardThread(); // one whose application could not be constructed
+        m_hostThread.reset(); // one whose application could not be constructed
         ZDeliveryGate::instance().open();
-        bool result = false;
-        m_hostThread = startHostThread(mapFromJsonText(settings), result);
+        m_hostThread = std::make_unique<HostThread>();
+        const bool isStarted = m_hostThread->start(mapFromJsonText(settings));
         installExitGuard();
-        return result;
+        return isStarted;
     });
 }
 
@@ -77,17 +76,9 @@ bool ZElectronFramework::uninit()
         };
         const bool isDelivered =
             QMetaObject::invokeMethod(application, shutDown, Qt::BlockingQueuedConnection);
-        discardThread();
+        m_hostThread.reset();
         return isDelivered;
     });
-}
-
-void ZElectronFramework::discardThread()
-{
-    if (QThread *thread = std::exchange(m_hostThread, nullptr)) {
-        thread->wait();
-        delete thread;
-    }
 }
 
 bool ZElectronFramework::call(const char *method, const char *params, IElectronCallback *callback)

@@ -1,8 +1,9 @@
 #pragma once
 
+#include "framework/hostthread.h"
 #include "zelectronframework/zelectronframework.h"
 
-class QThread;
+#include <memory>
 
 /// The one framework object: checks each operation at the boundary and owns the host thread.
 ///
@@ -24,7 +25,5 @@ public:
                               zelectronframeworkspace::IElectronCallback *callback) override;
 
 private:
-    void discardThread();
-
-    QThread *m_hostThread = nullptr;
+    std::unique_ptr<HostThread> m_hostThread;
 };

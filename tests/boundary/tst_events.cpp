@@ -61,6 +61,8 @@ void tst_Events::init()
     Recorder marker;
     QVERIFY(m_framework.asynCall("nowhere.method", "{}", &marker));
     marker.take();
+    const std::string line = "Info operator() asynCall result";
+    QTRY_VERIFY(m_library.logLines().back().rfind(line, 0) == 0); // written after the delivery
 }
 
 void tst_Events::cleanup()
