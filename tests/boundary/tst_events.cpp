@@ -265,6 +265,7 @@ void tst_Events::removalFreesTheCallback()
         }
     });
     std::vector<std::thread> listeners;
+    listeners.reserve(4);
     for (int i = 0; i < 4; ++i) {
         listeners.emplace_back([&] {
             for (int round = 0; round < 2000; ++round) {

@@ -8,6 +8,9 @@
 #include <set>
 #include <vector>
 
+#include <sys/syscall.h>
+#include <unistd.h>
+
 using zelectronframeworkspace::IElectronFramework;
 
 class tst_Lifecycle : public QObject
@@ -58,6 +61,7 @@ void tst_Lifecycle::cleanup()
 void tst_Lifecycle::everyThreadGetsTheSameObject()
 {
     std::vector<std::thread> threads;
+    threads.reserve(16);
     std::atomic<int> same{0};
     for (int i = 0; i < 16; ++i) {
         threads.emplace_back(
@@ -116,10 +120,14 @@ void tst_Lifecycle::restartsLeaveNothingBehind()
     int threads = 0;
     for (int run = 0; run < 200; ++run) {
         QVERIFY(m_library.start());
+        QString task;
         Recorder recorder;
+        recorder.runInside(
+            [&task] { task = QStringLiteral("/proc/self/task/%1").arg(syscall(SYS_gettid)); });
         QVERIFY(m_framework.asynCall("utils.unknown", "{}", &recorder));
         hostThreads.insert(recorder.take().thread);
         QVERIFY(m_framework.uninit());
+        QVERIFY2(!QFile::exists(task), "the host thread is still on its way out");
         if (run == 10) {
             files = entries("/proc/self/fd");
             threads = entries("/proc/self/task");

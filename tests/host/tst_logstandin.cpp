@@ -93,7 +93,7 @@ private Q_SLOTS:
     void productStaysBelowTheStateFolder();
     void filesAreForTheUserAlone();
     void lineAfterTheQuitNoticeIsAppended();
-    void callsAndLinesAreRecorded();
+    void callsAndLinesAreRecorded() const;
     void settingsTakeEffectUntilReset();
     void exitWhileAThreadLogsIsClean();
 
@@ -167,6 +167,7 @@ void tst_LogStandin::threadsKeepTheirLinesWhole()
     constexpr int kThreads = 8;
     constexpr int kLines = 300;
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int number = 0; number < kThreads; ++number) {
         threads.emplace_back([this, number] {
             for (int i = 0; i < kLines; ++i) {
@@ -303,7 +304,7 @@ void tst_LogStandin::lineAfterTheQuitNoticeIsAppended()
     QCOMPARE(fileLines().size(), 2);
 }
 
-void tst_LogStandin::callsAndLinesAreRecorded()
+void tst_LogStandin::callsAndLinesAreRecorded() const
 {
     m_log.logName(L"caf\u00e9");
     m_log.productName(nullptr);

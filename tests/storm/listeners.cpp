@@ -152,6 +152,7 @@ void churnOnAllThreads(Churn &theChurn, Budget &budget, const Options &options)
 {
     Random random(options.seed);
     std::vector<std::thread> threads;
+    threads.reserve(static_cast<std::size_t>(options.threads));
     for (int i = 0; i < options.threads; ++i) {
         threads.emplace_back([&, seed = random.next()] { churn(theChurn, budget, seed); });
     }

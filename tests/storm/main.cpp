@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
+#include <exception>
 #include <map>
 #include <string>
 
@@ -25,7 +26,7 @@ const std::map<std::string, Mode> kModes = {
 } // namespace
 
 int main(int argc, char **argv)
-{
+try {
     Options options;
     std::string name = "mixed";
     CLI::App app("Storms on the framework library; exit code 0 only when every promise was kept");
@@ -46,9 +47,9 @@ int main(int argc, char **argv)
         options.seconds = 600;
         options.operations = 0;
     }
-    const int threads = ProcessFigures::now().threads;
     mode.run(options);
-    // A host thread that has ended may still be freeing what it held, which would look like a leak.
-    waitFor([threads] { return ProcessFigures::now().threads <= threads; });
     return brokenCount() == 0 ? 0 : 1;
+} catch (const std::exception &error) {
+    std::fprintf(stderr, "%s\n", error.what());
+    return 2;
 }
