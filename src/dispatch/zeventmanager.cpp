@@ -8,6 +8,9 @@
 #include <QThread>
 
 #include <atomic>
+#include <condition_variable>
+#include <iterator>
+#include <optional>
 #include <utility>
 
 namespace {
@@ -28,18 +31,25 @@ const struct
     {QLatin1String("cookieUpdated"), &ZAccountSdkProxy::cookieUpdated},
 };
 
-Signal signalOf(const QString &path)
+/// The index of an event in kEvents.
+std::optional<std::size_t> eventOf(const QString &path)
 {
     const auto parts = splitDottedPath(path);
     if (!parts || parts->module != QLatin1String("account")) {
-        return nullptr;
+        return std::nullopt;
     }
-    for (const auto &event : kEvents) {
-        if (parts->name == event.name) {
-            return event.signal;
+    for (std::size_t event = 0; event < std::size(kEvents); ++event) {
+        if (parts->name == kEvents[event].name) {
+            return event;
         }
     }
-    return nullptr;
+    return std::nullopt;
+}
+
+const ZAccountSdkProxy *accountSdkProxy()
+{
+    const ZElectronApplication *application = g_electronApp;
+    return application ? application->accountSdkProxy() : nullptr;
 }
 
 // Counts up over all runs of the process: a handle that comes back late meets no other
@@ -49,12 +59,15 @@ std::atomic<ZEventManager::ListenerHandle> s_lastHandle{0};
 } // namespace
 
 /// One callback and what is needed to end it for good while the host thread may be running it.
-///
-/// Disconnecting alone is not enough: it does not wait for a callback that is running.
 class ZEventManager::Subscription
 {
 public:
-    explicit Subscription(CallBackFunc callback) : m_callback(std::move(callback)) {}
+    Subscription(std::size_t subscribedEvent, CallBackFunc callback)
+        : event(subscribedEvent), m_callback(std::move(callback))
+    {
+    }
+
+    const std::size_t event;
 
     /// Host thread only. May be entered again from inside the callback.
     void deliver()
@@ -102,7 +115,19 @@ private:
 std::mutex &ZEventManager::Subscription::s_mutex = *new std::mutex;
 std::condition_variable &ZEventManager::Subscription::s_returned = *new std::condition_variable;
 
-ZEventManager::ZEventManager(QObject *parent) : QObject(parent) {}
+ZEventManager::ZEventManager(QObject *parent) : QObject(parent)
+{
+    static_assert(std::size(kEvents) == kEventCount);
+    const ZAccountSdkProxy *sender = accountSdkProxy();
+    if (!sender) {
+        return; // addListener refuses everything
+    }
+    for (std::size_t event = 0; event < kEventCount; ++event) {
+        connect(
+            sender, kEvents[event].signal, this, [this, event] { deliver(event); },
+            Qt::AutoConnection);
+    }
+}
 
 ZEventManager::~ZEventManager()
 {
@@ -112,63 +137,77 @@ ZEventManager::~ZEventManager()
 ZEventManager::ListenerHandle ZEventManager::addListener(const QString &path,
                                                          const CallBackFunc &callback)
 {
-    const Signal signal = signalOf(path);
-    const ZElectronApplication *application = g_electronApp;
-    const ZAccountSdkProxy *accountSdkProxy =
-        application ? application->accountSdkProxy() : nullptr;
-    if (!signal || !accountSdkProxy) {
+    const std::optional<std::size_t> event = eventOf(path);
+    if (!event || !accountSdkProxy()) {
         return 0;
     }
-    auto subscription = std::make_shared<Subscription>(callback);
-    QMetaObject::Connection connection = connect(
-        accountSdkProxy, signal, this, [subscription] { subscription->deliver(); },
-        Qt::AutoConnection);
-    return saveConnection({std::move(connection), std::move(subscription)});
-}
-
-ZEventManager::ListenerHandle ZEventManager::saveConnection(Record record)
-{
-    if (!record.connection) {
-        return 0;
-    }
-    const ListenerHandle handle = ++s_lastHandle;
+    auto subscription = std::make_shared<Subscription>(*event, callback);
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_records.emplace(handle, std::move(record));
+    const ListenerHandle handle = ++s_lastHandle; // rises under the lock: the map is in its order
+    m_subscriptions.emplace_hint(m_subscriptions.end(), handle, std::move(subscription));
+    m_deliveryLists[*event].reset();
     return handle;
 }
 
 void ZEventManager::removeListener(ListenerHandle handle)
 {
-    Record record;
+    std::shared_ptr<Subscription> subscription;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        const auto found = m_records.find(handle);
-        if (found == m_records.end()) {
+        const auto found = m_subscriptions.find(handle);
+        if (found == m_subscriptions.end()) {
             return;
         }
-        record = std::move(found->second);
-        m_records.erase(found);
+        subscription = std::move(found->second);
+        m_subscriptions.erase(found);
+        m_deliveryLists[subscription->event].reset();
     }
-    end(record);
+    end(*subscription);
 }
 
 void ZEventManager::removeAllListeners()
 {
-    std::unordered_map<ListenerHandle, Record> records;
+    std::map<ListenerHandle, std::shared_ptr<Subscription>> subscriptions;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        records.swap(m_records);
+        subscriptions.swap(m_subscriptions);
+        m_deliveryLists = {};
     }
-    for (auto &[handle, record] : records) {
-        end(record);
+    for (const auto &[handle, subscription] : subscriptions) {
+        end(*subscription);
     }
 }
 
-void ZEventManager::end(Record &record)
+void ZEventManager::deliver(std::size_t event)
 {
-    record.subscription->end();
-    disconnect(record.connection);
+    // Who subscribes while this runs hears of the next event; who ends is passed over.
+    const std::shared_ptr<const Subscriptions> subscriptions = subscriptionsTo(event);
+    for (const std::shared_ptr<Subscription> &subscription : *subscriptions) {
+        subscription->deliver();
+    }
+}
+
+std::shared_ptr<const ZEventManager::Subscriptions>
+ZEventManager::subscriptionsTo(std::size_t event)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    std::shared_ptr<const Subscriptions> &list = m_deliveryLists[event];
+    if (!list) {
+        auto made = std::make_shared<Subscriptions>();
+        for (const auto &[handle, subscription] : m_subscriptions) {
+            if (subscription->event == event) {
+                made->push_back(subscription);
+            }
+        }
+        list = std::move(made);
+    }
+    return list;
+}
+
+void ZEventManager::end(Subscription &subscription)
+{
+    subscription.end();
     if (QThread::currentThread() != thread()) {
-        record.subscription->waitUntilReturned();
+        subscription.waitUntilReturned();
     }
 }

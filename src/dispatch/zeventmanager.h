@@ -3,20 +3,25 @@
 #include "dispatch/callbackfunc.h"
 #include "zelectronframework/zelectronframework.h"
 
-#include <QMetaObject>
 #include <QObject>
 #include <QString>
 
-#include <condition_variable>
+#include <array>
+#include <cstddef>
+#include <map>
 #include <memory>
 #include <mutex>
-#include <unordered_map>
+#include <vector>
 
 /// The host's subscriptions to the events of the account binding.
 ///
 /// Lives on the host thread and belongs to the application; its functions are callable from any
-/// thread. Every event is delivered on the host thread, because the manager is the context of the
+/// thread. Every event is delivered on the host thread, because the manager is the context of its
 /// connections: so at most one thread runs callbacks, and removeListener can wait for it.
+///
+/// There is one connection for each event, made before the host can subscribe. Qt publishes a new
+/// connection to the emitting thread without a memory barrier, which on Arm is not enough for
+/// connections that come and go on other threads.
 class ZEventManager : public QObject
 {
 public:
@@ -37,15 +42,15 @@ public:
 
 private:
     class Subscription;
-    struct Record
-    {
-        QMetaObject::Connection connection;
-        std::shared_ptr<Subscription> subscription;
-    };
+    using Subscriptions = std::vector<std::shared_ptr<Subscription>>;
+    static constexpr std::size_t kEventCount = 7;
 
-    ListenerHandle saveConnection(Record record);
-    void end(Record &record);
+    void deliver(std::size_t event);
+    std::shared_ptr<const Subscriptions> subscriptionsTo(std::size_t event);
+    void end(Subscription &subscription);
 
-    std::mutex m_mutex; // guards m_records; held over no callback
-    std::unordered_map<ListenerHandle, Record> m_records;
+    std::mutex m_mutex; // guards everything below; held over no callback
+    std::map<ListenerHandle, std::shared_ptr<Subscription>> m_subscriptions;
+    // What deliver goes through, in the order of subscribing; null when it has to be made anew.
+    std::array<std::shared_ptr<const Subscriptions>, kEventCount> m_deliveryLists;
 };
