@@ -57,7 +57,8 @@ ChildResult tst_Processes::probe(const char *scenario, std::vector<std::string> 
     environment.push_back("XDG_STATE_HOME=" + m_folder->filePath("state").toStdString());
     if (kIsSanitized) {
         // The sanitizer calls dlopen in the library's place, so the library's run path is not used.
-        environment.push_back("LD_LIBRARY_PATH=" + m_folder->path().toStdString());
+        environment.push_back("LD_LIBRARY_PATH=" + m_folder->path().toStdString() + ':' +
+                              qgetenv("LD_LIBRARY_PATH").toStdString());
     }
     return runChild({siblingProgram("zef_probe"),
                      m_folder->filePath("libzelectronframework.so").toStdString(), scenario},

@@ -3,9 +3,11 @@
 #include <QFileInfo>
 #include <QString>
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 
 #include <chrono>
 #include <poll.h>
@@ -69,7 +71,13 @@ ChildResult runChild(std::vector<std::string> command, const std::vector<std::st
     }
     std::vector<std::string> variables = environment;
     for (char **variable = environ; *variable; ++variable) {
-        variables.emplace_back(*variable);
+        const std::string name(*variable, std::strcspn(*variable, "=") + 1);
+        const bool isReplaced =
+            std::any_of(environment.begin(), environment.end(),
+                        [&name](const std::string &given) { return given.rfind(name, 0) == 0; });
+        if (!isReplaced) {
+            variables.emplace_back(*variable);
+        }
     }
 
     ChildResult result;

@@ -73,9 +73,12 @@ QVariantMap Keeper::overlay() const
 void Keeper::addOverlay(const QVariantMap &standin)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
+    // Into a copy: starting libraries read the map that they were given without the lock.
+    QVariantMap changed = m_overlay;
     for (auto it = standin.cbegin(); it != standin.cend(); ++it) {
-        m_overlay.insert(it.key(), it.value());
+        changed.insert(it.key(), it.value());
     }
+    m_overlay = changed;
 }
 
 Script Keeper::decide(const QString &operation)
