@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# node/build.sh [--native]: builds, tests and packs the npm package; ./dev node calls it.
+# node/build.sh [--native | --pack]: builds, tests and packs the npm package; ./dev node calls it.
 #
-# With --native the other architecture is left out, and so are the other versions of Node.js. The
-# long forms of the tests run when ZEF_LONG is set. Versions of Node.js are kept in the cache folder
-# of the user.
+# With --native the other architecture is left out, and so are the other versions of Node.js. With
+# --pack nothing is tested: that is the part of ./dev package. The long forms of the tests run when
+# ZEF_LONG is set. Versions of Node.js are kept in the cache folder of the user.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 # shellcheck source=tools/common.sh
@@ -81,29 +81,37 @@ check_foreign() {
     unset ZEF_NODE ZEF_EMULATED
 }
 
-native_only=
-[[ ${1:-} != --native ]] || native_only=1
+pack() {
+    (cd node && quietly "Packing" npm pack --ignore-scripts --pack-destination ../build/package)
+    say "Packed $(ls build/package/zelectronframework-*.tgz)"
+}
+
+mode=${1:-}
+[[ -z $mode || $mode == --native || $mode == --pack ]] || die "the npm package knows no option '$mode'"
 [[ -n $(command -v node) && -n $(command -v npm) ]] || need nodejs npm
-need chromium
+[[ $mode == --pack ]] || need chromium
 mkdir -p build/log build/package
 (cd node && quietly "Fetching the npm packages" npm ci --ignore-scripts)
 rm -rf node/prebuilds node/mock
 fill release
-if [[ -z $native_only ]]; then
+if [[ $mode != --native ]]; then
     need_arm64
     fill arm64
+fi
+if [[ $mode == --pack ]]; then
+    pack
+    exit
 fi
 
 mapfile -t all < <(cd node && ls test/*.test.cjs)
 check "Node.js $(node --version)" node --expose-gc --test --test-reporter=tap \
     --test-concurrency=1 "${all[@]}"
-if [[ -z $native_only ]]; then
+if [[ $mode != --native ]]; then
     for version in "${versions[@]}"; do
         check_node "$(fetch_node "$version" x64)" "Node.js $version"
     done
     check_foreign
 fi
-(cd node && quietly "Packing" npm pack --ignore-scripts --pack-destination ../build/package)
-say "Packed $(ls build/package/zelectronframework-*.tgz)"
+pack
 printf '%d passed, %d failed\n' "$passed" "$failed"
 ((failed == 0))

@@ -49,6 +49,8 @@ test('the installation of the README works from an empty folder', (t) => {
   const output = lines.map((line) => run('sh', ['-c', line])).join('');
   assert.match(output, /round trip +with the mock: started, answered, stopped/);
   assert.equal(runSnippet(snippets('js')[0], 'first.cjs'), "[ 'Ada' ]\n");
+  const projectReadme = fs.readFileSync(path.join(packageFolder, '../README.md'), 'utf8');
+  assert.ok(projectReadme.includes(`\`\`\`js\n${snippets('js')[0]}\`\`\``), 'README.md shows other lines');
   t.diagnostic(`${lines.length} lines and a program, ${Date.now() - start} ms`);
   installed = path.join(app, 'node_modules/zelectronframework');
   const { dependencies, scripts } = JSON.parse(fs.readFileSync(path.join(installed, 'package.json')));
