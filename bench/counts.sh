@@ -10,15 +10,16 @@ rm -rf "$out"
 mkdir -p "$out"
 
 LD_PRELOAD=$PWD/$folder/lib/libzef_alloccount.so "$folder/bin/zef_counts" >"$out/allocations"
-valgrind --tool=callgrind --callgrind-out-file="$out/callgrind" "$folder/bin/zef_counts" \
+# Threads apart: the host thread waits inside functions whose cost would be counted in every dump.
+valgrind --tool=callgrind --separate-threads=yes --callgrind-out-file="$out/callgrind" "$folder/bin/zef_counts" \
     >"$out/valgrind" 2>&1
 
 # Each workload has left a dump that carries its name and its number of rounds.
 {
     sed 's/^/counted /' "$out/allocations"
     awk '/^desc: Trigger: Client Request: / { name = $5; rounds = $6 }
-         /^(totals|summary):/ && name { print "counted instructions", name, $2 / rounds; name = "" }' \
-        "$out"/callgrind.*
+         /^summary:/ && name { print "counted instructions", name, $2 / rounds; name = "" }' \
+        "$out"/callgrind.*-*
 } | awk '$1 == "counted" {
         if (!($3 in seen)) { seen[$3] = 1; order[++n] = $3 }
         value[$2, $3] = $4

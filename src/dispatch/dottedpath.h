@@ -4,7 +4,7 @@
 
 #include <optional>
 
-/// A path of the host: "module.name", for example "utils.getLogPath" or "account.cookieUpdated".
+/// The path of a method: "module.name", for example "utils.getLogPath".
 struct DottedPath
 {
     QString module;

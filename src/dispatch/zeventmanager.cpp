@@ -1,7 +1,6 @@
 #include "dispatch/zeventmanager.h"
 
 #include "account/zaccountsdkproxy.h"
-#include "dispatch/dottedpath.h"
 #include "framework/zelectronapplication.h"
 #include "log/logline.h"
 
@@ -31,15 +30,18 @@ const struct
     {QLatin1String("cookieUpdated"), &ZAccountSdkProxy::cookieUpdated},
 };
 
-/// The index of an event in kEvents.
+const QLatin1String kModule("account.");
+
+/// The index of an event in kEvents; what follows a second point is ignored.
 std::optional<std::size_t> eventOf(const QString &path)
 {
-    const auto parts = splitDottedPath(path);
-    if (!parts || parts->module != QLatin1String("account")) {
+    if (!path.startsWith(kModule)) {
         return std::nullopt;
     }
+    const int end = path.indexOf(QLatin1Char('.'), kModule.size());
+    const QStringRef name = path.midRef(kModule.size(), end < 0 ? -1 : end - kModule.size());
     for (std::size_t event = 0; event < std::size(kEvents); ++event) {
-        if (parts->name == kEvents[event].name) {
+        if (name == kEvents[event].name) {
             return event;
         }
     }

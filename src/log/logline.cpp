@@ -9,47 +9,70 @@ namespace {
 
 using LevelOperation = void (IZElectronLogProxy::*)(const std::wstring &, const std::wstring &);
 
-void appendUtf16(std::wstring &line, const QString &text)
+wchar_t *writeUtf16(wchar_t *place, const QString &text)
 {
-    const std::size_t start = line.size();
-    line.resize(start + static_cast<std::size_t>(text.size()));
-    const int written = text.toWCharArray(&line[start]);
-    line.resize(start + static_cast<std::size_t>(written));
+    return place + text.toWCharArray(place);
 }
 
-void appendUtf8(std::wstring &line, const char *utf8, std::size_t size)
+/// Writes the ASCII characters that a text begins with; next ends behind them.
+wchar_t *writeAscii(wchar_t *place, const char *&next, const char *end)
 {
-    const auto *first = reinterpret_cast<const unsigned char *>(utf8);
-    const auto *end = first + size;
-    const auto *next = std::find_if(first, end, [](unsigned char byte) { return byte >= 0x80; });
-    const std::size_t start = line.size();
-    line.resize(start + static_cast<std::size_t>(next - first));
-    std::copy(first, next, &line[start]);
-    if (next != end) {
-        appendUtf16(line, QString::fromUtf8(utf8 + (next - first), static_cast<int>(end - next)));
-    }
-}
-
-std::wstring lineOf(const char *function, const char *text, std::initializer_list<LogText> values)
-{
-    std::size_t size = std::strlen(function) + 1 + std::strlen(text);
-    for (const LogText &value : values) {
-        size += value.maximumSize();
-    }
-
-    std::wstring line;
-    line.reserve(size);
-    line.append(function, function + std::strlen(function));
-    line += L' ';
-    for (const char *next = text; *next; ++next) {
-        const auto place = static_cast<std::size_t>(next[0] == '%' ? next[1] - '1' : 9);
-        if (place < values.size()) {
-            (values.begin() + place)->appendTo(line);
-            ++next;
-        } else {
-            line += static_cast<wchar_t>(*next);
+    constexpr int kStep = sizeof(quint64); // this many bytes are looked at together
+    for (; end - next >= kStep; next += kStep, place += kStep) {
+        quint64 bytes = 0;
+        std::memcpy(&bytes, next, kStep);
+        if (bytes & Q_UINT64_C(0x8080808080808080)) {
+            break;
+        }
+        for (int i = 0; i < kStep; ++i) {
+            place[i] = static_cast<wchar_t>(next[i]);
         }
     }
+    while (next != end && static_cast<unsigned char>(*next) < 0x80) {
+        *place++ = static_cast<wchar_t>(*next++);
+    }
+    return place;
+}
+
+wchar_t *writeUtf8(wchar_t *place, const char *utf8, std::size_t size)
+{
+    const char *next = utf8;
+    const char *end = utf8 + size;
+    place = writeAscii(place, next, end);
+    if (next == end) {
+        return place;
+    }
+    return writeUtf16(place, QString::fromUtf8(next, static_cast<int>(end - next)));
+}
+
+/// The line is built in one pass, in memory for the longest that it can be.
+std::wstring lineOf(const char *function, const char *text, std::initializer_list<LogText> values)
+{
+    const char *functionEnd = function + std::strlen(function);
+    const char *textEnd = text + std::strlen(text);
+    auto longest = static_cast<std::size_t>((functionEnd - function) + 1 + (textEnd - text));
+    for (const LogText &value : values) {
+        longest += value.maximumSize();
+    }
+
+    std::wstring line(longest, L'\0');
+    wchar_t *place = writeAscii(line.data(), function, functionEnd);
+    *place++ = L' ';
+    while (text != textEnd) {
+        const char *sign = std::find(text, textEnd, '%');
+        place = writeAscii(place, text, sign);
+        if (text == textEnd) {
+            break;
+        }
+        const auto index = static_cast<std::size_t>(text[1] - '1');
+        if (index < values.size()) {
+            place = (values.begin() + index)->writeTo(place);
+            text += 2;
+        } else {
+            *place++ = static_cast<wchar_t>(*text++);
+        }
+    }
+    line.resize(static_cast<std::size_t>(place - line.data()));
     return line;
 }
 
@@ -67,15 +90,16 @@ void writeLine(LevelOperation operation, const char *function, const char *text,
 
 } // namespace
 
-void LogText::appendTo(std::wstring &line) const
+wchar_t *LogText::writeTo(wchar_t *place) const
 {
     if (m_text) {
-        appendUtf16(line, *m_text);
-    } else if (m_utf8) {
-        appendUtf8(line, m_utf8, m_size);
-    } else {
-        line += std::to_wstring(m_number);
+        return writeUtf16(place, *m_text);
     }
+    if (m_utf8) {
+        return writeUtf8(place, m_utf8, m_size);
+    }
+    const std::wstring number = std::to_wstring(m_number);
+    return std::copy(number.begin(), number.end(), place);
 }
 
 void logInfo(const char *function, const char *text, std::initializer_list<LogText> values)

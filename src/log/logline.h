@@ -18,9 +18,10 @@ public:
     LogText(const QString &text) : m_text(&text), m_size(static_cast<std::size_t>(text.size())) {}
     LogText(int number) : m_number(number), m_size(11) {}
 
-    void appendTo(std::wstring &line) const;
+    /// Writes the value. \return the place behind it.
+    wchar_t *writeTo(wchar_t *place) const;
 
-    /// At least the number of wide characters that appendTo adds.
+    /// At least the number of wide characters that writeTo writes.
     std::size_t maximumSize() const { return m_size; }
 
 private:
@@ -32,8 +33,8 @@ private:
 
 /// Writes the line "function text" through the log proxy, if there is one that writes.
 ///
-/// \param text ASCII, with the places %1 to %9 for the values. The values go in as they are: a "%1"
-///             inside one of them stays.
+/// \param text ASCII, with the places %1 to %9 for the values, each at most once. The values go in as
+///             they are: a "%1" inside one of them stays.
 ///
 /// Thread: any, as long as the log proxy lives.
 void logInfo(const char *function, const char *text, std::initializer_list<LogText> values = {});
