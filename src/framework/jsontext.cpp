@@ -203,8 +203,9 @@ bool Reader::object(QVariantMap &map)
         if (!token('"') || !string(key) || !token(':') || !skipSpace()) {
             return false;
         }
-        // Read in place: inserting replaces what an earlier member of this key left.
-        if (!value(*map.insert(key, QVariant()))) {
+        // Read in place: inserting replaces what an earlier member of this key left. The hint saves
+        // the search when members come in the order of their keys, as other writers sort them too.
+        if (!value(*map.insert(map.constEnd(), key, QVariant()))) {
             return false;
         }
     } while (token(','));

@@ -31,7 +31,7 @@ QString headerRequest(const QVariantMap &codes)
 {
     QVariantMap header;
     for (auto code = codes.cbegin(); code != codes.cend(); ++code) {
-        header.insert(code.key(), code.value().toString());
+        header.insert(header.constEnd(), code.key(), code.value().toString()); // in order
     }
     return QString::fromUtf8(jsonTextFromMap({{QStringLiteral("header"), header}}));
 }
