@@ -25,8 +25,8 @@ struct HostThread::Start
 
 namespace {
 
+constexpr auto kUsualEnd = std::chrono::microseconds(200);
 constexpr auto kLongestEnd = std::chrono::seconds(2);
-constexpr auto kEndStep = std::chrono::microseconds(50);
 
 void reportException(const char *function)
 {
@@ -52,10 +52,17 @@ bool initializeCaught(ZElectronApplication &application, const QVariantMap &sett
 /// is often followed by the end of the process.
 void waitForEnd(pid_t threadId)
 {
-    const auto end = std::chrono::steady_clock::now() + kLongestEnd;
-    while (syscall(SYS_tgkill, getpid(), threadId, 0) == 0 &&
-           std::chrono::steady_clock::now() < end) {
-        std::this_thread::sleep_for(kEndStep);
+    const auto start = std::chrono::steady_clock::now();
+    while (syscall(SYS_tgkill, getpid(), threadId, 0) == 0) {
+        const auto waited = std::chrono::steady_clock::now() - start;
+        if (waited > kLongestEnd) {
+            return;
+        }
+        if (waited < kUsualEnd) {
+            std::this_thread::yield();
+        } else {
+            std::this_thread::sleep_for(kUsualEnd);
+        }
     }
 }
 

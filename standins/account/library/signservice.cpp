@@ -40,6 +40,12 @@ bool answerCheaply(QByteArray &output)
 
 } // namespace
 
+const SigningKey &SignService::key()
+{
+    std::call_once(m_isMade, [this] { m_key.emplace(); });
+    return *m_key;
+}
+
 QByteArray SignService::getJwkPublicKeyStr()
 {
     if (isNoCost()) {
@@ -50,7 +56,7 @@ QByteArray SignService::getJwkPublicKeyStr()
     if (script.text) {
         return script.text->toUtf8();
     }
-    return script.refuse ? QByteArray() : m_key.publicJwk();
+    return script.refuse ? QByteArray() : key().publicJwk();
 }
 
 bool SignService::generatePKCEParam(QString &codeVerifier, QString &codeChallenge)
@@ -82,7 +88,7 @@ bool SignService::signPopToken(const QString &method, const QString &uri, const 
         return refuse(signature);
     }
     signature = script.text ? script.text->toUtf8()
-                            : m_key.signCompact(popClaims(method, uri, cv), "dpop+jwt", true);
+                            : key().signCompact(popClaims(method, uri, cv), "dpop+jwt", true);
     return script.text || !signature.isEmpty();
 }
 
@@ -96,7 +102,7 @@ bool SignService::signLoginData(const QByteArray &data, QByteArray &signature)
     if (script.refuse || data.isEmpty()) {
         return refuse(signature);
     }
-    signature = script.text ? script.text->toUtf8() : m_key.signCompact(data, "", false);
+    signature = script.text ? script.text->toUtf8() : key().signCompact(data, "", false);
     return script.text || !signature.isEmpty();
 }
 

@@ -3,6 +3,9 @@
 #include "account/iaccountsdk.h"
 #include "library/signing.h"
 
+#include <mutex>
+#include <optional>
+
 namespace zefstandin {
 
 /// Signs with a key of this run. Empty inputs are refused.
@@ -17,7 +20,10 @@ public:
     bool signLoginData(const QByteArray &data, QByteArray &signature) override;
 
 private:
-    const SigningKey m_key;
+    const SigningKey &key();
+
+    std::once_flag m_isMade;
+    std::optional<SigningKey> m_key; ///< made when it is first used: starting costs no key
 };
 
 } // namespace zefstandin
