@@ -9,9 +9,23 @@
 
 namespace {
 
-QString folderOf(const char *file)
+QByteArray folderOf(const QByteArray &file)
 {
-    return QFileInfo(QFileInfo(QFile::decodeName(file)).absolutePath()).canonicalFilePath();
+    return file.left(file.lastIndexOf('/'));
+}
+
+QString canonical(const QByteArray &folder)
+{
+    return QFileInfo(QFile::decodeName(folder)).canonicalFilePath();
+}
+
+/// Whether two files are in the same folder, by whatever name. Asks the file system only when the
+/// names differ.
+bool areNeighbours(const QByteArray &one, const QByteArray &other)
+{
+    const QByteArray folder = folderOf(one);
+    const QByteArray otherFolder = folderOf(other);
+    return folder == otherFolder || canonical(folder) == canonical(otherFolder);
 }
 
 /// The file that a loaded library was taken from; empty when it is not loaded.
@@ -37,7 +51,7 @@ void warnIfFromElsewhere(const char *library)
     if (file.isEmpty() || !dladdr(reinterpret_cast<const void *>(&warnIfFromElsewhere), &own)) {
         return;
     }
-    if (folderOf(file.constData()) != folderOf(own.dli_fname)) {
+    if (!areNeighbours(file, own.dli_fname)) {
         logWarning("load", "%1 was loaded from elsewhere: %2", {library, file});
     }
 }

@@ -213,7 +213,7 @@ void Session::startTimeline(const QVariantList &timeline)
 /// Raises initFinished() once somebody listens, with a pause in which the host can subscribe.
 void Session::announce()
 {
-    if (m_isAnnounced.exchange(true)) {
+    if (m_announceAfterMs < 0 || m_isAnnounced.exchange(true)) {
         return;
     }
     const auto job = [this](bool isCancelled) {

@@ -4,8 +4,6 @@
 
 namespace zefstandin {
 
-Worker::Worker() : m_thread([this] { run(); }) {}
-
 Worker::~Worker()
 {
     stop();
@@ -26,6 +24,9 @@ void Worker::enqueue(Entry entry, int delayMs)
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         if (!m_hasEnded) {
+            if (!m_thread.joinable()) {
+                m_thread = std::thread([this] { run(); });
+            }
             const auto delay = std::chrono::milliseconds(std::max(delayMs, 0));
             m_entries.emplace(Clock::now() + delay, std::move(entry));
             m_wake.notify_one();
@@ -40,6 +41,7 @@ void Worker::stop()
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_isStopping = true;
+        m_hasEnded = !m_thread.joinable();
         m_wake.notify_one();
     }
     if (m_thread.joinable()) {

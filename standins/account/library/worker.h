@@ -18,7 +18,7 @@ public:
     /// \a cancelled: the library is shutting down, and the job is run before its time.
     using Job = std::function<void(bool cancelled)>;
 
-    Worker();
+    Worker() = default;
     ~Worker();
 
     /// After stop() the job is run at once, cancelled.
@@ -41,12 +41,12 @@ private:
     void enqueue(Entry entry, int delayMs);
     void run();
 
-    std::mutex m_mutex; // guards the members up to the thread; held over no job
+    std::mutex m_mutex; // guards everything below; held over no job
     std::condition_variable m_wake;
     std::multimap<Clock::time_point, Entry> m_entries; // equal times stay in order of arrival
     bool m_isStopping = false;
     bool m_hasEnded = false;
-    std::thread m_thread;
+    std::thread m_thread; // started by the first job; assigned under the mutex
 };
 
 } // namespace zefstandin
