@@ -108,8 +108,8 @@ int pthread_create(pthread_t *thread, const pthread_attr_t *attributes, void *(*
                    void *argument) noexcept
 {
     static const auto function = next<decltype(&pthread_create)>("pthread_create");
-    return fails(FaultKind::threads, "thread") ? EAGAIN
-                                               : function(thread, attributes, body, argument);
+    const char *what = s_counted == 0 ? "host thread" : "thread"; // the first of a start
+    return fails(FaultKind::threads, what) ? EAGAIN : function(thread, attributes, body, argument);
 }
 
 int openat(int folder, const char *file, int flags, ...)

@@ -30,7 +30,7 @@ const QHash<QByteArray, bool> kPromised = {
     {"getVemoLogSavePath", true},
     {"explicitDefineLogName", true},
     {"explicitDefineProductNameForLogPath", true},
-    {"thread", false},
+    {"host thread", false},
 };
 
 } // namespace
@@ -42,7 +42,7 @@ void tst_Faults::everyFailureIsSurvived_data()
     QTest::newRow("dlopen") << QByteArrayList{"libzaccountlite.so", "libvemolog.so"};
     QTest::newRow("dlsym") << QByteArrayList{"InitInterface", "GetInterface", "UninitInterface",
                                              "writeMsg", "getVemoLogSavePath"};
-    QTest::newRow("threads") << QByteArrayList{"thread"};
+    QTest::newRow("threads") << QByteArrayList{"host thread"};
     QTest::newRow("files") << QByteArrayList{};
 }
 

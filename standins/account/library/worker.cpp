@@ -1,6 +1,7 @@
 #include "library/worker.h"
 
 #include <algorithm>
+#include <system_error>
 
 namespace zefstandin {
 
@@ -23,10 +24,7 @@ void Worker::enqueue(Entry entry, int delayMs)
 {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        if (!m_hasEnded) {
-            if (!m_thread.joinable()) {
-                m_thread = std::thread([this] { run(); });
-            }
+        if (!m_hasEnded && hasThread()) {
             const auto delay = std::chrono::milliseconds(std::max(delayMs, 0));
             m_entries.emplace(Clock::now() + delay, std::move(entry));
             m_wake.notify_one();
@@ -34,6 +32,18 @@ void Worker::enqueue(Entry entry, int delayMs)
         }
     }
     entry.job(true);
+}
+
+bool Worker::hasThread()
+{
+    if (!m_thread.joinable()) {
+        try {
+            m_thread = std::thread([this] { run(); });
+        } catch (const std::system_error &) {
+            return false; // the system has none: jobs are run at once
+        }
+    }
+    return true;
 }
 
 void Worker::stop()

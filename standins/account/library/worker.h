@@ -21,7 +21,7 @@ public:
     Worker() = default;
     ~Worker();
 
-    /// After stop() the job is run at once, cancelled.
+    /// After stop(), and when the system gives no thread, the job is run at once, cancelled.
     void post(Job job, int delayMs = 0);
 
     /// The same for a job that nobody waits for: it does not count as busy.
@@ -39,6 +39,7 @@ private:
     using Clock = std::chrono::steady_clock;
 
     void enqueue(Entry entry, int delayMs);
+    bool hasThread();
     void run();
 
     std::mutex m_mutex; // guards everything below; held over no job
