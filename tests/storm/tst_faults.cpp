@@ -20,16 +20,11 @@ constexpr int kMostCalls = 2000;
 
 /// What a start is promised to do when this is missing; everything else may do either.
 const QHash<QByteArray, bool> kPromised = {
-    {"libzaccountlite.so", false},
-    {"InitInterface", false},
-    {"GetInterface", false},
-    {"UninitInterface", true},
-    {"libvemolog.so", true},
-    {"writeMsg", true},
-    {"onAboutToQuit", true},
-    {"getVemoLogSavePath", true},
-    {"explicitDefineLogName", true},
-    {"explicitDefineProductNameForLogPath", true},
+    {"libzaccountlite.so", false},   {"InitInterface", false},
+    {"GetInterface", false},         {"UninitInterface", true},
+    {"libvemolog.so", true},         {"writeMsg", true},
+    {"onAboutToQuit", true},         {"getVemoLogSavePath", true},
+    {"explicitDefineLogName", true}, {"explicitDefineProductNameForLogPath", true},
     {"host thread", false},
 };
 
