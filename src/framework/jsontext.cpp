@@ -288,23 +288,32 @@ bool Reader::unusualNumber(const char *start, bool isWhole, QVariant &value) con
     return true;
 }
 
-// The first quote or backslash or, if asked for, non-ASCII byte. Eight bytes at a time: the high
-// bit of a byte in `marks` tells that it is one. A borrow may set one above a true mark only.
+inline int firstMarked(quint64 marks)
+{
+    return int(qCountTrailingZeroBits(qFromLittleEndian(marks)) / 8);
+}
+
+// The first quote or backslash or, if asked for, non-ASCII byte. A block at a time: a byte of the
+// marks is 0xff where it is one.
 template <bool StopsAtNonAscii>
 const char *Reader::runEnd(const char *at) const
 {
-    constexpr quint64 ones = 0x0101010101010101;
-    for (; m_end - at >= 8; at += 8) {
-        const quint64 bytes = qFromLittleEndian<quint64>(at);
-        const quint64 quotes = bytes ^ (ones * '"');
-        const quint64 backslashes = bytes ^ (ones * '\\');
-        quint64 marks = ((quotes - ones) & ~quotes) | ((backslashes - ones) & ~backslashes);
+    constexpr int kBlock = 16;
+    using Block = uchar __attribute__((vector_size(kBlock)));
+    for (; m_end - at >= kBlock; at += kBlock) {
+        Block bytes;
+        std::memcpy(&bytes, at, sizeof bytes);
+        auto isMarked = (bytes == '"') | (bytes == '\\');
         if (StopsAtNonAscii) {
-            marks |= bytes;
+            isMarked |= bytes >= 0x80;
         }
-        marks &= ones << 7;
-        if (marks) {
-            return at + (qCountTrailingZeroBits(marks) >> 3);
+        std::array<quint64, 2> marks;
+        std::memcpy(marks.data(), &isMarked, sizeof marks);
+        if (marks[0]) {
+            return at + firstMarked(marks[0]);
+        }
+        if (marks[1]) {
+            return at + kBlock / 2 + firstMarked(marks[1]);
         }
     }
     while (at != m_end && *at != '"' && *at != '\\' && !(StopsAtNonAscii && uchar(*at) >= 0x80)) {

@@ -37,7 +37,7 @@ public:
     /// While set, getVemoLogSavePath returns a null pointer.
     virtual void setSavePathNull(bool null) = 0;
 
-    /// While set, writeMsg returns at once: neither file nor record. For measurements.
+    /// While set, writeMsg returns at once and no folder is created. For measurements.
     virtual void setSilent(bool silent) = 0;
 
     /// Makes every writeMsg wait this long before it returns. For shutdown tests.

@@ -125,9 +125,12 @@ std::string LogStore::baseDirectory() const
     return m_givenBase.empty() ? defaultBaseDirectory(m_product) : m_givenBase;
 }
 
-/// Returns the folder that the file lies in, or nothing when it cannot be made.
+/// Returns the folder that the file lies in, or nothing when it is not made.
 std::string LogStore::makeFolders() const
 {
+    if (m_isSilent) {
+        return {};
+    }
     std::string folder = baseDirectory();
     if (!m_subdirectoryIsMissing && !folder.empty()) {
         folder += '/' + executableName();
