@@ -5,11 +5,12 @@
 # --pack nothing is tested: that is the part of ./dev package. The long forms of the tests run when
 # ZEF_LONG is set. Versions of Node.js are kept in the cache folder of the user.
 set -euo pipefail
+shopt -s inherit_errexit
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 # shellcheck source=tools/common.sh
 source tools/common.sh
 
-readonly versions=(18 20 22 24) foreign_version=22
+readonly versions=(18 20 22 24) foreign_version=22 tools_version=20
 cache=${XDG_CACHE_HOME:-$HOME/.cache}/zelectronframework
 passed=0
 failed=0
@@ -24,6 +25,24 @@ fetch_node() {
             --prefix "$folder" "node-linux-$2@$1" >&2
     fi
     printf '%s' "$program"
+}
+
+# fetch_libnode: the folder of Debian's Node.js as a library, without its place among the installed
+# packages, which the machine's own Node.js may have taken.
+fetch_libnode() {
+    local folder=$cache/libnode package packages
+    need libglib2.0-dev libuv1-dev libbrotli1 libc-ares2 libnghttp2-14 \
+        node-acorn node-cjs-module-lexer node-undici >&2
+    packages=(libnode-dev "$(apt-cache depends libnode-dev | sed -n 's/.*Depends: \(libnode[0-9]\)/\1/p')")
+    if ! compgen -G "$folder/usr/lib/*/libnode.so" >/dev/null; then
+        rm -rf "$folder"
+        mkdir -p "$folder"
+        (cd "$folder" && apt-get -qq -o APT::Sandbox::User=root download "${packages[@]}") >&2
+        for package in "$folder"/*.deb; do
+            dpkg -x "$package" "$folder"
+        done
+    fi
+    printf '%s' "$folder"
 }
 
 # fill PRESET: builds what the package takes from it and puts it in its folders.
@@ -67,6 +86,28 @@ check_node() {
     check "$what" "$program" --expose-gc --test --test-reporter=tap --test-concurrency=1 "${files[@]}"
 }
 
+# Node.js 18 as a library, its main thread in GLib's default main loop as Electron's is.
+check_glib() {
+    configure release -DZEF_LIBNODE="$(fetch_libnode)"
+    compile release zef_glibnode
+    local host=$PWD/build/release/bin/zef_glibnode file
+    for file in $(core_files) test/electron.test.cjs; do
+        check "GLib's main loop ${file##*/}" "$host" --expose-gc --test-reporter=tap "$file"
+    done
+}
+
+# The machine's Node.js, or a newer one where that is too old for the tools that the tests use.
+own_node() {
+    local version
+    version=$(node --version)
+    version=${version#v}
+    if ((${version%%.*} < tools_version)); then
+        fetch_node "$tools_version" x64
+    else
+        command -v node
+    fi
+}
+
 # One file at a time: the test runner would start further processes, which do not run as they are.
 check_foreign() {
     local program file wrapper=$PWD/build/node-arm64
@@ -104,8 +145,10 @@ if [[ $mode == --pack ]]; then
 fi
 
 mapfile -t all < <(cd node && ls test/*.test.cjs)
-check "Node.js $(node --version)" node --expose-gc --test --test-reporter=tap \
+program=$(own_node)
+check "Node.js $("$program" --version)" "$program" --expose-gc --test --test-reporter=tap \
     --test-concurrency=1 "${all[@]}"
+check_glib
 if [[ $mode != --native ]]; then
     for version in "${versions[@]}"; do
         check_node "$(fetch_node "$version" x64)" "Node.js $version"

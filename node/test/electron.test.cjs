@@ -12,6 +12,8 @@ const { standin, until } = require('./support.cjs');
 
 const example = path.join(__dirname, '../../examples/electron');
 const chromium = ['/usr/bin/chromium', process.env.CHROMIUM].find((file) => file && fs.existsSync(file));
+// What drives the browser needs this version; the rest of the example runs on older ones too.
+const drivesBrowser = chromium && Number(process.versions.node.split('.')[0]) >= 20;
 let framework; // as the page sees it
 
 before(async () => {
@@ -66,7 +68,7 @@ test('events and meeting messages reach the page until it stops listening', asyn
   assert.equal(electron.ipcRenderer.listenerCount('framework:meeting'), 0);
 });
 
-test('the page signs in, lists accounts, shows events and messages', { skip: !chromium }, async (t) => {
+test('the page signs in, lists accounts, shows events and messages', { skip: !drivesBrowser }, async (t) => {
   await framework.call('account.logout', { userId: '10001', removeAccount: true });
   const browser = await require('playwright-core').chromium.launch({
     executablePath: chromium,
