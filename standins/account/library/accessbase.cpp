@@ -9,6 +9,7 @@
 #include <QSysInfo>
 #include <QTcpSocket>
 #include <QThread>
+#include <QUuid>
 
 namespace zefstandin {
 
@@ -16,9 +17,14 @@ namespace {
 
 constexpr int kCheckMilliseconds = 3000;
 
+/// Containers may have no machine id; there the host's name makes one of the same form.
 QString deviceId()
 {
-    return QString::fromLatin1(QSysInfo::machineUniqueId());
+    QByteArray id = QSysInfo::machineUniqueId();
+    if (id.isEmpty()) {
+        id = QUuid::createUuidV5(QUuid(), QSysInfo::machineHostName()).toRfc4122().toHex();
+    }
+    return QString::fromLatin1(id);
 }
 
 QVariantMap interfaceMap(const QNetworkInterface &interface)
