@@ -9,7 +9,7 @@ source tools/common.sh
 # candidates PATTERN...: files of the tree, whether committed or not, without what git ignores.
 candidates() {
     if [[ $scope == --changed ]]; then
-        git diff --name-only --diff-filter=d "$(git merge-base origin/main HEAD)" -- "$@"
+        git diff --name-only --diff-filter=d "$base" -- "$@"
         git ls-files --others --exclude-standard -- "$@"
     else
         git ls-files --cached --others --exclude-standard -- "$@"
@@ -51,6 +51,8 @@ check() {
 
 scope=${1:-}
 [[ -z $scope || $scope == --changed ]] || die "lint knows no option '$scope'"
+base=
+[[ -z $scope ]] || base=$(git merge-base origin/main HEAD) || die "there is no origin/main to compare with"
 failed=0
 
 mapfile -t scripts < <(candidates dev .ci/run '*.sh')
