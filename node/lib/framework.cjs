@@ -17,7 +17,7 @@ class ElectronFramework extends EventEmitter {
   #session; // while starting or running: the id under which the addon knows this object
   #starting;
   #closing;
-  #openCalls = new Map(); // id -> function that ends the call with an error
+  #openCalls = Object.create(null); // id -> function that ends the call with an error; as receivers
   #listening = new Map(); // event -> id, for what the addon listens to
   #tasks = new Set(); // subscriptions
   #isReferenced = false;
@@ -83,7 +83,7 @@ class ElectronFramework extends EventEmitter {
   async #stop() {
     this.#state = 'closing';
     if (this.#isReferenced) letGo();
-    for (const [id, end] of [...this.#openCalls]) {
+    for (const [id, end] of Object.entries(this.#openCalls)) {
       end(id, new FrameworkError('ZEF_CLOSED', 'the framework was closed before the answer came'));
     }
     for (const task of [...this.#tasks]) task.dispose();
@@ -123,7 +123,7 @@ class ElectronFramework extends EventEmitter {
       let timer;
       const finish = (id) => {
         stopReceiving(id);
-        this.#openCalls.delete(id);
+        delete this.#openCalls[id];
         clearTimeout(timer);
         signal?.removeEventListener('abort', abort);
         letGo();
@@ -143,7 +143,7 @@ class ElectronFramework extends EventEmitter {
       const abort = () => end(id, aborted(method, signal));
 
       hold();
-      this.#openCalls.set(id, end);
+      this.#openCalls[id] = end;
       // A method that is not listed may belong to a newer library, whose habits are not known.
       const isKept = methods.get(method)?.isKept ?? true;
       if (!native().asynCall(id, method, text, isKept)) {

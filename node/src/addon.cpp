@@ -37,13 +37,19 @@ Session &sessionOf(napi_env env, napi_value id)
     return *session;
 }
 
-// open(dispatch): dispatch(id, text) gets everything that arrives from now on.
+// open(collect): collect() is called when there is something to take, from now on.
 napi_value open(napi_env env, const Arguments &arguments)
 {
     if (!Environment::of(env).mailbox()->open(env, arguments[0])) {
         throw BadValue("a function, once");
     }
     return kNothing;
+}
+
+// take() -> [id, text, id, text, ...], empty when collect will be called again
+napi_value take(napi_env env, const Arguments &)
+{
+    return Environment::of(env).mailbox()->take(env);
 }
 
 // keepAlive(isKept): whether the event loop goes on without anything else to do.
@@ -208,6 +214,7 @@ NAPI_MODULE_INIT()
         return nullptr;
     }
     define<open>(env, exports, "open");
+    define<take>(env, exports, "take");
     define<keepAlive>(env, exports, "keepAlive");
     define<start>(env, exports, "start");
     define<stop>(env, exports, "stop");

@@ -1,33 +1,22 @@
 #include "mailbox.h"
 
-#include <memory>
+#include <algorithm>
+#include <iterator>
+#include <utility>
 
 namespace {
 
-struct Delivery
-{
-    ReceiverId id;
-    std::string text;
-};
+constexpr std::size_t kMostAtOnce = 256;
 
-/// What a listener throws is dealt with by the dispatching function. What is left here is the
-/// termination of a worker, and that must stay unhandled.
-void deliver(napi_env env, napi_value dispatch, void *, void *data)
+/// What a listener throws is dealt with in JavaScript. What is left here is the termination of a
+/// worker, and that must stay unhandled.
+void callCollect(napi_env env, napi_value collect, void *, void *)
 {
-    const std::unique_ptr<Delivery> delivery(static_cast<Delivery *>(data));
-    if (!env || !dispatch) {
-        return;
-    }
     napi_value receiver = nullptr;
-    napi_value arguments[2] = {};
-    if (napi_get_undefined(env, &receiver) != napi_ok ||
-        napi_create_int64(env, delivery->id, &arguments[0]) != napi_ok ||
-        napi_create_string_utf8(env, delivery->text.data(), delivery->text.size(), &arguments[1]) !=
-            napi_ok) {
+    if (!env || !collect || napi_get_undefined(env, &receiver) != napi_ok) {
         return;
     }
-    if (napi_call_function(env, receiver, dispatch, 2, arguments, nullptr) ==
-        napi_pending_exception) {
+    if (napi_call_function(env, receiver, collect, 0, nullptr, nullptr) == napi_pending_exception) {
         napi_value exception = nullptr;
         napi_get_and_clear_last_exception(env, &exception);
     }
@@ -35,13 +24,13 @@ void deliver(napi_env env, napi_value dispatch, void *, void *data)
 
 } // namespace
 
-bool Mailbox::open(napi_env env, napi_value dispatch)
+bool Mailbox::open(napi_env env, napi_value collect)
 {
     napi_value name = nullptr;
     napi_threadsafe_function function = nullptr;
     if (napi_create_string_utf8(env, "zelectronframework", NAPI_AUTO_LENGTH, &name) != napi_ok ||
-        napi_create_threadsafe_function(env, dispatch, nullptr, name, 0, 1, nullptr, nullptr,
-                                        nullptr, deliver, &function) != napi_ok) {
+        napi_create_threadsafe_function(env, collect, nullptr, name, 0, 1, nullptr, nullptr,
+                                        nullptr, callCollect, &function) != napi_ok) {
         return false;
     }
     // Nothing is pending yet; an idle framework must not keep the process from ending.
@@ -58,6 +47,7 @@ void Mailbox::close()
         napi_release_threadsafe_function(m_function, napi_tsfn_abort);
         m_function = nullptr;
     }
+    m_arrived.clear();
 }
 
 void Mailbox::keepAlive(napi_env env, bool isKept)
@@ -75,13 +65,50 @@ void Mailbox::keepAlive(napi_env env, bool isKept)
 
 bool Mailbox::post(ReceiverId id, std::string_view text)
 {
-    auto delivery = std::make_unique<Delivery>(Delivery{id, std::string(text)});
+    Delivery delivery{id, std::string(text)};
     const std::lock_guard<std::mutex> lock(m_mutex);
-    if (!m_function || napi_call_threadsafe_function(m_function, delivery.get(),
-                                                     napi_tsfn_nonblocking) != napi_ok) {
+    if (!m_function) {
         return false;
     }
-    // NOLINTNEXTLINE(bugprone-unused-return-value): deliver() owns it now.
-    (void)delivery.release();
+    if (!m_isCollecting) {
+        if (napi_call_threadsafe_function(m_function, nullptr, napi_tsfn_nonblocking) != napi_ok) {
+            m_function = nullptr; // the environment ends; it must not be asked again
+            return false;
+        }
+        m_isCollecting = true;
+    }
+    m_arrived.push_back(std::move(delivery));
     return true;
+}
+
+napi_value Mailbox::take(napi_env env)
+{
+    const std::deque<Delivery> taken = takeOldest();
+    napi_value array = nullptr;
+    napi_create_array_with_length(env, 2 * taken.size(), &array);
+    std::uint32_t index = 0;
+    for (const Delivery &delivery : taken) {
+        napi_value id = nullptr;
+        napi_value text = nullptr;
+        napi_create_int64(env, delivery.id, &id);
+        napi_create_string_utf8(env, delivery.text.data(), delivery.text.size(), &text);
+        napi_set_element(env, array, index++, id);
+        napi_set_element(env, array, index++, text);
+    }
+    return array;
+}
+
+std::deque<Mailbox::Delivery> Mailbox::takeOldest()
+{
+    std::deque<Delivery> taken;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_arrived.size() <= kMostAtOnce) {
+        taken.swap(m_arrived);
+    } else {
+        const auto end = m_arrived.begin() + kMostAtOnce;
+        std::move(m_arrived.begin(), end, std::back_inserter(taken));
+        m_arrived.erase(m_arrived.begin(), end);
+    }
+    m_isCollecting = !taken.empty();
+    return taken;
 }

@@ -37,6 +37,25 @@ test('whoever listens before the start hears the first event', async (t) => {
   assert.deepEqual(await heard, []);
 });
 
+test('a burst of events leaves room for the rest of the program', async (t) => {
+  const framework = await started(t);
+  const count = 2000;
+  let heard = 0;
+  framework.on(event, () => {
+    heard += 1;
+  });
+  standin.raise('userInfoChanged', count, 0);
+  const start = Date.now();
+  while (Date.now() < start + (isEmulated ? 5000 : 200)); // all of them arrive meanwhile
+  let most = 0;
+  while (heard < count) {
+    const before = heard;
+    await new Promise(setImmediate);
+    most = Math.max(most, heard - before);
+  }
+  assert.ok(most < count / 4, `${most} in one turn of the event loop`);
+});
+
 test('off, once, signals and disposal end a subscription', async (t) => {
   const framework = await started(t);
   const counts = {};
