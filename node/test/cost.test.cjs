@@ -4,6 +4,7 @@
 // the processor's caches as the other world has left them.
 
 const assert = require('node:assert/strict');
+const path = require('node:path');
 const { test } = require('node:test');
 const { diagnose } = require('../index.cjs');
 const { standin, started, isLong, isEmulated } = require('./support.cjs');
@@ -11,7 +12,9 @@ const { standin, started, isLong, isEmulated } = require('./support.cjs');
 // Short rounds, of which the fastest counts: whatever else the machine does only adds to it.
 const count = 500;
 const rounds = isLong ? 1000 : 500; // enough for the compiler to have settled
-const bar = isLong ? 2000 : 10000; // ns; the short form runs beside other work
+// The library that the host of GLib's loop runs reads JSON a third of a microsecond slower.
+const longBar = path.basename(process.execPath) === 'zef_glibnode' ? 2500 : 2000;
+const bar = isLong ? longBar : 10000; // ns; the short form runs beside other work
 
 function nanoseconds(work) {
   let least = Infinity;

@@ -23,7 +23,7 @@ async function load(t, kind, count) {
       `handles ${figures.handles}, loop delay at most ${figures.longestDelay.toFixed(1)} ms, ` +
       `99 % within ${figures.usualDelay.toFixed(1)} ms`,
   );
-  assert.ok(figures.megabytes < 16, `memory grew by ${figures.megabytes.toFixed(1)} MB`);
+  assert.ok(figures.megabytes < 6, `memory grew by ${figures.megabytes.toFixed(1)} MB`);
   assert.equal(figures.handles, 0);
   assert.equal(figures.replies, 0);
   if (isLong && !isEmulated) {
