@@ -26,14 +26,18 @@ IAccessbaseService *accessbaseServiceOrReply(const CallBackFunc &callback)
     return service;
 }
 
-/// {"header":{code:text, ...}}, each code's value as a text.
+/// {"header":{code:text, ...}}, each code's value as a text; there is at least one.
 QString headerRequest(const QVariantMap &codes)
 {
-    QVariantMap header;
+    QByteArray text;
     for (auto code = codes.cbegin(); code != codes.cend(); ++code) {
-        header.insert(header.constEnd(), code.key(), code.value().toString()); // in order
+        text += text.isEmpty() ? R"({"header":{)" : ",";
+        appendJsonString(text, code.key());
+        text += ':';
+        appendJsonString(text, code.value().toString());
     }
-    return QString::fromUtf8(jsonTextFromMap({{QStringLiteral("header"), header}}));
+    text += "}}";
+    return QString::fromUtf8(text);
 }
 
 } // namespace
