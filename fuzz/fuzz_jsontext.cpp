@@ -1,7 +1,7 @@
 // Holds the JSON codec against Qt's: the same maps with the same types from any text, the same
 // bytes from any map. The first byte chooses the direction.
 
-#include "framework/jsontext.h"
+#include "json/jsontext.h"
 
 #include <QDateTime>
 #include <QJsonArray>

@@ -2,12 +2,12 @@
 // that names what is wrong, by call and by asynCall.
 
 #include "account/zaccounthandler.h"
+#include "base/zdeliverygate.h"
 #include "dispatch/dottedpath.h"
 #include "dispatch/zeventmanager.h"
 #include "dispatch/zmethoddispatcher.h"
-#include "framework/zdeliverygate.h"
 #include "framework/zelectronapplication.h"
-#include "log/zutilshandler.h"
+#include "log/utils/zutilshandler.h"
 #include "meeting/zmeetinghandler.h"
 #include "services/zaccessbasehandler.h"
 #include "services/znetworkhandler.h"

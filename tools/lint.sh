@@ -28,6 +28,8 @@ keep_compiled() {
 
 # Each check is called as CHECK FILE...
 
+check_floors() { tools/floors.sh; }
+
 check_scripts() { shellcheck -x "$@"; }
 
 check_format() { clang-format --dry-run --Werror "$@"; }
@@ -59,6 +61,7 @@ mapfile -t scripts < <(candidates dev .ci/run '*.sh')
 mapfile -t sources < <(candidates '*.h' '*.cpp')
 check "Checking scripts" check_scripts "${scripts[@]}"
 check "Checking format" check_format "${sources[@]}"
+check "Checking that includes lead down" check_floors "${sources[@]}"
 
 # clang-tidy reads the files that moc writes, so the build comes first.
 build dev

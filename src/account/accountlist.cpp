@@ -2,7 +2,7 @@
 
 #include "account/accountservices.h"
 #include "dispatch/reply.h"
-#include "framework/jsontext.h"
+#include "json/jsontext.h"
 
 #include <QStringList>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "dispatch/callbackfunc.h"
+#include "base/callbackfunc.h"
 
 /// Answers with the accounts known on this machine: "accountListInfo" holds one JSON text per
 /// account, or a single short one when there is no account. Thread: any.

@@ -1,11 +1,10 @@
 #include "account/accountservices.h"
 
 #include "account/zaccountsdkproxy.h"
-#include "framework/zelectronapplication.h"
+#include "base/runningframework.h"
 
 IAccountSdk *accountSdk()
 {
-    const ZElectronApplication *application = g_electronApp;
-    const ZAccountSdkProxy *proxy = application ? application->accountSdkProxy() : nullptr;
+    const ZAccountSdkProxy *proxy = runningAccountSdkProxy();
     return proxy ? proxy->sdk() : nullptr;
 }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "account/accountrecords.h"
-#include "dispatch/callbackfunc.h"
+#include "base/callbackfunc.h"
 #include "log/izelectronlogproxy.h"
 
 #include <QByteArray>

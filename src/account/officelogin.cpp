@@ -2,9 +2,11 @@
 
 #include "account/accountservices.h"
 #include "account/officetasks.h"
+#include "base/delivery.h"
+#include "base/runningframework.h"
 #include "dispatch/reply.h"
-#include "framework/delivery.h"
-#include "framework/zelectronapplication.h"
+
+#include <QCoreApplication>
 
 #include <algorithm>
 
@@ -114,10 +116,7 @@ void requestOfficeUser(QObject *context, const CallBackFunc &callback)
         QStringLiteral("getOfficeUserInfo"), callback,
         [callback](const QVariantMap &result) { return answerOfficeUser(result, callback); });
 
-    const ZElectronApplication *application = g_electronApp;
-    const QVariantMap app = application
-                                ? application->initParams().value(QStringLiteral("app")).toMap()
-                                : QVariantMap();
+    const QVariantMap app = runningSettings().value(QStringLiteral("app")).toMap();
     const auto international = QStringLiteral("international");
     const QVariantMap request{
         {QStringLiteral("source"), QCoreApplication::applicationName()},

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "dispatch/callbackfunc.h"
+#include "base/callbackfunc.h"
 
 /// \file
 /// The signing methods of the account module. The account library signs; each success carries

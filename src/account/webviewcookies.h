@@ -1,6 +1,6 @@
 #pragma once
 
-#include "dispatch/callbackfunc.h"
+#include "base/callbackfunc.h"
 
 /// Answers with the account library's cookies for "url": "cookieList" holds one JSON text per
 /// cookie, shaped for a web view. Thread: any.

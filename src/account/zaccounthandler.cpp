@@ -7,18 +7,9 @@
 #include "account/webviewcookies.h"
 #include "dispatch/reply.h"
 
-#include <algorithm>
-#include <iterator>
-
 namespace {
 
 using LoginOperation = void (ILoginService::*)(const QVariantMap &, const CallBackFunc &);
-
-const QLatin1String kThreadSafeMethods[] = {
-    QLatin1String("queryWebviewCookies"), QLatin1String("getJwkPublicKeyStr"),
-    QLatin1String("signPopToken"),        QLatin1String("signLoginData"),
-    QLatin1String("generatePKCEParam"),   QLatin1String("getAccountListInfo"),
-};
 
 const auto kServiceMissing = QStringLiteral("service is nullptr");
 
@@ -43,10 +34,12 @@ void loginWith(const QString &loginType, const QVariantMap &params, const CallBa
 
 } // namespace
 
-bool ZAccountHandler::isThreadSafeMethod(const QString &method) const
+ZAccountHandler::ZAccountHandler(QObject *parent)
+    : ZMessageHandlerBase(
+          parent, {QStringLiteral("queryWebviewCookies"), QStringLiteral("getJwkPublicKeyStr"),
+                   QStringLiteral("signPopToken"), QStringLiteral("signLoginData"),
+                   QStringLiteral("generatePKCEParam"), QStringLiteral("getAccountListInfo")})
 {
-    return std::find(std::begin(kThreadSafeMethods), std::end(kThreadSafeMethods), method) !=
-           std::end(kThreadSafeMethods);
 }
 
 void ZAccountHandler::loginCallback(const QVariantMap &params, const CallBackFunc &callback)

@@ -38,8 +38,7 @@ class ZAccountHandler : public ZMessageHandlerBase
     Q_OBJECT
 
 public:
-    using ZMessageHandlerBase::ZMessageHandlerBase;
-    bool isThreadSafeMethod(const QString &method) const override;
+    explicit ZAccountHandler(QObject *parent);
 
 public Q_SLOTS:
     void loginCallback(const QVariantMap &params, const CallBackFunc &callback);

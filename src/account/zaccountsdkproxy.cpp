@@ -1,9 +1,9 @@
 #include "account/zaccountsdkproxy.h"
 
 #include "account/iaccountsdk.h"
+#include "account/logrelay.h"
 #include "log/librarylocation.h"
 #include "log/logline.h"
-#include "log/logrelay.h"
 
 #include <QDebug>
 

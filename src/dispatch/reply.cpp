@@ -1,6 +1,8 @@
 #include "dispatch/reply.h"
 
-#include "framework/zelectronapplication.h"
+#include "base/runningframework.h"
+
+#include <QObject>
 
 namespace {
 
@@ -51,7 +53,7 @@ bool replyFail(const CallBackFunc &callback, const QString &message)
 
 bool postReplyFail(const CallBackFunc &callback, const QString &message)
 {
-    ZElectronApplication *application = g_electronApp;
+    QObject *application = runningApplication();
     if (!application) {
         return false;
     }

@@ -1,56 +1,44 @@
 #pragma once
 
-#include "dispatch/callbackfunc.h"
-#include "zelectronframework/zelectronframework.h"
+#include "dispatch/zevent.h"
 
+#include <QHash>
 #include <QObject>
 #include <QString>
 
-#include <array>
-#include <cstddef>
-#include <map>
-#include <memory>
-#include <mutex>
 #include <vector>
 
-/// The host's subscriptions to the events of the account binding.
+/// The host's subscriptions to events.
 ///
-/// Lives on the host thread and belongs to the application; its functions are callable from any
-/// thread. Every event is delivered on the host thread, because the manager is the context of its
-/// connections: so at most one thread runs callbacks, and removeListener can wait for it.
+/// Lives on the host thread and belongs to the application. The table of events is filled before
+/// init returns and only read afterwards; addListener and the removals are callable from any
+/// thread.
 ///
-/// There is one connection for each event, made before the host can subscribe. Qt publishes a new
-/// connection to the emitting thread without a memory barrier, which on Arm is not enough for
-/// connections that come and go on other threads.
+/// Each event has one connection, made before the host can subscribe. Qt publishes a new connection
+/// to the emitting thread without a memory barrier, which on Arm is not enough for connections that
+/// come and go on other threads.
 class ZEventManager : public QObject
 {
 public:
-    using ListenerHandle = zelectronframeworkspace::ListenerHandle;
+    using ListenerHandle = ZEvent::ListenerHandle;
 
     explicit ZEventManager(QObject *parent);
     ~ZEventManager() override;
 
-    /// \param path "account.event"; see kEvents in the source for the seven events.
-    /// \return 0 when there is no such event, or no account binding to connect to.
+    /// Makes an event "module.signal" of every signal that the sender's own class declares. They
+    /// are emitted on the host thread.
+    void addEvents(const QString &module, const QObject *sender);
+
+    /// \param path "module.event"; what follows a second point is ignored.
+    /// \return 0 when there is no such event.
     ListenerHandle addListener(const QString &path, const CallBackFunc &callback);
 
-    /// When it has returned on another thread than the host thread, the callback is not running and
-    /// will not be entered. Unknown handles are ignored.
+    /// As ZEvent::remove.
     void removeListener(ListenerHandle handle);
 
     void removeAllListeners();
 
 private:
-    class Subscription;
-    using Subscriptions = std::vector<std::shared_ptr<Subscription>>;
-    static constexpr std::size_t kEventCount = 7;
-
-    void deliver(std::size_t event);
-    std::shared_ptr<const Subscriptions> subscriptionsTo(std::size_t event);
-    void end(Subscription &subscription);
-
-    std::mutex m_mutex; // guards everything below; held over no callback
-    std::map<ListenerHandle, std::shared_ptr<Subscription>> m_subscriptions;
-    // What deliver goes through, in the order of subscribing; null when it has to be made anew.
-    std::array<std::shared_ptr<const Subscriptions>, kEventCount> m_deliveryLists;
+    QHash<QString, std::size_t> m_indexes; // by path
+    std::vector<ZEvent *> m_events;
 };

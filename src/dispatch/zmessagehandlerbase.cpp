@@ -7,6 +7,7 @@
 #include <QThread>
 
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -36,7 +37,8 @@ private:
 
 } // namespace
 
-ZMessageHandlerBase::ZMessageHandlerBase(QObject *parent) : QObject(parent)
+ZMessageHandlerBase::ZMessageHandlerBase(QObject *parent, QStringList threadSafeMethods)
+    : QObject(parent), m_threadSafeMethods(std::move(threadSafeMethods))
 {
     qRegisterMetaType<CallBackFunc>("CallBackFunc");
 }
@@ -86,9 +88,9 @@ bool ZMessageHandlerBase::asynCall(const QString &method, const QVariantMap &par
            postReplyFail(callback, failure(method));
 }
 
-bool ZMessageHandlerBase::isThreadSafeMethod(const QString &) const
+bool ZMessageHandlerBase::isThreadSafeMethod(const QString &method) const
 {
-    return false;
+    return m_threadSafeMethods.contains(method);
 }
 
 int ZMessageHandlerBase::slotIndex(const QString &method) const

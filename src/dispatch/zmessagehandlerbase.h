@@ -1,10 +1,11 @@
 #pragma once
 
-#include "dispatch/callbackfunc.h"
+#include "base/callbackfunc.h"
 
 #include <QHash>
 #include <QObject>
 #include <QString>
+#include <QStringList>
 
 #include <mutex>
 
@@ -18,20 +19,20 @@ class ZMessageHandlerBase : public QObject
     Q_OBJECT
 
 public:
-    explicit ZMessageHandlerBase(QObject *parent);
+    /// \param threadSafeMethods the methods that call may run on another thread than the host
+    ///                          thread.
+    ZMessageHandlerBase(QObject *parent, QStringList threadSafeMethods);
 
     /// Runs the method on the calling thread.
     /// \return the last reply that the method gave before it returned; an empty map when it gave
     /// none.
-    virtual QVariantMap call(const QString &method, const QVariantMap &params);
+    QVariantMap call(const QString &method, const QVariantMap &params);
 
     /// Queues the method, or a reply that names its failure, to the host thread.
     /// \return whether anything was queued.
-    virtual bool asynCall(const QString &method, const QVariantMap &params,
-                          const CallBackFunc &callback);
+    bool asynCall(const QString &method, const QVariantMap &params, const CallBackFunc &callback);
 
-    /// Whether call may run the method on another thread than the host thread.
-    virtual bool isThreadSafeMethod(const QString &method) const;
+    bool isThreadSafeMethod(const QString &method) const;
 
 private:
     int slotIndex(const QString &method) const;
@@ -41,4 +42,6 @@ private:
     // afterwards.
     mutable std::once_flag m_once;
     mutable QHash<QString, int> m_slots;
+
+    const QStringList m_threadSafeMethods;
 };

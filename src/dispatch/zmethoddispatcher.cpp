@@ -1,12 +1,8 @@
 #include "dispatch/zmethoddispatcher.h"
 
-#include "account/zaccounthandler.h"
 #include "dispatch/dottedpath.h"
 #include "dispatch/reply.h"
-#include "log/zutilshandler.h"
-#include "meeting/zmeetinghandler.h"
-#include "services/zaccessbasehandler.h"
-#include "services/znetworkhandler.h"
+#include "dispatch/zmessagehandlerbase.h"
 
 namespace {
 
@@ -20,16 +16,6 @@ QString moduleMissing(const QString &module)
 } // namespace
 
 ZMethodDispatcher::ZMethodDispatcher(QObject *parent) : QObject(parent) {}
-
-bool ZMethodDispatcher::initHandlers()
-{
-    m_handlers.insert(QStringLiteral("account"), new ZAccountHandler(this));
-    m_handlers.insert(QStringLiteral("network"), new ZNetworkHandler(this));
-    m_handlers.insert(QStringLiteral("utils"), new ZUtilsHandler(this));
-    m_handlers.insert(QStringLiteral("meeting"), new ZMeetingHandler(this));
-    m_handlers.insert(QStringLiteral("accessbase"), new ZAccessbaseHandler(this));
-    return true;
-}
 
 QVariantMap ZMethodDispatcher::call(const QString &path, const QVariantMap &params)
 {

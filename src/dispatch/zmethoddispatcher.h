@@ -1,6 +1,6 @@
 #pragma once
 
-#include "dispatch/callbackfunc.h"
+#include "base/callbackfunc.h"
 
 #include <QMap>
 #include <QObject>
@@ -19,7 +19,7 @@ class ZMethodDispatcher : public QObject
 public:
     explicit ZMethodDispatcher(QObject *parent);
 
-    /// Creates the handlers of all modules.
+    /// Creates the handlers of all modules; defined where they are known.
     [[nodiscard]] bool initHandlers();
 
     /// Runs a method on the calling thread; failures of routing are replies too.

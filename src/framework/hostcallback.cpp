@@ -1,7 +1,7 @@
 #include "framework/hostcallback.h"
 
-#include "framework/delivery.h"
-#include "framework/jsontext.h"
+#include "base/delivery.h"
+#include "json/jsontext.h"
 
 using zelectronframeworkspace::IElectronCallback;
 using zelectronframeworkspace::kLengthNotGiven;

@@ -1,10 +1,11 @@
 #include "framework/zelectronapplication.h"
 
 #include "account/zaccountsdkproxy.h"
+#include "base/runningframework.h"
+#include "base/zdeliverygate.h"
 #include "dispatch/zeventmanager.h"
 #include "dispatch/zmethoddispatcher.h"
 #include "framework/processguard.h"
-#include "framework/zdeliverygate.h"
 #include "log/librarylocation.h"
 #include "log/logline.h"
 #include "log/zelectronlogproxy.h"
@@ -25,6 +26,23 @@ const auto kProxy = QStringLiteral("proxy");
 const char *const kRequiredKeys[] = {"appName", "productName", "version", "localStoragePath"};
 
 } // namespace
+
+QObject *runningApplication()
+{
+    return g_electronApp.load();
+}
+
+QVariantMap runningSettings()
+{
+    const ZElectronApplication *application = g_electronApp;
+    return application ? application->initParams() : QVariantMap();
+}
+
+ZAccountSdkProxy *runningAccountSdkProxy()
+{
+    const ZElectronApplication *application = g_electronApp;
+    return application ? application->accountSdkProxy() : nullptr;
+}
 
 ZElectronApplication::ZElectronApplication(int &argc, char **argv) : QCoreApplication(argc, argv)
 {
@@ -65,14 +83,16 @@ bool ZElectronApplication::initialize(const QVariantMap &params)
         }
     }
     if (!m_eventManager) {
-        m_eventManager = new ZEventManager(this);
+        auto *eventManager = new ZEventManager(this);
+        eventManager->addEvents(QStringLiteral("account"), accountSdkProxy());
+        m_eventManager = eventManager;
     }
     if (!m_dispatcher) {
         auto *dispatcher = new ZMethodDispatcher(this);
-        m_dispatcher = dispatcher;
         if (!dispatcher->initHandlers()) {
             return false;
         }
+        m_dispatcher = dispatcher;
     }
     if (!m_callbackFuncManager) {
         m_callbackFuncManager = new ZCallbackFuncManager(this);

@@ -1,14 +1,14 @@
 #include "framework/zelectronframework.h"
 
+#include "base/zdeliverygate.h"
 #include "dispatch/zeventmanager.h"
 #include "dispatch/zmethoddispatcher.h"
 #include "framework/hostcallback.h"
-#include "framework/jsontext.h"
 #include "framework/processguard.h"
-#include "framework/zdeliverygate.h"
 #include "framework/zelectronapplication.h"
 #include "log/logline.h"
 #include "meeting/zcallbackfuncmanager.h"
+#include "json/jsontext.h"
 
 #include <QThread>
 

@@ -1,8 +1,8 @@
 #include "log/zelectronlogproxy.h"
 
-#include "framework/zelectronapplication.h"
 #include "log/logline.h"
 
+#include <QCoreApplication>
 #include <QDebug>
 #include <QDir>
 #include <QFileInfo>
@@ -41,7 +41,8 @@ bool ZElectronLogProxy::load()
     resolve(library, "getVemoLogSavePath", m_getVemoLogSavePath);
     resolve(library, "explicitDefineProductNameForLogPath", m_explicitDefineProductNameForLogPath);
 
-    if (g_electronApp && m_explicitDefineLogName && m_explicitDefineProductNameForLogPath) {
+    if (QCoreApplication::instance() && m_explicitDefineLogName &&
+        m_explicitDefineProductNameForLogPath) {
         nameLog();
     }
     return true;

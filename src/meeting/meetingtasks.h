@@ -1,6 +1,6 @@
 #pragma once
 
-#include "dispatch/callbackfunc.h"
+#include "base/callbackfunc.h"
 
 #include <QMap>
 #include <QString>

@@ -2,7 +2,7 @@
 
 #include "account/accountservices.h"
 #include "account/officetasks.h"
-#include "framework/delivery.h"
+#include "base/delivery.h"
 #include "meeting/meetingtasks.h"
 #include "meeting/officemessages.h"
 

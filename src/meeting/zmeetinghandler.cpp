@@ -2,8 +2,8 @@
 
 #include "account/accountservices.h"
 #include "account/officetasks.h"
+#include "base/delivery.h"
 #include "dispatch/reply.h"
-#include "framework/delivery.h"
 #include "meeting/officemessages.h"
 
 namespace {
@@ -27,6 +27,8 @@ bool answerStatus(int status, const QVariantMap &reply, const CallBackFunc &call
 }
 
 } // namespace
+
+ZMeetingHandler::ZMeetingHandler(QObject *parent) : ZMessageHandlerBase(parent, {}) {}
 
 void ZMeetingHandler::changeMeetingStatus(const QVariantMap &params, const CallBackFunc &callback)
 {

@@ -18,7 +18,7 @@ class ZMeetingHandler : public ZMessageHandlerBase
     Q_OBJECT
 
 public:
-    using ZMessageHandlerBase::ZMessageHandlerBase;
+    explicit ZMeetingHandler(QObject *parent);
 
 public Q_SLOTS:
     void changeMeetingStatus(const QVariantMap &params, const CallBackFunc &callback);

@@ -3,18 +3,9 @@
 #include "account/accountservices.h"
 #include "dispatch/reply.h"
 #include "dispatch/servicereply.h"
-#include "framework/jsontext.h"
-
-#include <algorithm>
-#include <iterator>
+#include "json/jsontext.h"
 
 namespace {
-
-const QLatin1String kThreadSafeMethods[] = {
-    QLatin1String("getDeviceInfo"),
-    QLatin1String("getDeviceNetworkStatus"),
-    QLatin1String("getDeviceHeader"),
-};
 
 /// Reaches the accessbase service, or answers that there is none.
 IAccessbaseService *accessbaseServiceOrReply(const CallBackFunc &callback)
@@ -42,10 +33,11 @@ QString headerRequest(const QVariantMap &codes)
 
 } // namespace
 
-bool ZAccessbaseHandler::isThreadSafeMethod(const QString &method) const
+ZAccessbaseHandler::ZAccessbaseHandler(QObject *parent)
+    : ZMessageHandlerBase(parent, {QStringLiteral("getDeviceInfo"),
+                                   QStringLiteral("getDeviceNetworkStatus"),
+                                   QStringLiteral("getDeviceHeader")})
 {
-    return std::find(std::begin(kThreadSafeMethods), std::end(kThreadSafeMethods), method) !=
-           std::end(kThreadSafeMethods);
 }
 
 void ZAccessbaseHandler::getDeviceInfo(const QVariantMap &, const CallBackFunc &callback)

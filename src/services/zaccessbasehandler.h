@@ -19,8 +19,7 @@ class ZAccessbaseHandler : public ZMessageHandlerBase
     Q_OBJECT
 
 public:
-    using ZMessageHandlerBase::ZMessageHandlerBase;
-    bool isThreadSafeMethod(const QString &method) const override;
+    explicit ZAccessbaseHandler(QObject *parent);
 
 public Q_SLOTS:
     void getDeviceInfo(const QVariantMap &params, const CallBackFunc &callback);

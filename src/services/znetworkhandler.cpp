@@ -13,10 +13,8 @@ QVariantMap okData()
 
 } // namespace
 
-bool ZNetworkHandler::isThreadSafeMethod(const QString &) const
-{
-    return false; // the proxy is process-wide state of Qt, set on the host thread only
-}
+// The proxy is process-wide state of Qt, set on the host thread only.
+ZNetworkHandler::ZNetworkHandler(QObject *parent) : ZMessageHandlerBase(parent, {}) {}
 
 void ZNetworkHandler::updateProxyInfo(const QVariantMap &params, const CallBackFunc &callback)
 {

@@ -16,8 +16,7 @@ class ZNetworkHandler : public ZMessageHandlerBase
     Q_OBJECT
 
 public:
-    using ZMessageHandlerBase::ZMessageHandlerBase;
-    bool isThreadSafeMethod(const QString &method) const override;
+    explicit ZNetworkHandler(QObject *parent);
 
 public Q_SLOTS:
     void updateProxyInfo(const QVariantMap &params, const CallBackFunc &callback);

@@ -1,6 +1,6 @@
 #include "account/zaccounthandler.h"
 #include "account/zaccountsdkproxy.h"
-#include "log/zutilshandler.h"
+#include "log/utils/zutilshandler.h"
 #include "meeting/zmeetinghandler.h"
 #include "services/zaccessbasehandler.h"
 #include "services/znetworkhandler.h"

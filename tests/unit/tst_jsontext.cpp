@@ -1,4 +1,4 @@
-#include "framework/jsontext.h"
+#include "json/jsontext.h"
 
 #include <QDateTime>
 #include <QJsonArray>

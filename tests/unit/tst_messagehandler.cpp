@@ -12,11 +12,7 @@ class AnsweringHandler : public ZMessageHandlerBase
     Q_OBJECT
 
 public:
-    using ZMessageHandlerBase::ZMessageHandlerBase;
-    bool isThreadSafeMethod(const QString &method) const override
-    {
-        return method == QLatin1String("echo");
-    }
+    AnsweringHandler() : ZMessageHandlerBase(nullptr, {"echo"}) {}
 
     CallBackFunc kept;
 
@@ -105,26 +101,26 @@ void tst_MessageHandler::callAnswers()
     QFETCH(QString, method);
     QFETCH(QVariantMap, expected);
 
-    AnsweringHandler handler(nullptr);
+    AnsweringHandler handler;
     QCOMPARE(handler.call(method, {{"a", 1}}), expected);
 }
 
 void tst_MessageHandler::callTakesTheLastAnswer()
 {
-    AnsweringHandler handler(nullptr);
+    AnsweringHandler handler;
     QCOMPARE(handler.call("answerTwice", {}).value("msg").toString(), QStringLiteral("second"));
 }
 
 void tst_MessageHandler::lateAnswerReachesNobody()
 {
-    AnsweringHandler handler(nullptr);
+    AnsweringHandler handler;
     QCOMPARE(handler.call("answerLater", {}), QVariantMap());
     std::thread([late = std::move(handler.kept)] { late({{"late", true}}); }).join();
 }
 
 void tst_MessageHandler::foreignThreadRunsOnlyListedMethods()
 {
-    AnsweringHandler handler(nullptr);
+    AnsweringHandler handler;
     QVariantMap listed;
     QVariantMap unlisted;
     QVariantMap spaced;

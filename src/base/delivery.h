@@ -1,6 +1,6 @@
 #pragma once
 
-#include "framework/zdeliverygate.h"
+#include "base/zdeliverygate.h"
 #include "log/logline.h"
 
 /// Runs what a function object of ours does when the account library calls it, which may be late,

@@ -1,6 +1,6 @@
-#include "log/logrelay.h"
+#include "account/logrelay.h"
 
-#include "framework/zdeliverygate.h"
+#include "base/zdeliverygate.h"
 #include "log/zelectronlogproxy.h"
 
 namespace {

@@ -1,11 +1,11 @@
-#include "log/zutilshandler.h"
+#include "log/utils/zutilshandler.h"
 
 #include "dispatch/reply.h"
 #include "log/zelectronlogproxy.h"
 
-bool ZUtilsHandler::isThreadSafeMethod(const QString &method) const
+ZUtilsHandler::ZUtilsHandler(QObject *parent)
+    : ZMessageHandlerBase(parent, {QStringLiteral("getLogPath")})
 {
-    return method == QLatin1String("getLogPath");
 }
 
 void ZUtilsHandler::getLogPath(const QVariantMap &, const CallBackFunc &callback)

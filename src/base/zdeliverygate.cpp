@@ -1,4 +1,4 @@
-#include "framework/zdeliverygate.h"
+#include "base/zdeliverygate.h"
 
 namespace {
 

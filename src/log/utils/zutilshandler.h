@@ -15,8 +15,7 @@ class ZUtilsHandler : public ZMessageHandlerBase
     Q_OBJECT
 
 public:
-    using ZMessageHandlerBase::ZMessageHandlerBase;
-    bool isThreadSafeMethod(const QString &method) const override;
+    explicit ZUtilsHandler(QObject *parent);
 
 public Q_SLOTS:
     void getLogPath(const QVariantMap &params, const CallBackFunc &callback);
