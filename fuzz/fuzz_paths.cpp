@@ -2,7 +2,7 @@
 // that names what is wrong, by call and by asynCall.
 
 #include "account/zaccounthandler.h"
-#include "base/zdeliverygate.h"
+#include "base/run.h"
 #include "dispatch/dottedpath.h"
 #include "dispatch/zeventmanager.h"
 #include "dispatch/zmethoddispatcher.h"
@@ -93,8 +93,7 @@ struct Fixture
 {
     Fixture() : application(argc, nullptr), dispatcher(&application), events(&application)
     {
-        ZDeliveryGate::instance().open();
-        require(dispatcher.initHandlers(), "no handlers", {});
+        require(Run::begin() && dispatcher.initHandlers(), "no start", {});
     }
 
     int argc = 0;

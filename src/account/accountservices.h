@@ -7,7 +7,7 @@
 /// the method that asked: any link may be missing at any time.
 ///
 /// Thread: any. Off the host thread only from a synchronous call of the host or from inside a
-/// ZDeliveryScope: shutdown waits for the latter before it takes the library down.
+/// RunScope: shutdown waits for the latter before it takes the library down.
 
 /// The root interface; null when a link up to it is missing.
 IAccountSdk *accountSdk();

@@ -1,6 +1,6 @@
 #include "account/logrelay.h"
 
-#include "base/zdeliverygate.h"
+#include "base/run.h"
 #include "log/zelectronlogproxy.h"
 
 namespace {
@@ -29,7 +29,7 @@ private:
     static void forward(LevelOperation operation, const std::wstring &module,
                         const std::wstring &message)
     {
-        const ZDeliveryScope scope(ZDeliveryGate::instance().currentRun());
+        const RunScope scope(Run::current());
         IZElectronLogProxy *logProxy = scope ? g_logProxy.load() : nullptr;
         if (logProxy) {
             (logProxy->*operation)(module, message);

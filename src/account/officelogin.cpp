@@ -40,15 +40,16 @@ void submit(QObject *context, const QString &taskName, const QVariantMap &params
 template <typename Answer>
 TaskCallback whenFinished(const QString &method, const CallBackFunc &callback, Answer answer)
 {
-    return [=, run = ZDeliveryGate::instance().currentRun()](const int &status,
-                                                             const QVariantMap &reply) {
+    return [=, run = Run::current()](const int &status, const QVariantMap &reply) {
         return deliverInRun(run, [&] {
-            try {
+            const auto finish = [&] {
                 return status >= kTaskFinished && answer(taskResult(reply));
-            } catch (...) {
+            };
+            return guarded(finish, [&] {
                 logError("whenFinished", "exception from method:%1", {method});
-                return replyFail(callback, QStringLiteral("method:%1 asynCall failed").arg(method));
-            }
+                return replyFailUnlessAnswered(
+                    callback, QStringLiteral("method:%1 asynCall failed").arg(method));
+            });
         });
     };
 }

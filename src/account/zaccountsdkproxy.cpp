@@ -2,26 +2,17 @@
 
 #include "account/iaccountsdk.h"
 #include "account/logrelay.h"
-#include "log/librarylocation.h"
+#include "log/closedlibrary.h"
+#include "log/guarded.h"
 #include "log/logline.h"
 
-#include <QDebug>
+#include <QMetaMethod>
 
 #include <dlfcn.h>
 
 namespace {
 
 const char kLibrary[] = "libzaccountlite.so";
-
-using InitInterface = bool (*)();
-using GetInterface = bool (*)(IAccountSdk **);
-using UninitInterface = void (*)();
-
-template <typename Function>
-Function resolve(void *library, const char *symbol)
-{
-    return reinterpret_cast<Function>(dlsym(library, symbol));
-}
 
 } // namespace
 
@@ -30,38 +21,27 @@ ZAccountSdkProxy::ZAccountSdkProxy(QObject *parent) : QObject(parent) {}
 bool ZAccountSdkProxy::load()
 {
     if (!m_libraryHandle) {
-        m_libraryHandle = dlopen(kLibrary, RTLD_LAZY);
+        m_libraryHandle = openClosedLibrary(kLibrary);
     }
     if (!m_libraryHandle) {
-        const char *reason = dlerror(); // NOLINT(concurrency-mt-unsafe): per thread in glibc
-        qDebug() << "load fail: " << (reason ? reason : "");
         return false;
     }
     warnIfFromElsewhere(kLibrary);
-    return true;
+    return findFunctions(m_libraryHandle, kLibrary,
+                         {
+                             {m_initInterface, "InitInterface", ClosedFunction::Required},
+                             {m_getInterface, "GetInterface", ClosedFunction::Required},
+                             {m_uninitInterface, "UninitInterface", ClosedFunction::Optional},
+                         });
 }
 
 bool ZAccountSdkProxy::init(const QVariantMap &params)
 {
-    if (!load()) {
-        return false;
-    }
-
-    // Both look-ups come before either call.
-    const auto initInterface = resolve<InitInterface>(m_libraryHandle, "InitInterface");
-    if (!initInterface) {
-        return false;
-    }
-    const auto getInterface = resolve<GetInterface>(m_libraryHandle, "GetInterface");
-    if (!getInterface) {
-        return false;
-    }
-
-    if (!initInterface()) {
+    if (!load() || !m_initInterface()) {
         return false;
     }
     IAccountSdk *accountSdk = nullptr;
-    const bool isObtained = getInterface(&accountSdk);
+    const bool isObtained = m_getInterface(&accountSdk);
     m_sdk = accountSdk;
     if (!isObtained || !accountSdk) {
         return false;
@@ -77,38 +57,38 @@ bool ZAccountSdkProxy::init(const QVariantMap &params)
 
 void ZAccountSdkProxy::connectNotifier()
 {
-    // By name, because the notifier's class is the library's own. A signal that it lacks stays
-    // silent.
-    connect(sdk()->notifier(), SIGNAL(initFinished()), this, SIGNAL(initFinished()));
-    connect(sdk()->notifier(), SIGNAL(currentAccountChanged()), this,
-            SIGNAL(currentAccountChanged()));
-    connect(sdk()->notifier(), SIGNAL(authInfoChanged()), this, SIGNAL(authInfoChanged()));
-    connect(sdk()->notifier(), SIGNAL(userInfoChanged()), this, SIGNAL(userInfoChanged()));
-    connect(sdk()->notifier(), SIGNAL(companyInfoChanged()), this, SIGNAL(companyInfoChanged()));
-    connect(sdk()->notifier(), SIGNAL(accountListInfoChanged()), this,
-            SIGNAL(accountListInfoChanged()));
-    connect(sdk()->notifier(), SIGNAL(cookieUpdated()), this, SIGNAL(cookieUpdated()));
+    for (int index = staticMetaObject.methodOffset(); index < staticMetaObject.methodCount();
+         ++index) {
+        const QMetaMethod ownSignal = staticMetaObject.method(index);
+        const QObject *notifier = sdk()->notifier();
+        // By name, because the notifier's class is the library's own. Qt would print a warning
+        // about a signal that it lacks.
+        const int found =
+            notifier ? notifier->metaObject()->indexOfSignal(ownSignal.methodSignature()) : -1;
+        if (found >= 0) {
+            m_connections.push_back(
+                connect(notifier, notifier->metaObject()->method(found), this, ownSignal));
+        }
+    }
 }
 
 void ZAccountSdkProxy::shutdown()
 {
-    // An exception of the library must not keep the rest of the shutdown from happening.
-    const auto guarded = [](auto step) {
-        try {
-            step();
-        } catch (...) {
-            logError("shutdown", "exception from the account library");
-        }
-    };
+    // Its code goes with the library, its notifier perhaps never.
+    for (const QMetaObject::Connection &connection : m_connections) {
+        disconnect(connection);
+    }
 
+    // An exception of the library must not keep the rest of the shutdown from happening.
+    const auto threw = [] { logError("shutdown", "exception from the account library"); };
     if (IAccountSdk *accountSdk = sdk()) {
-        guarded([accountSdk] { accountSdk->uninit(); });
+        guarded([accountSdk] { accountSdk->uninit(); }, threw);
     }
     if (!m_libraryHandle) {
         return;
     }
-    if (const auto uninitInterface = resolve<UninitInterface>(m_libraryHandle, "UninitInterface")) {
-        guarded(uninitInterface);
+    if (m_uninitInterface) {
+        guarded(m_uninitInterface, threw);
     }
     dlclose(m_libraryHandle);
     m_libraryHandle = nullptr;

@@ -4,6 +4,7 @@
 #include <QVariantMap>
 
 #include <atomic>
+#include <vector>
 
 class IAccountSdk;
 
@@ -22,7 +23,8 @@ public:
     /// Called once. On a false result, what was reached stays for shutdown.
     [[nodiscard]] bool init(const QVariantMap &params);
 
-    /// Ends and unloads the library, as far as init came. Nothing calls into it afterwards.
+    /// Ends and unloads the library, as far as init came. No event of it arrives any more, and
+    /// nothing calls into it afterwards.
     void shutdown();
 
     /// The root interface, owned by the library; null when it was not reached. Any thread.
@@ -42,5 +44,9 @@ private:
     void connectNotifier();
 
     void *m_libraryHandle = nullptr;
+    bool (*m_initInterface)() = nullptr;
+    bool (*m_getInterface)(IAccountSdk **) = nullptr;
+    void (*m_uninitInterface)() = nullptr;
     std::atomic<IAccountSdk *> m_sdk{nullptr};
+    std::vector<QMetaObject::Connection> m_connections; // from the library's notifier
 };

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "base/zdeliverygate.h"
+#include "base/run.h"
+#include "log/guarded.h"
 #include "log/logline.h"
 
 /// Runs what a function object of ours does when the account library calls it, which may be late,
@@ -13,14 +14,9 @@
 template <typename Body>
 bool deliverInRun(quint64 run, Body body)
 {
-    const ZDeliveryScope scope(run);
-    if (!scope) {
-        return false;
-    }
-    try {
-        return body();
-    } catch (...) {
-        logError("deliverInRun", "exception in a delivery");
-        return false;
-    }
+    const RunScope scope(run);
+    return scope && guarded(body, [] {
+               logError("deliverInRun", "exception in a delivery");
+               return false;
+           });
 }

@@ -4,6 +4,9 @@
 
 #include <QObject>
 
+#include <atomic>
+#include <memory>
+
 namespace {
 
 const auto kResult = QStringLiteral("result");
@@ -12,6 +15,34 @@ const auto kFail = QStringLiteral("fail");
 const auto kMessage = QStringLiteral("msg");
 const auto kSuccess = QStringLiteral("success");
 const auto kData = QStringLiteral("data");
+
+class RememberingCallback
+{
+public:
+    explicit RememberingCallback(const CallBackFunc &callback)
+        : m_shared(std::make_shared<Shared>(callback))
+    {
+    }
+
+    void operator()(const QVariantMap &reply) const
+    {
+        m_shared->isAnswered = true;
+        m_shared->callback(reply);
+    }
+
+    bool isAnswered() const { return m_shared->isAnswered; }
+
+private:
+    struct Shared
+    {
+        explicit Shared(const CallBackFunc &wrapped) : callback(wrapped) {}
+
+        const CallBackFunc callback;
+        std::atomic<bool> isAnswered{false};
+    };
+
+    std::shared_ptr<Shared> m_shared;
+};
 
 } // namespace
 
@@ -49,6 +80,17 @@ bool replyFail(const CallBackFunc &callback, const QString &message)
     }
     callback(buildFailResult(message, {}));
     return true;
+}
+
+CallBackFunc remembering(const CallBackFunc &callback)
+{
+    return callback ? CallBackFunc(RememberingCallback(callback)) : CallBackFunc();
+}
+
+bool replyFailUnlessAnswered(const CallBackFunc &callback, const QString &message)
+{
+    const auto *remembering = callback.target<RememberingCallback>();
+    return !(remembering && remembering->isAnswered()) && replyFail(callback, message);
 }
 
 bool postReplyFail(const CallBackFunc &callback, const QString &message)

@@ -16,6 +16,15 @@ QVariantMap buildFailResult(const QString &message, const QVariantMap &data);
 bool replySuccess(const CallBackFunc &callback, const QVariantMap &data);
 bool replyFail(const CallBackFunc &callback, const QString &message);
 
+/// A completion function that remembers whether it has been called, together with its copies. Empty
+/// when \p callback is.
+CallBackFunc remembering(const CallBackFunc &callback);
+
+/// Answers "fail", unless the completion function remembers an answer: what fails behind that is no
+/// reply any more.
+/// \return whether it was answered now.
+bool replyFailUnlessAnswered(const CallBackFunc &callback, const QString &message);
+
 /// Queues replyFail, with copies of both arguments, to the host thread.
 /// \return false when no application is running: nobody is answered then.
 bool postReplyFail(const CallBackFunc &callback, const QString &message);

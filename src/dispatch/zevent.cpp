@@ -1,5 +1,6 @@
 #include "dispatch/zevent.h"
 
+#include "log/guarded.h"
 #include "log/logline.h"
 
 #include <QThread>
@@ -75,11 +76,8 @@ void ZEvent::deliver()
             continue;
         }
         const Delivery delivery(*this, subscription.handle, lock);
-        try {
-            subscription.callback({});
-        } catch (...) {
-            logError("deliver", "exception from a listener");
-        }
+        guarded([&] { subscription.callback({}); },
+                [] { logError("deliver", "exception from a listener"); });
     }
     compact();
 }

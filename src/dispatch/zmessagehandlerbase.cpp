@@ -1,12 +1,14 @@
 #include "dispatch/zmessagehandlerbase.h"
 
 #include "dispatch/reply.h"
+#include "log/guarded.h"
 #include "log/logline.h"
 
 #include <QMetaMethod>
 #include <QThread>
 
 #include <memory>
+#include <optional>
 #include <utility>
 
 namespace {
@@ -24,7 +26,7 @@ public:
         m_reply = reply;
     }
 
-    QVariantMap get() const
+    std::optional<QVariantMap> get() const
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         return m_reply;
@@ -32,7 +34,7 @@ public:
 
 private:
     mutable std::mutex m_mutex; // guards m_reply
-    QVariantMap m_reply;
+    std::optional<QVariantMap> m_reply;
 };
 
 } // namespace
@@ -57,13 +59,16 @@ QVariantMap ZMessageHandlerBase::call(const QString &method, const QVariantMap &
         return failed();
     }
     const auto holder = std::make_shared<ResultHolder>();
-    try {
-        runSlot(index, params, [holder](const QVariantMap &reply) { holder->set(reply); });
-    } catch (...) {
-        logError("call", "exception from method:%1", {method});
-        return failed();
-    }
-    return holder->get();
+    return guarded(
+        [&] {
+            runSlot(index, params, [holder](const QVariantMap &reply) { holder->set(reply); });
+            return holder->get().value_or(QVariantMap());
+        },
+        [&] {
+            logError("call", "exception from method:%1", {method});
+            const std::optional<QVariantMap> reply = holder->get();
+            return reply ? *reply : failed();
+        });
 }
 
 bool ZMessageHandlerBase::asynCall(const QString &method, const QVariantMap &params,
@@ -76,13 +81,12 @@ bool ZMessageHandlerBase::asynCall(const QString &method, const QVariantMap &par
     if (index < 0) {
         return postReplyFail(callback, failure(method));
     }
-    const auto run = [this, index, method, params, callback, failure] {
-        try {
-            runSlot(index, params, callback);
-        } catch (...) {
-            logError("asynCall", "exception from method:%1", {method});
-            replyFail(callback, failure(method));
-        }
+    const auto run = [this, index, method, params, callback = remembering(callback), failure] {
+        guarded([&] { runSlot(index, params, callback); },
+                [&] {
+                    logError("asynCall", "exception from method:%1", {method});
+                    replyFailUnlessAnswered(callback, failure(method));
+                });
     };
     return QMetaObject::invokeMethod(this, run, Qt::QueuedConnection) ||
            postReplyFail(callback, failure(method));

@@ -13,11 +13,8 @@ void deliver(IElectronCallback *callback, const char *text, std::size_t length =
     if (!callback) {
         return;
     }
-    try {
-        callback->onCallback(text, length);
-    } catch (...) {
-        logError("onCallback", "exception from a host callback");
-    }
+    guarded([=] { callback->onCallback(text, length); },
+            [] { logError("onCallback", "exception from a host callback"); });
 }
 
 } // namespace
@@ -29,7 +26,7 @@ void deliverReply(IElectronCallback &callback, const QByteArray &text)
 
 CallBackFunc asynCallCompletion(IElectronCallback *callback)
 {
-    return [callback, run = ZDeliveryGate::instance().currentRun()](const QVariantMap &reply) {
+    return [callback, run = Run::current()](const QVariantMap &reply) {
         deliverInRun(run, [callback, &reply] {
             const QByteArray text = jsonTextFromMap(reply);
             deliver(callback, text.constData());
@@ -52,7 +49,7 @@ CallBackFunc listenerCompletion(IElectronCallback *callback)
 
 CallBackFunc taskCompletion(IElectronCallback *callback)
 {
-    return [callback, run = ZDeliveryGate::instance().currentRun()](const QVariantMap &message) {
+    return [callback, run = Run::current()](const QVariantMap &message) {
         deliverInRun(run, [callback, &message] {
             deliver(callback, jsonTextFromMap(message).constData());
             return true;

@@ -1,8 +1,9 @@
 #include "framework/hostthread.h"
 
-#include "framework/processguard.h"
+#include "base/run.h"
 #include "framework/quietstart.h"
 #include "framework/zelectronapplication.h"
+#include "log/guarded.h"
 #include "log/logline.h"
 #include "log/zelectronlogproxy.h"
 
@@ -13,6 +14,7 @@
 #include <optional>
 #include <thread>
 
+#include <csignal>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -37,16 +39,6 @@ void reportException(const char *function)
     }
 }
 
-bool initializeCaught(ZElectronApplication &application, const QVariantMap &settings)
-{
-    try {
-        return application.initialize(settings);
-    } catch (...) {
-        reportException("initialize");
-        return false;
-    }
-}
-
 /// Waits until the kernel has no such thread any more. QThread::wait returns while the thread still
 /// runs the destructors of its thread-specific data, which are code of other libraries, and uninit
 /// is often followed by the end of the process.
@@ -66,31 +58,80 @@ void waitForEnd(pid_t threadId)
     }
 }
 
+/// The host's own answer to signals shall not run here; those that an instruction of this thread
+/// raises cannot be put off. Inherited by the threads that are started while this lives.
+class BlockedSignals
+{
+public:
+    BlockedSignals()
+    {
+        sigset_t blocked;
+        sigfillset(&blocked);
+        for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS, SIGABRT}) {
+            sigdelset(&blocked, signal);
+        }
+        pthread_sigmask(SIG_SETMASK, &blocked, &m_before);
+    }
+    ~BlockedSignals() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
+    BlockedSignals(const BlockedSignals &) = delete;
+    BlockedSignals &operator=(const BlockedSignals &) = delete;
+
+private:
+    sigset_t m_before{};
+};
+
+/// Whatever way the host thread ends, its run is over then, and init has its answer.
+class RunOfThread
+{
+public:
+    explicit RunOfThread(std::promise<bool> &started) : m_started(started) {}
+    ~RunOfThread()
+    {
+        Run::lower(Admission::Nothing);
+        if (!m_isStarted) {
+            m_started.set_value(false);
+        }
+    }
+    RunOfThread(const RunOfThread &) = delete;
+    RunOfThread &operator=(const RunOfThread &) = delete;
+
+    void start(bool isInitialized)
+    {
+        Run::admitEverything();
+        m_isStarted = true;
+        m_started.set_value(isInitialized);
+    }
+
+private:
+    const HostThreadScope m_hostThread;
+    std::promise<bool> &m_started;
+    bool m_isStarted = false;
+};
+
 /// Body of the host thread. The application lives here, from its construction to the end of the
 /// event loop.
 void runHostThread(const QVariantMap &settings, std::promise<bool> &started)
 {
-    const HostThreadScope hostThread;
-    bool isAnswered = false;
-    try {
-        std::optional<HostWorkScope> startUp(std::in_place);
-        int argc = 0; // the application keeps a reference
-        std::optional<QuietStart> quietStart(std::in_place);
-        ZElectronApplication application(argc, nullptr);
-        quietStart.reset();
-
-        // init blocks on this promise, so it is set before the event loop starts, even on failure.
-        const bool result = initializeCaught(application, settings);
-        isAnswered = true;
-        started.set_value(result);
-        startUp.reset();
-        QCoreApplication::exec();
-    } catch (...) {
-        reportException("runHostThread");
-        if (!isAnswered) {
-            started.set_value(false);
+    RunOfThread run(started);
+    std::optional<ZElectronApplication> application;
+    int argc = 0; // the application keeps a reference
+    {
+        const HostWorkScope work;
+        {
+            const QuietStart quietStart;
+            application.emplace(argc, nullptr);
         }
+        const auto failed = [] {
+            reportException("initialize");
+            return false;
+        };
+        // init blocks on this answer, so it is given before the event loop starts, even on failure.
+        run.start(guarded([&] { return application->initialize(settings); }, failed));
     }
+    application->serve();
+
+    const HostWorkScope work;
+    application.reset();
 }
 
 } // namespace
@@ -115,13 +156,28 @@ bool HostThread::start(const QVariantMap &settings)
     // context, on which the host's main thread runs.
     std::unique_ptr<QThread> thread(QThread::create([settings, start] {
         start->threadId = static_cast<pid_t>(syscall(SYS_gettid));
-        runHostThread(settings, start->answer);
+        guarded([&] { runHostThread(settings, start->answer); },
+                [] { reportException("runHostThread"); });
     }));
-    thread->start(QThread::InheritPriority);
+    if (!Run::begin()) {
+        return false;
+    }
+    {
+        const BlockedSignals blockedSignals;
+        thread->start(QThread::InheritPriority);
+    }
     if (!thread->isRunning() && !thread->isFinished()) {
+        Run::lower(Admission::Nothing);
         return false; // the system gave no thread: nobody will set the promise
     }
     m_thread = std::move(thread);
     m_start = start;
     return answer.get();
+}
+
+void HostThread::stop()
+{
+    ZElectronApplication *application = g_electronApp;
+    const auto stop = [application, caller = Run::ownFrames()] { application->stop(caller); };
+    QMetaObject::invokeMethod(application, stop, Qt::QueuedConnection);
 }

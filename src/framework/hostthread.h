@@ -9,7 +9,7 @@ class QThread;
 /// The thread of one run: the application is constructed, runs its event loop and is destroyed on
 /// it.
 ///
-/// Thread: used by the one thread of the host that starts and stops the framework.
+/// Thread: used by the thread that holds the RunChange.
 class HostThread
 {
 public:
@@ -25,6 +25,10 @@ public:
     /// \param settings the settings of the host.
     /// \return whether the application initialised completely; false too when there is no thread.
     [[nodiscard]] bool start(const QVariantMap &settings);
+
+    /// Asks the event loop to end once it has worked off what is queued already. Called on the
+    /// thread that then waits for the end.
+    void stop();
 
 private:
     struct Start;

@@ -2,17 +2,20 @@
 
 #include "account/zaccountsdkproxy.h"
 #include "base/runningframework.h"
-#include "base/zdeliverygate.h"
 #include "dispatch/zeventmanager.h"
 #include "dispatch/zmethoddispatcher.h"
-#include "framework/processguard.h"
-#include "log/librarylocation.h"
+#include "log/closedlibrary.h"
+#include "log/guarded.h"
 #include "log/logline.h"
 #include "log/zelectronlogproxy.h"
 #include "meeting/zcallbackfuncmanager.h"
 #include "services/globalproxy.h"
 
+#include <QTimer>
+
+#include <chrono>
 #include <memory>
+#include <utility>
 
 std::atomic<ZElectronApplication *> g_electronApp{nullptr};
 
@@ -22,6 +25,8 @@ const auto kApp = QStringLiteral("app");
 const auto kAppName = QStringLiteral("appName");
 const auto kNetwork = QStringLiteral("network");
 const auto kProxy = QStringLiteral("proxy");
+
+constexpr auto kLongestNestedLoop = std::chrono::seconds(2);
 
 const char *const kRequiredKeys[] = {"appName", "productName", "version", "localStoragePath"};
 
@@ -58,6 +63,7 @@ ZElectronApplication::ZElectronApplication(int &argc, char **argv) : QCoreApplic
 
 ZElectronApplication::~ZElectronApplication()
 {
+    cleanup();
     g_electronApp = nullptr;
 }
 
@@ -123,20 +129,32 @@ bool ZElectronApplication::checkParamsValid() const
     return true;
 }
 
+void ZElectronApplication::serve()
+{
+    while (!m_isStopping) {
+        exec();
+    }
+}
+
+void ZElectronApplication::stop(const RunFrames &caller)
+{
+    m_isStopping = true;
+    m_stopCaller = caller;
+    if (HostWorkScope::depth() > 1) {
+        QTimer::singleShot(kLongestNestedLoop, this, [] { exit(0); });
+    } // otherwise notify() ends the loop, right behind this event
+}
+
 void ZElectronApplication::cleanup()
 {
-    // Every way to a member ends at a null pointer from here on. What library threads are doing
-    // with a member they had already reached is over when drain() returns.
-    ZMethodDispatcher *dispatcher = m_dispatcher.exchange(nullptr);
-    ZEventManager *eventManager = m_eventManager.exchange(nullptr);
+    // Nobody is inside any more who has reached a member, and whoever comes in finds none.
     ZAccountSdkProxy *accountSdkProxy = m_accountSdkProxy.exchange(nullptr);
-    m_callbackFuncManager = nullptr;
-    ZDeliveryGate::instance().drain();
+    Run::lower(Admission::Deliveries, m_stopCaller);
 
-    delete dispatcher;
-    if (eventManager) {
-        eventManager->removeAllListeners();
-        delete eventManager;
+    delete std::exchange(m_dispatcher, nullptr);
+    if (m_eventManager) {
+        m_eventManager->removeAllListeners();
+        delete std::exchange(m_eventManager, nullptr);
     }
     if (accountSdkProxy) {
         accountSdkProxy->shutdown();
@@ -144,7 +162,7 @@ void ZElectronApplication::cleanup()
     }
 
     // The account library has answered what it owed; whatever it still calls reaches nobody.
-    ZDeliveryGate::instance().close();
+    Run::lower(Admission::Nothing, m_stopCaller);
     if (ZElectronLogProxy *logProxy = g_logProxy) {
         logProxy->aboutToQuit();
         delete logProxy;
@@ -153,11 +171,18 @@ void ZElectronApplication::cleanup()
 
 bool ZElectronApplication::notify(QObject *receiver, QEvent *event)
 {
-    const HostWorkScope work;
-    try {
-        return QCoreApplication::notify(receiver, event);
-    } catch (...) {
-        logError("notify", "exception from an event handler");
-        return false;
+    bool isHandled = false;
+    {
+        const HostWorkScope work;
+        isHandled = guarded([&] { return QCoreApplication::notify(receiver, event); },
+                            [] {
+                                logError("notify", "exception from an event handler");
+                                return false;
+                            });
     }
+    // Threads of the account library come here as well.
+    if (HostThreadScope::isCurrent() && m_isStopping && HostWorkScope::depth() == 0) {
+        exit(0);
+    }
+    return isHandled;
 }

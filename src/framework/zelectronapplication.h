@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/run.h"
+
 #include <QCoreApplication>
 #include <QVariantMap>
 
@@ -13,9 +15,9 @@ class ZMethodDispatcher;
 /// The core application of the host thread: settings and long-lived members.
 ///
 /// Lives on the stack of the host thread's function, from init to uninit. It owns its members as
-/// QObject children. Other threads reach the members through g_electronApp and test each pointer:
-/// one is null before initialize has built it, when initialize stopped early, and from the first
-/// step of cleanup on.
+/// QObject children. Other threads reach the members through g_electronApp, inside a RunScope, and
+/// test each pointer: one is null when initialize stopped early, and the binding of the account
+/// library also before initialize has built it and from the first step of cleanup on.
 class ZElectronApplication : public QCoreApplication
 {
     Q_OBJECT
@@ -27,6 +29,16 @@ public:
     /// Applies the settings and builds the members. On a false result the members built so far
     /// stay.
     [[nodiscard]] bool initialize(const QVariantMap &params);
+
+    /// Runs the event loop until stop() was called, whoever else asks it to end.
+    void serve();
+
+    /// Ends serve() as soon as no other event loop and no other event is under way below: the
+    /// account library may be waiting in a loop of its own, which gets kLongestNestedLoop to end.
+    ///
+    /// \param caller the entries of the thread that waits for the end; cleanup does not wait for
+    ///               them.
+    void stop(const RunFrames &caller);
 
     /// Takes everything down but the callback registry, which goes with the application.
     void cleanup();
@@ -45,10 +57,13 @@ private:
     [[nodiscard]] bool checkParamsValid() const;
 
     QVariantMap m_initParams;
-    std::atomic<ZAccountSdkProxy *> m_accountSdkProxy{nullptr};
-    std::atomic<ZEventManager *> m_eventManager{nullptr};
-    std::atomic<ZMethodDispatcher *> m_dispatcher{nullptr};
-    std::atomic<ZCallbackFuncManager *> m_callbackFuncManager{nullptr};
+    std::atomic<ZAccountSdkProxy *> m_accountSdkProxy{nullptr}; // deliveries reach it at any time
+    ZEventManager *m_eventManager = nullptr;
+    ZMethodDispatcher *m_dispatcher = nullptr;
+    ZCallbackFuncManager *m_callbackFuncManager = nullptr;
+
+    bool m_isStopping = false;
+    RunFrames m_stopCaller;
 };
 
 /// The running application, or null. Set by its constructor, cleared by its destructor.

@@ -1,22 +1,24 @@
 #include "log/zelectronlogproxy.h"
 
+#include "log/closedlibrary.h"
+#include "log/guarded.h"
 #include "log/logline.h"
 
 #include <QCoreApplication>
-#include <QDebug>
 #include <QDir>
 #include <QFileInfo>
-
-#include <dlfcn.h>
 
 std::atomic<ZElectronLogProxy *> g_logProxy{nullptr};
 
 namespace {
 
-template <typename Function>
-void resolve(void *library, const char *symbol, Function *&function)
+/// Calls a function of the log library, if there is one. The one place where that is done: what the
+/// library throws ends here, unlogged.
+template <typename Result, typename... Parameters, typename... Arguments>
+Result callLibrary(Result (*function)(Parameters...), Arguments... arguments)
 {
-    function = reinterpret_cast<Function *>(dlsym(library, symbol));
+    const auto nothing = [] { return Result(); };
+    return function ? guarded([&] { return function(arguments...); }, nothing) : nothing();
 }
 
 } // namespace
@@ -28,53 +30,49 @@ ZElectronLogProxy::~ZElectronLogProxy()
 
 bool ZElectronLogProxy::load()
 {
-    void *library = dlopen(kLibrary, RTLD_LAZY);
+    void *library = openClosedLibrary(kLibrary);
     if (!library) {
-        qDebug() << "load fail: "
-                 << dlerror(); // NOLINT(concurrency-mt-unsafe): per thread in glibc
         return false;
     }
-
-    resolve(library, "onAboutToQuit", m_onAboutToQuit);
-    resolve(library, "writeMsg", m_writeMsg);
-    resolve(library, "explicitDefineLogName", m_explicitDefineLogName);
-    resolve(library, "getVemoLogSavePath", m_getVemoLogSavePath);
-    resolve(library, "explicitDefineProductNameForLogPath", m_explicitDefineProductNameForLogPath);
+    const bool isComplete = findFunctions(
+        library, kLibrary,
+        {
+            {m_onAboutToQuit, "onAboutToQuit", ClosedFunction::Optional},
+            {m_writeMsg, "writeMsg", ClosedFunction::Optional},
+            {m_explicitDefineLogName, "explicitDefineLogName", ClosedFunction::Optional},
+            {m_getVemoLogSavePath, "getVemoLogSavePath", ClosedFunction::Optional},
+            {m_explicitDefineProductNameForLogPath, "explicitDefineProductNameForLogPath",
+             ClosedFunction::Optional},
+        });
 
     if (QCoreApplication::instance() && m_explicitDefineLogName &&
         m_explicitDefineProductNameForLogPath) {
         nameLog();
     }
-    return true;
+    return isComplete;
 }
 
 void ZElectronLogProxy::nameLog()
 {
     const QString appName = QCoreApplication::applicationName();
     const std::wstring name = appName.isEmpty() ? L"electronApp" : appName.toStdWString();
-    m_explicitDefineLogName(name.c_str());
-    m_explicitDefineProductNameForLogPath(name.c_str());
+    callLibrary(m_explicitDefineLogName, name.c_str());
+    callLibrary(m_explicitDefineProductNameForLogPath, name.c_str());
 }
 
 void ZElectronLogProxy::info(const std::wstring &module, const std::wstring &message)
 {
-    if (m_writeMsg) {
-        m_writeMsg(L"Info", module.c_str(), message.c_str());
-    }
+    callLibrary(m_writeMsg, L"Info", module.c_str(), message.c_str());
 }
 
 void ZElectronLogProxy::warning(const std::wstring &module, const std::wstring &message)
 {
-    if (m_writeMsg) {
-        m_writeMsg(L"Warning", module.c_str(), message.c_str());
-    }
+    callLibrary(m_writeMsg, L"Warning", module.c_str(), message.c_str());
 }
 
 void ZElectronLogProxy::error(const std::wstring &module, const std::wstring &message)
 {
-    if (m_writeMsg) {
-        m_writeMsg(L"Error", module.c_str(), message.c_str());
-    }
+    callLibrary(m_writeMsg, L"Error", module.c_str(), message.c_str());
 }
 
 QString ZElectronLogProxy::getLogPath() const
@@ -88,7 +86,7 @@ QString ZElectronLogProxy::getLogPath() const
         return {};
     }
 
-    const wchar_t *base = m_getVemoLogSavePath();
+    const wchar_t *base = callLibrary(m_getVemoLogSavePath);
     if (!base || !*base) {
         return {}; // an empty path would mean the working directory
     }
@@ -103,7 +101,5 @@ QString ZElectronLogProxy::getLogPath() const
 
 void ZElectronLogProxy::aboutToQuit()
 {
-    if (m_onAboutToQuit) {
-        m_onAboutToQuit();
-    }
+    callLibrary(m_onAboutToQuit);
 }

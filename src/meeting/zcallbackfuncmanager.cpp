@@ -4,8 +4,6 @@
 #include "log/logline.h"
 #include "meeting/zmeetingfunchandler.h"
 
-#include <memory>
-
 ZCallbackFuncManager::ZCallbackFuncManager(QObject *parent) : QObject(parent) {}
 
 ZCallbackFuncManager::~ZCallbackFuncManager()
@@ -43,21 +41,26 @@ bool ZCallbackFuncManager::_registerAccountInfoCollectTask(const CallBackFunc &c
 
 void ZCallbackFuncManager::registerMeetingDataChangeTask(const CallBackFunc &callback)
 {
-    // The first callback stays for good: a later registration, also one on another thread at the
-    // same time, has nothing left to do.
-    if (m_isMeetingRegistered.exchange(true)) {
+    // The first callback stays: a later registration, also one on another thread at the same time,
+    // has nothing left to do.
+    if (m_isRegistering.exchange(true)) {
         return;
     }
     try {
-        auto handler = std::make_unique<ZMeetingFuncHandler>(nullptr);
-        // It is deleted on the host thread; the registering thread may have ended by then.
-        handler->moveToThread(thread());
-        handler->registerEnterMeetingTask(callback);
-        handler->registerGetMeetingStatusTask(callback);
-        handler->registerCloseMeetingAppTask(callback);
-        m_meetingFuncHandler = handler.release();
+        if (!m_meetingFuncHandler) {
+            m_meetingFuncHandler = new ZMeetingFuncHandler(nullptr, thread());
+            for (const auto registerTask : {&ZMeetingFuncHandler::registerEnterMeetingTask,
+                                            &ZMeetingFuncHandler::registerGetMeetingStatusTask,
+                                            &ZMeetingFuncHandler::registerCloseMeetingAppTask}) {
+                if (m_meetingFuncHandler) { // the account library may destroy it meanwhile
+                    (m_meetingFuncHandler->*registerTask)(callback);
+                }
+            }
+        }
     } catch (...) {
-        m_isMeetingRegistered = false; // the account library has thrown: the next one may try again
+        delete m_meetingFuncHandler; // the account library has thrown: the next one may try again
+        m_isRegistering = false;
         throw;
     }
+    m_isRegistering = false;
 }

@@ -1,13 +1,13 @@
 #pragma once
 
 #include "base/callbackfunc.h"
+#include "meeting/zmeetingfunchandler.h"
 
 #include <QObject>
+#include <QPointer>
 #include <QString>
 
 #include <atomic>
-
-class ZMeetingFuncHandler;
 
 /// Registers the host's callbacks of typed tasks with those who serve them; holds none itself.
 ///
@@ -26,7 +26,9 @@ private:
     bool _registerAccountInfoCollectTask(const CallBackFunc &callback);
     void registerMeetingDataChangeTask(const CallBackFunc &callback);
 
-    // Made by the first registration, which alone may do so; never replaced.
-    std::atomic<bool> m_isMeetingRegistered{false};
-    std::atomic<ZMeetingFuncHandler *> m_meetingFuncHandler{nullptr};
+    // Held by the registration that is under way, which alone uses the pointer. No lock, because
+    // the account library may call the host from inside it, and the host may register again.
+    std::atomic<bool> m_isRegistering{false};
+    // The account library gets the object as a context and may destroy it.
+    QPointer<ZMeetingFuncHandler> m_meetingFuncHandler;
 };

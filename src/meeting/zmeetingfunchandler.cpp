@@ -95,9 +95,10 @@ bool handleMeetingData(const MeetingTasks &tasks, int status, const QVariantMap 
 
 } // namespace
 
-ZMeetingFuncHandler::ZMeetingFuncHandler(QObject *parent)
+ZMeetingFuncHandler::ZMeetingFuncHandler(QObject *parent, QThread *thread)
     : QObject(parent), m_tasks(std::make_shared<MeetingTasks>())
 {
+    moveToThread(thread);
     registerElectronMsgTask();
 }
 
@@ -112,8 +113,8 @@ void ZMeetingFuncHandler::registerElectronMsgTask()
     if (!registry) {
         return; // nobody to tell: the task callbacks stay unused
     }
-    const auto handler = [tasks = m_tasks, run = ZDeliveryGate::instance().currentRun()](
-                             std::weak_ptr<IMessageTaskContext> context) {
+    const auto handler = [tasks = m_tasks,
+                          run = Run::current()](std::weak_ptr<IMessageTaskContext> context) {
         return deliverInRun(run, [&] { return handleMessage(*tasks, context); });
     };
     registry->registerMessageTask(QStringLiteral("notifyElectronMsg"),
@@ -145,10 +146,10 @@ bool ZMeetingFuncHandler::getMeetingData()
     if (!scheduler) {
         return false;
     }
-    const TaskCallback completion = [tasks = m_tasks, run = ZDeliveryGate::instance().currentRun()](
-                                        const int &status, const QVariantMap &reply) {
-        return deliverInRun(run, [&] { return handleMeetingData(*tasks, status, reply); });
-    };
+    const TaskCallback completion =
+        [tasks = m_tasks, run = Run::current()](const int &status, const QVariantMap &reply) {
+            return deliverInRun(run, [&] { return handleMeetingData(*tasks, status, reply); });
+        };
     return scheduler->submit(suiteAppIds(), kNotifyOffice, {{kMsgType, kEnterMeeting}}, this,
                              completion);
 }

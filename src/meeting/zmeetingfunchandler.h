@@ -7,10 +7,13 @@
 #include <memory>
 
 class MeetingTasks;
+class QThread;
 
 /// Relays the office suite's meeting messages to the host's task callbacks.
 ///
-/// Created by the callback registry on a thread of the host and deleted by it on the host thread.
+/// Created by the callback registry on a thread of the host, moved to the host thread before the
+/// account library gets it as a context, and deleted by the registry there, unless the account
+/// library has destroyed it.
 /// Messages and answers arrive on library threads. The account library keeps the function objects
 /// given to it for good, so they hold the task table and not this object, and they are refused once
 /// the framework was stopped.
@@ -19,8 +22,8 @@ class ZMeetingFuncHandler : public QObject
     Q_OBJECT
 
 public:
-    /// Registers for the office suite's messages.
-    explicit ZMeetingFuncHandler(QObject *parent);
+    /// Moves to the thread and registers for the office suite's messages.
+    ZMeetingFuncHandler(QObject *parent, QThread *thread);
     ~ZMeetingFuncHandler() override;
 
     /// Each is false when its task has a callback already, which stays. The first, when it adds,

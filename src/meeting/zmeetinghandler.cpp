@@ -49,8 +49,8 @@ void ZMeetingHandler::changeMeetingStatus(const QVariantMap &params, const CallB
 
     const QVariantMap message{
         {kMsgType, kGetMeetingStatus}, {kEvent, event}, {kData, data}, {kBusyType, busyType}};
-    const TaskCallback completion = [callback, run = ZDeliveryGate::instance().currentRun()](
-                                        const int &status, const QVariantMap &reply) {
+    const TaskCallback completion = [callback, run = Run::current()](const int &status,
+                                                                     const QVariantMap &reply) {
         return deliverInRun(run, [&] { return answerStatus(status, reply, callback); });
     };
     if (!scheduler->submit(suiteAppIds(), kNotifyOffice, message, this, completion)) {

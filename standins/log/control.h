@@ -40,6 +40,9 @@ public:
     /// While set, writeMsg returns at once and no folder is created. For measurements.
     virtual void setSilent(bool silent) = 0;
 
+    /// While set, every export but this control throws when it has done its work.
+    virtual void setThrowing(bool throwing) = 0;
+
     /// Makes every writeMsg wait this long before it returns. For shutdown tests.
     virtual void setDelayMilliseconds(int milliseconds) = 0;
 

@@ -1,16 +1,18 @@
 #include "logstore.h"
 
 #include <cerrno>
+#include <stdexcept>
 
 /// \file
-/// The exports of the log library. None lets an exception out or changes errno.
+/// The exports of the log library. None changes errno, and none lets an exception out unless the
+/// control asked for that.
 
 using vemolog::LogStore;
 
 namespace {
 
 template <typename Function>
-void guarded(Function function) noexcept
+void guarded(Function function)
 {
     const int savedErrno = errno;
     try {
@@ -19,6 +21,9 @@ void guarded(Function function) noexcept
         // Logging has nobody to tell: the line or the name is lost and the caller goes on.
     }
     errno = savedErrno;
+    if (LogStore::instance().isThrowing()) {
+        throw std::runtime_error("scripted");
+    }
 }
 
 } // namespace

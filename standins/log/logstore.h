@@ -24,12 +24,14 @@ public:
     void aboutToQuit();
     /// Owned by the store and valid for ever; null when there is no path.
     const wchar_t *savePath();
+    bool isThrowing() const { return m_isThrowing; }
 
     void reset() override;
     void setBaseDirectory(const std::string &directory) override;
     void setSubdirectoryMissing(bool missing) override;
     void setSavePathNull(bool null) override;
     void setSilent(bool silent) override;
+    void setThrowing(bool throwing) override { m_isThrowing = throwing; }
     void setDelayMilliseconds(int milliseconds) override;
     std::vector<zefstandin::LogLine> lines() const override;
     std::vector<std::string> calls() const override;
@@ -56,6 +58,7 @@ private:
     bool m_savePathIsNull = false;
 
     std::atomic<bool> m_isSilent{false};
+    std::atomic<bool> m_isThrowing{false};
     std::atomic<int> m_delayMilliseconds{0};
 };
 

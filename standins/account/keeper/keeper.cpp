@@ -184,6 +184,12 @@ void Keeper::addCollectCallback(const CallBackFunc &callback)
     m_collectCallbacks.append(callback);
 }
 
+void Keeper::keepForever(QObject *object)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_keptObjects.append(object);
+}
+
 QList<CallBackFunc> Keeper::collectCallbacks() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);

@@ -67,6 +67,8 @@ public:
     QList<MessageHandler> messageHandlers(const QString &messageName,
                                           const QString &taskName) const;
     void addCollectCallback(const CallBackFunc &callback);
+    /// Only so that a leak checker sees somebody who has it.
+    void keepForever(QObject *object);
     QList<CallBackFunc> collectCallbacks() const;
 
     // the library that runs
@@ -109,6 +111,7 @@ private:
     QVariantMap m_lastState;
     QList<MessageHandler> m_messageHandlers;
     QList<CallBackFunc> m_collectCallbacks;
+    QList<QObject *> m_keptObjects;
     LibraryHooks *m_hooks = nullptr;
     int m_users = 0; // calls of withLibrary under way
     int m_busy = 0;

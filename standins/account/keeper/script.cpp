@@ -74,6 +74,24 @@ bool readKey(const QString &key, const QVariant &value, Script &script)
     if (key == "dropAtUninit") {
         return readFlag(value, script.dropAtUninit);
     }
+    if (key == "loopMs") {
+        return readNumber(value, script.loopMs);
+    }
+    if (key == "quit") {
+        return readFlag(value, script.quit);
+    }
+    if (key == "destroyContext") {
+        return readFlag(value, script.destroyContext);
+    }
+    if (key == "keepNotifier") {
+        return readFlag(value, script.keepNotifier);
+    }
+    if (key == "plainNotifier") {
+        return readFlag(value, script.plainNotifier);
+    }
+    if (key == "throwAfter") {
+        return script.lateException = value.toString(), value.type() == QVariant::String;
+    }
     if (key == "delayMs") {
         return readNumber(value, script.delayMs);
     }

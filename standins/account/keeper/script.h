@@ -1,6 +1,9 @@
 #pragma once
 
+#include <QCoreApplication>
+#include <QEventLoop>
 #include <QString>
+#include <QTimer>
 #include <QVariantMap>
 #include <QVector>
 
@@ -17,6 +20,7 @@ struct Script
     bool refuse = false;     ///< the failure result: false, or a null pointer
     bool nullResult = false; ///< GetInterface: true, but a null pointer
     std::optional<QString> exception;
+    std::optional<QString> lateException; ///< thrown when everything else is done
     std::optional<QVariantMap> reply;
     std::optional<QString> text;
     std::optional<QVector<int>> statuses;
@@ -26,6 +30,11 @@ struct Script
     bool hold = false;
     int releaseAfterMs = -1;
     bool dropAtUninit = false;
+    int loopMs = 0;    ///< waits in an event loop of its own; below 0: until that is ended
+    bool quit = false; ///< asks the core application to end
+    bool destroyContext = false; ///< deletes the context object that it was given
+    bool keepNotifier = false;   ///< the notifier is not deleted
+    bool plainNotifier = false;  ///< a notifier without signals
     int skip = 0;
     int count = -1;    ///< how many calls it applies to; -1: all
     quint64 noise = 0; ///< not 0: what else to stir up, in hostile mode
@@ -38,11 +47,33 @@ struct Script
         }
     }
 
+    void throwLateIfScripted() const
+    {
+        if (lateException) {
+            throw std::runtime_error(lateException->toStdString());
+        }
+    }
+
     /// Sleeps for the scripted time. For operations that answer by returning.
     void sleep() const
     {
         if (delayMs > 0) {
             std::this_thread::sleep_for(std::chrono::milliseconds(delayMs));
+        }
+    }
+
+    /// What a library does to the thread and the application that it runs in.
+    void disturbHost() const
+    {
+        if (quit) {
+            QCoreApplication::quit();
+        }
+        if (loopMs != 0) {
+            QEventLoop loop;
+            if (loopMs > 0) {
+                QTimer::singleShot(loopMs, &loop, &QEventLoop::quit);
+            }
+            loop.exec();
         }
     }
 };

@@ -21,6 +21,7 @@ Script begin(const char *operation)
     keeper.recordCall(operation);
     const Script script = keeper.decide(operation);
     script.sleep();
+    script.disturbHost();
     script.throwIfScripted();
     return script;
 }
@@ -50,11 +51,19 @@ public:
         keeper.recordCall("uninit");
         const Script script = keeper.decide("uninit");
         script.sleep();
-        endSession();
+        script.disturbHost();
+        endSession(script.keepNotifier);
         script.throwIfScripted();
     }
 
-    QObject *notifier() override { return get("notifier", &Session::notifier); }
+    QObject *notifier() override
+    {
+        const Script script = begin("notifier");
+        if (script.refuse || !m_session) {
+            return nullptr;
+        }
+        return script.plainNotifier ? m_session->plainNotifier() : m_session->notifier();
+    }
     IAccount *getAccount() override
     {
         return begin("getAccount").refuse || !m_session ? nullptr : &m_session->accounts();
@@ -80,8 +89,11 @@ public:
     }
     IDomainMgr *getDomainMgr() override { return get("getDomainMgr", &Session::domainMgr); }
 
-    void endSession()
+    void endSession(bool keepNotifier)
     {
+        if (m_session && keepNotifier) {
+            m_session->leakNotifier();
+        }
         delete m_session;
         m_session = nullptr;
     }
@@ -124,7 +136,7 @@ bool GetInterface(IAccountSdk **sdk)
 void UninitInterface()
 {
     zefstandin::begin("UninitInterface");
-    zefstandin::accountSdk.endSession();
+    zefstandin::accountSdk.endSession(false);
 }
 
 zefstandin::AccountControl *zefAccountStandinControl()

@@ -55,6 +55,7 @@ void LoginService::start(const char *operation, const QVariantMap &params,
 
     keeper.recordCall(operation, compactJson(params));
     const Script script = keeper.decide(operation);
+    script.disturbHost();
     script.throwIfScripted();
 
     const QString name = operation;
@@ -67,6 +68,7 @@ void LoginService::start(const char *operation, const QVariantMap &params,
         m_session.accountWorker().post(job, script.delayMs);
     }
     m_session.stir(script.noise);
+    script.throwLateIfScripted();
 }
 
 void LoginService::finish(const QString &operation, const QVariantMap &params,

@@ -58,8 +58,12 @@ bool Office::submit(const QStringList &appIds, const QString &taskName, const QV
     call.hasContext = !context.isNull();
     keeper.recordCall(call);
     const Script script = keeper.decide(operationName(taskName, params));
+    script.disturbHost();
     script.throwIfScripted();
     m_session.stir(script.noise);
+    if (script.destroyContext) {
+        delete context.data();
+    }
     if (script.refuse || !isKnownTask(taskName)) {
         return false;
     }
@@ -70,6 +74,7 @@ bool Office::submit(const QStringList &appIds, const QString &taskName, const QV
     } else {
         post(task, 0);
     }
+    script.throwLateIfScripted();
     return true;
 }
 

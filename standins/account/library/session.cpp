@@ -65,7 +65,7 @@ QVariantMap DomainMgr::domains() const
 Session::Session(const QVariantMap &settings, IZElectronLogProxy *logProxy)
     : m_settings(settings),
       m_logProxy(logProxy),
-      m_notifier([this] { announce(); }),
+      m_notifier(new Notifier([this] { announce(); })),
       m_login(*this),
       m_office(*this),
       m_messages(*this)
@@ -91,7 +91,7 @@ Session::~Session()
 bool Session::raiseNow(const QByteArray &name)
 {
     note(name);
-    return m_notifier.raise(name);
+    return m_notifier && m_notifier->raise(name);
 }
 
 void Session::stir(quint64 noise)
@@ -129,13 +129,13 @@ void Session::run(Thread thread, Worker &worker, const std::function<void()> &jo
     } else {
         // Queued to the notifier: what is left goes with it, before this code is unloaded.
         const std::function<void()> queued = [job, busy = Keeper::instance().busy()] { job(); };
-        QMetaObject::invokeMethod(&m_notifier, queued, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(m_notifier.get(), queued, Qt::QueuedConnection);
     }
 }
 
 bool Session::raiseSignal(const QByteArray &name, Thread thread)
 {
-    const QMetaObject *metaObject = m_notifier.metaObject();
+    const QMetaObject *metaObject = m_notifier->metaObject();
     if (metaObject->indexOfSignal(name + "()") < metaObject->methodOffset()) {
         return false;
     }

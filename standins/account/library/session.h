@@ -48,7 +48,12 @@ public:
     Worker &officeWorker() { return m_officeWorker; }
     bool answersInline() const { return m_answersInline; }
 
-    Notifier *notifier() { return &m_notifier; }
+    QObject *notifier() { return m_notifier.get(); }
+    QObject *plainNotifier() { return &m_plainNotifier; }
+
+    /// Lets the notifier live on when the library is unloaded.
+    void leakNotifier() { Keeper::instance().keepForever(m_notifier.release()); }
+
     IScheduler *scheduler() { return &m_office; }
     IMessageTaskRegistry *messages() { return &m_messages; }
     ILoginService *login() { return &m_login; }
@@ -84,7 +89,8 @@ private:
     int m_announceAfterMs = 0;
     std::atomic<bool> m_isAnnounced{false};
     std::atomic<bool> m_answersInline{false};
-    Notifier m_notifier;
+    std::unique_ptr<Notifier> m_notifier;
+    QObject m_plainNotifier;
     AccountService m_accounts;
     CookieFactory m_cookies;
     SignService m_sign;

@@ -1,0 +1,133 @@
+#pragma once
+
+#include <QtGlobal>
+
+/// \file
+/// One run of the framework, from init to uninit: who may still come in, and who waits until they
+/// have left.
+///
+/// Operations of the host and deliveries of the account library enter the run for as long as they
+/// work. Shutdown lowers what the run admits, step by step, and each step waits for those who came
+/// in before it. A run has a number, which function objects given to the account library note, so
+/// that a late call never enters a later run. fork and exit abandon the run: in the child, and
+/// while the process exits, nothing is admitted ever again.
+///
+/// The state is that of the process and is never destroyed, because threads of others come here
+/// while the process exits. Thread: any, unless a function says otherwise.
+
+/// What a run admits. Each level admits everything that the one before it does.
+enum class Admission {
+    Nothing,    ///< no run, or one that is over
+    Deliveries, ///< during start-up and shutdown: only what the account library delivers
+    Operations, ///< once uninit has begun: all operations but those that queue work
+    Everything
+};
+
+/// Entries of one thread that have not been left yet, by the level at which they were made.
+struct RunFrames
+{
+    int count[2] = {0, 0};
+};
+
+class Run
+{
+public:
+    /// The number of the run that is under way, or of the last one.
+    static quint64 current();
+
+    /// Starts a new run, which admits deliveries. \return false when the process has abandoned the
+    /// framework.
+    [[nodiscard]] static bool begin();
+
+    /// Ends the start-up.
+    static void admitEverything();
+
+    /// Lowers the level and waits for everyone who entered before, on other threads than the host
+    /// thread.
+    ///
+    /// \param except entries not to wait for: those of the thread that called uninit.
+    static void lower(Admission level, const RunFrames &except = {});
+
+    /// The entries of the calling thread.
+    static RunFrames ownFrames();
+
+    /// Whether the calling thread is inside a delivery, with frames of the account library below.
+    static bool isInsideDelivery();
+
+    /// Whether the framework was given up in this process, by fork or by exit.
+    static bool isAbandoned();
+};
+
+/// Enters the run for as long as it lives; tests false when the run does not admit it.
+///
+/// The host thread enters without being counted: it ends before the run is forgotten.
+class RunScope
+{
+public:
+    /// Enters the run that is under way.
+    explicit RunScope(Admission needed);
+
+    /// Enters as a delivery, if that run is under way.
+    explicit RunScope(quint64 run);
+
+    ~RunScope();
+    RunScope(const RunScope &) = delete;
+    RunScope &operator=(const RunScope &) = delete;
+
+    explicit operator bool() const { return m_entry != Entry::Refused; }
+
+private:
+    /// The two counts are those of Run; see there.
+    enum class Entry : qint8 { Refused = -2, Uncounted = -1, FirstCount = 0, SecondCount = 1 };
+
+    static Entry enter(quint64 run, Admission needed);
+
+    const Entry m_entry;
+    const bool m_isDelivery = false;
+};
+
+/// The right to start or end a run, held by one thread at a time; tests false when another thread
+/// holds it and waiting for it might never end, which is inside an operation, inside a delivery
+/// and on the host thread. The thread cannot be cancelled meanwhile.
+class RunChange
+{
+public:
+    RunChange();
+    ~RunChange();
+    RunChange(const RunChange &) = delete;
+    RunChange &operator=(const RunChange &) = delete;
+
+    explicit operator bool() const { return m_isHeld; }
+
+private:
+    bool m_isHeld = false;
+    int m_cancelState = 0;
+};
+
+/// Makes the calling thread the host thread, for as long as it lives.
+class HostThreadScope
+{
+public:
+    HostThreadScope();
+    ~HostThreadScope();
+    HostThreadScope(const HostThreadScope &) = delete;
+    HostThreadScope &operator=(const HostThreadScope &) = delete;
+
+    /// Whether the calling thread is the host thread.
+    static bool isCurrent();
+};
+
+/// Held while the host thread works on an event; without effect on other threads. The exit of the
+/// process waits for that, half a second at most, because it destroys what Qt and the closed
+/// libraries keep in static objects. Never returns from its constructor after that.
+class HostWorkScope
+{
+public:
+    HostWorkScope();
+    ~HostWorkScope();
+    HostWorkScope(const HostWorkScope &) = delete;
+    HostWorkScope &operator=(const HostWorkScope &) = delete;
+
+    /// How many of these the calling thread is inside of, one within the other.
+    static int depth();
+};

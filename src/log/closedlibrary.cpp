@@ -1,0 +1,96 @@
+#include "log/closedlibrary.h"
+
+#include "log/logline.h"
+
+#include <QDebug>
+#include <QFileInfo>
+#include <QLoggingCategory>
+
+#include <algorithm>
+#include <climits>
+
+#include <dlfcn.h>
+#include <link.h>
+
+namespace {
+
+Q_LOGGING_CATEGORY(libraries, "zelectronframework.libraries", QtWarningMsg)
+
+/// The file that a library was loaded from. The loader notes the folder when it opens a library: a
+/// relative name means something else once the working directory has changed.
+QFileInfo fileOf(void *handle)
+{
+    char folder[PATH_MAX] = "";
+    link_map *map = nullptr;
+    if (!handle || dlinfo(handle, RTLD_DI_ORIGIN, folder) != 0 ||
+        dlinfo(handle, RTLD_DI_LINKMAP, &map) != 0) {
+        return {};
+    }
+    const QString name = QFileInfo(QFile::decodeName(map->l_name)).fileName();
+    return {QFile::decodeName(folder) + QLatin1Char('/') + name};
+}
+
+QFileInfo fileOfLoaded(const char *name)
+{
+    void *handle = dlopen(name, RTLD_LAZY | RTLD_NOLOAD);
+    const QFileInfo file = fileOf(handle);
+    if (handle) {
+        dlclose(handle);
+    }
+    return file;
+}
+
+QFileInfo ownFile()
+{
+    Dl_info own{};
+    const bool isKnown = dladdr(reinterpret_cast<const void *>(&warnIfFromElsewhere), &own);
+    return isKnown ? fileOfLoaded(own.dli_fname) : QFileInfo();
+}
+
+/// The folder of the file itself where the name is that of a link.
+QString targetFolder(const QFileInfo &file)
+{
+    return QFileInfo(file.canonicalFilePath()).path();
+}
+
+} // namespace
+
+void ClosedFunction::find(void *library) const
+{
+    *m_function = dlsym(library, m_symbol);
+}
+
+void *openClosedLibrary(const char *name)
+{
+    void *library = dlopen(name, RTLD_LAZY);
+    if (!library) {
+        const char *reason = dlerror(); // NOLINT(concurrency-mt-unsafe): per thread in glibc
+        qDebug() << "load fail: " << (reason ? reason : "");
+    }
+    return library;
+}
+
+bool findFunctions(void *library, const char *name, std::initializer_list<ClosedFunction> functions)
+{
+    for (const ClosedFunction &function : functions) {
+        function.find(library);
+        qCDebug(libraries, "%s: %s %s", name, function.symbol(),
+                function.isFound() ? "found" : "missing");
+    }
+    qCDebug(libraries, "%s: %s", name, qUtf8Printable(fileOf(library).filePath()));
+    return std::none_of(functions.begin(), functions.end(),
+                        [](const ClosedFunction &function) { return function.isMissing(); });
+}
+
+void warnIfFromElsewhere(const char *name)
+{
+    const QFileInfo library = fileOfLoaded(name);
+    const QFileInfo own = ownFile();
+    if (!library.exists() || !own.exists()) {
+        return;
+    }
+    const QString folder = targetFolder(library);
+    if (folder != targetFolder(own) && folder != own.canonicalPath()) {
+        logWarning("load", "%1 was loaded from elsewhere: %2", {name, library.canonicalFilePath()});
+    }
+}
