@@ -10,13 +10,13 @@
 ///
 ///     createElectronFrameworkObject()     any number of times, always the same object
 ///     init(settings)                      starts the framework
-///     call, asynCall, addListener,        any number, from any thread, at the same time
+///     call, asynCall, addListener,        any number
 ///     removeListener, registerCallbackFunc
 ///     uninit()                            stops it; init may follow again
 ///
-/// init and uninit must not overlap each other or any other operation.
-///
-/// Threads. Three words are used throughout:
+/// Threads. Every operation may be called from any thread at any time, also while another one, init
+/// or uninit included, is running. A callback must not wait for a thread that is in uninit. Three
+/// words are used throughout:
 /// - caller's thread: the thread of the host that called the operation;
 /// - host thread:     the library's own event loop, running from init to uninit;
 /// - library thread:  any thread of the closed account library.
@@ -27,9 +27,11 @@
 /// counts as an empty text.
 ///
 /// Failures are results: false, 0, or a reply whose "result" is "fail". No operation throws, and an
-/// exception that a host callback lets out is caught and logged.
+/// exception that a host callback throws is caught and logged.
 ///
-/// In a process made by fork() while the framework was running, every operation answers false or 0.
+/// In a process forked while the framework was running, and while the process exits, every
+/// operation returns false or 0 and nothing is delivered; call uninit before main returns to get
+/// every reply.
 
 namespace zelectronframeworkspace {
 
@@ -76,21 +78,24 @@ public:
     ///         not read then); false otherwise. After a failed start call uninit before trying
     ///         again.
     ///
-    /// Thread: any, blocking.
+    /// Thread: any, blocking; waits for another init or uninit.
     /// Errors: bad settings are named in the log; a library that cannot be loaded, on the standard
     ///         error. An account library that refuses to start gives no reason.
     virtual bool init(const char *settings) = 0;
 
-    /// Stops the framework: methods already queued run first, then everything is deleted.
+    /// Stops the framework. Methods and events that are queued already run first, however many they
+    /// are; asynCall queues nothing any more, and events raised from now on are dropped. A host
+    /// that cannot wait for queued events removes its listeners first.
     ///
-    /// Blocks until deliveries that are running on other threads have returned and the host thread
-    /// has ended. When it has returned true, no callback is running or will be called any more.
+    /// Blocks until operations and deliveries that are running on other threads have returned and
+    /// the host thread has ended. When it has returned true, no callback is running or will be
+    /// called any more.
     ///
     /// \return true when the framework was stopped; false when it was not running, or when called
-    ///         from inside a callback that the library runs on the host thread or a library thread,
-    ///         where waiting for the end would never return.
+    ///         where waiting for the end would never return: inside a callback on the host thread or
+    ///         a library thread, or inside any callback while another thread is in init or uninit.
     ///
-    /// Thread: any but the host thread, blocking.
+    /// Thread: any but the host thread, blocking; waits for another init or uninit.
     virtual bool uninit() = 0;
 
     /// Runs one module method on the caller's thread and delivers its reply before returning.
@@ -123,7 +128,7 @@ public:
     ///                 library that answers twice is passed on twice: keep it until uninit to be
     ///                 safe from that.
     /// \return true when the method, or a reply that names its failure, was queued; false when the
-    ///         framework is not running or nothing could be queued.
+    ///         framework is not running, when uninit has begun, or when nothing could be queued.
     ///
     /// Reply:  as for call. MODULES.md marks the methods whose reply the account library writes
     ///         itself.
@@ -170,7 +175,8 @@ public:
     /// \return true when the type is known and the account library, where it decides, accepted the
     ///         callback. A second "meetingDataChangeTask" is true and changes nothing.
     ///
-    /// Thread: callable from any. Task messages arrive on library threads.
+    /// Thread: callable from any. Task messages arrive on library threads; one that answers the
+    ///         registration may arrive on the caller's thread, before this returns.
     virtual bool registerCallbackFunc(const char *typeName, IElectronCallback *callback) = 0;
 };
 

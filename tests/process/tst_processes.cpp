@@ -21,6 +21,8 @@ private Q_SLOTS:
     void closedLibrariesMayBeMissing();
     void ownFolderComesFirst();
     void libraryFromElsewhereIsReported();
+    void linkThatLeadsElsewhereIsReported();
+    void relativeNameIsNotElsewhere();
 
     // the end of a process
     void processEndsAsItWants_data();
@@ -32,7 +34,8 @@ private Q_SLOTS:
 
 private:
     void put(const QString &name, const QString &file = {});
-    ChildResult probe(const char *scenario, std::vector<std::string> environment = {});
+    ChildResult probe(const char *scenario, std::vector<std::string> environment = {},
+                      const QString &library = {});
 
     std::unique_ptr<QTemporaryDir> m_folder;
     const QString m_built = QString::fromStdString(libraryFolder());
@@ -52,7 +55,9 @@ void tst_Processes::put(const QString &name, const QString &file)
     QVERIFY(QFile::link(source, m_folder->filePath(name)));
 }
 
-ChildResult tst_Processes::probe(const char *scenario, std::vector<std::string> environment)
+/// \param library the name by which the host opens the library; by default the absolute one.
+ChildResult tst_Processes::probe(const char *scenario, std::vector<std::string> environment,
+                                 const QString &library)
 {
     environment.push_back("XDG_STATE_HOME=" + m_folder->filePath("state").toStdString());
     if (kIsSanitized) {
@@ -60,10 +65,10 @@ ChildResult tst_Processes::probe(const char *scenario, std::vector<std::string> 
         environment.push_back("LD_LIBRARY_PATH=" + m_folder->path().toStdString() + ':' +
                               qgetenv("LD_LIBRARY_PATH").toStdString());
     }
+    const QString name =
+        library.isEmpty() ? m_folder->filePath("libzelectronframework.so") : library;
     ChildResult result =
-        runChild({siblingProgram("zef_probe"),
-                  m_folder->filePath("libzelectronframework.so").toStdString(), scenario},
-                 environment);
+        runChild({siblingProgram("zef_probe"), name.toStdString(), scenario}, environment);
     if (result.exitCode != 7) {
         qWarning("%s", result.errors.c_str());
     }
@@ -156,6 +161,35 @@ void tst_Processes::libraryFromElsewhereIsReported()
     QCOMPARE(QString::fromStdString(result.output),
              "init 1\nWarning load libvemolog.so was loaded from elsewhere: " + loaded +
                  "\nInfo init init account success\n");
+}
+
+void tst_Processes::linkThatLeadsElsewhereIsReported()
+{
+    // The library itself lies in its folder, the others are links that lead out of it.
+    const QString own = m_folder->filePath("libzelectronframework.so");
+    QVERIFY(QFile::remove(own) && QFile::copy(m_built + "/libzelectronframework.so", own));
+    put("libvemolog.so");
+    put("libzaccountlite.so");
+    put("libzaccountkeeper.so");
+    const ChildResult result =
+        probe("log-before", {"ZEF_PROBE_LOG=" + m_folder->filePath("libvemolog.so").toStdString()});
+    const QString built = QFileInfo(m_built).canonicalFilePath();
+    QCOMPARE(QString::fromStdString(result.output),
+             "init 1\nWarning load libvemolog.so was loaded from elsewhere: " + built +
+                 "/libvemolog.so\nWarning load libzaccountlite.so was loaded from elsewhere: " +
+                 built + "/libzaccountlite.so\nInfo init init account success\n");
+}
+
+void tst_Processes::relativeNameIsNotElsewhere()
+{
+    put("libvemolog.so");
+    put("libzaccountlite.so");
+    put("libzaccountkeeper.so");
+    const QString before = QDir::currentPath();
+    QVERIFY(QDir::setCurrent(m_folder->path()));
+    const ChildResult result = probe("relative", {}, "./libzelectronframework.so");
+    QVERIFY(QDir::setCurrent(before));
+    QCOMPARE(QString::fromStdString(result.output), "init 1\nInfo init init account success\n");
 }
 
 void tst_Processes::processEndsAsItWants_data()

@@ -219,10 +219,9 @@ int compareProcessState(IElectronFramework &framework)
     return kReachedTheEnd;
 }
 
-/// The process has loaded a library of the log library's name before, from another folder.
-int loadLogBefore(IElectronFramework &framework)
+/// Prints the lines that a start writes to this log library.
+int printStart(IElectronFramework &framework, void *log)
 {
-    void *log = dlopen(std::getenv("ZEF_PROBE_LOG"), RTLD_NOW); // NOLINT(concurrency-mt-unsafe)
     void *control = log ? dlsym(log, "zefLogStandinControl") : nullptr;
     if (!control) {
         return 1;
@@ -234,6 +233,20 @@ int loadLogBefore(IElectronFramework &framework)
     }
     framework.uninit();
     return kReachedTheEnd;
+}
+
+/// The process has loaded a library of the log library's name before, from another folder.
+int loadLogBefore(IElectronFramework &framework)
+{
+    // NOLINTNEXTLINE(concurrency-mt-unsafe)
+    return printStart(framework, dlopen(std::getenv("ZEF_PROBE_LOG"), RTLD_NOW));
+}
+
+/// The host opened the library by a relative name and has gone elsewhere since.
+int changeFolder(IElectronFramework &framework)
+{
+    void *log = dlopen("./libvemolog.so", RTLD_NOW);
+    return chdir("/") == 0 ? printStart(framework, log) : 1;
 }
 
 std::atomic<int> g_foreignTicks{0};
@@ -287,6 +300,7 @@ int main(int argc, char **argv)
         {"fork-before", &forkBeforeStart},
         {"state", &compareProcessState},
         {"log-before", &loadLogBefore},
+        {"relative", &changeFolder},
         {"default-context", &keepDefaultContext},
     };
     const auto scenario = argc == 3 ? scenarios.find(argv[2]) : scenarios.end();
