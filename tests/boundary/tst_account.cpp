@@ -40,6 +40,7 @@ private Q_SLOTS:
 
     // account list, cookies, signing
     void accountsAreListed();
+    void currentAccountIsTheOneOfTheId();
     void emptyListHasOneEntry();
     void cookiesAreShaped();
     void signingIsWrapped();
@@ -165,7 +166,8 @@ void tst_Account::quickLoginHandsTheGrantOn()
     QVERIFY(m_host.start());
     QVERIFY(m_host.script("grantAuthorizeCodeOffice",
                           R"({"statuses":[-1,50,99,100],)"
-                          R"("reply":{"taskResult":{"bResult":true,"userId":"u7"}}})"));
+                          R"("reply":{"taskResult":{"bResult":true,"userId":"u7",)"
+                          R"("extParam":"another"}}})"));
     QVERIFY(m_host.script("loginCallback", R"({"reply":{"result":"ok"}})"));
     QCOMPARE(m_host.asynCall("account.quickLogin", R"({"extParam":{"x":1}})"),
              QByteArray(R"({"result":"ok"})"));
@@ -328,13 +330,23 @@ void tst_Account::accountsAreListed()
     QCOMPARE(QJsonDocument::fromJson(second).toJson(QJsonDocument::Compact), second);
 }
 
+void tst_Account::currentAccountIsTheOneOfTheId()
+{
+    QVERIFY(m_host.start(R"({"accounts":[{"userid":"1","is_current":true}]})"));
+    const QByteArray reply = m_host.call("account.getAccountListInfo");
+    const QString text = dataOf(reply, "accountListInfo").toArray().at(0).toString();
+    const QJsonObject entry = QJsonDocument::fromJson(text.toUtf8()).object();
+    QCOMPARE(entry.value("is_current"), QJsonValue(true));
+    QCOMPARE(entry.size(), 19); // without what only the current account has
+}
+
 void tst_Account::emptyListHasOneEntry()
 {
     QVERIFY(m_host.start());
-    QCOMPARE(m_host.call("account.getAccountListInfo"),
-             QByteArray(R"({"data":{"accountListInfo":)"
-                        R"(["{\"coa_Id\":\"\",\"company_id\":\"\",\"userid\":\"\"}"]},)"
-                        R"("msg":"success","result":"ok"})"));
+    const QByteArray expected = R"({"data":{"accountListInfo":)"
+                                R"(["{\"coa_Id\":\"\",\"company_id\":\"\",\"userid\":\"\"}"]},)"
+                                R"("msg":"success","result":"ok"})";
+    QCOMPARE(m_host.call("account.getAccountListInfo"), expected);
 }
 
 void tst_Account::cookiesAreShaped()
@@ -351,6 +363,11 @@ void tst_Account::cookiesAreShaped()
                            R"("url":"https://example.test/p?%1","value":"2"})"));
     QCOMPARE(texts.size(), 2);
 
+    // What is not quite a URL is understood as far as possible.
+    QVERIFY(m_host.call("account.queryWebviewCookies", R"({"url":"https://example.test/a b%"})")
+                .contains("https://example.test/a b%"));
+    QCOMPARE(m_host.argumentsOf("cookiesForUrl").last(),
+             QByteArray("https://example.test/a%20b%25"));
     QCOMPARE(m_host.call("account.queryWebviewCookies", R"({"url":"::"})"),
              QByteArray(R"({"data":{"cookieList":[]},"msg":"success","result":"ok"})"));
     QCOMPARE(m_host.call("account.queryWebviewCookies"),

@@ -89,6 +89,8 @@ void tst_Meeting::firstCallbackStays()
     QCOMPARE(first.text(0), QByteArray(R"({"dataType":"getMeetingStatus"})"));
     QCOMPARE(m_host.argumentsOf("submit notifyOfficeMsg"),
              QByteArrayList{R"({"msgType":"enterMeeting"})"});
+    QCOMPARE(m_host.argumentsOf("registerMessageTask").size(), 1);
+    QVERIFY(m_host.hasContexts());
 }
 
 void tst_Meeting::collectCallbackGoesToTheLibrary()
@@ -263,6 +265,7 @@ void tst_Meeting::statusIsReported()
     QCOMPARE(m_host.argumentsOf("submit notifyOfficeMsg"),
              QByteArrayList{R"({"busyType":"7","data":{"d":[1]},"event":"e",)"
                             R"("msgType":"getMeetingStatus"})"});
+    QVERIFY(m_host.hasContexts());
 }
 
 void tst_Meeting::incompleteStatusIsRefused_data()

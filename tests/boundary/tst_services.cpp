@@ -1,6 +1,7 @@
 #include "support/hostfixture.h"
 #include "support/proxyserver.h"
 
+#include <QNetworkProxy>
 #include <QtTest>
 
 class tst_Services : public QObject
@@ -65,6 +66,7 @@ void tst_Services::proxyIsLogged()
     QCOMPARE(m_host.asynCall("network.updateProxyInfo", params),
              QByteArray(R"({"data":{"result":"ok"},"msg":"success","result":"ok"})"));
     QCOMPARE(m_host.library.logLines().at(1), "Info setGlobalNetworkProxy " + line.toStdString());
+    QCOMPARE(QNetworkProxyFactory::usesSystemConfiguration(), line == "default proxy");
 }
 
 void tst_Services::proxyCarriesConnections_data()

@@ -50,6 +50,21 @@ public:
         return arguments;
     }
 
+    /// Whether everything that takes a context object was given one, and at least one thing was.
+    bool hasContexts()
+    {
+        int given = 0;
+        for (const zefstandin::Call &call : library.account().callRecords()) {
+            const bool takesContext =
+                call.name == "registerMessageTask" || call.name.rfind("submit ", 0) == 0;
+            if (takesContext && !call.hasContext) {
+                return false;
+            }
+            given += takesContext;
+        }
+        return given > 0;
+    }
+
     LoadedLibrary &library = LoadedLibrary::instance();
     zelectronframeworkspace::IElectronFramework &framework = library.framework();
 };
