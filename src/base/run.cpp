@@ -27,7 +27,7 @@ struct alignas(64) Counter
 std::array<Counter, 32> s_counters;
 std::atomic<unsigned> s_threadCount{0};
 
-struct ThreadState
+struct Thread
 {
     Counter *counter;
     RunFrames frames;
@@ -35,22 +35,22 @@ struct ThreadState
     int work; // events of the host thread, one within the other
     bool isHostThread;
 };
-thread_local ThreadState t_thread;
+thread_local Thread t_thread{}; // the braces spare it a constructor that runs at first use
 
-/// The state in one word, so that entering reads all of it at once: the number of the run, its
-/// Admission, and which of the two counts is that of the level.
+/// The state in one word, so that entering reads all of it at once: from the highest bits down the
+/// Admission, the number of the run, and which of the two counts is in use.
 class State
 {
 public:
     explicit State(quint64 word) : m_word(word) {}
-    State(quint64 run, Admission admission, unsigned count)
-        : m_word(run << 3 | quint64(admission) << 1 | count)
+    State(Admission level, quint64 run, unsigned count) : m_word(quint64(level) | run << 1 | count)
     {
     }
 
     quint64 word() const { return m_word; }
-    quint64 run() const { return m_word >> 3; }
-    Admission admission() const { return Admission(m_word >> 1 & 3); }
+    bool admits(Admission needed) const { return m_word >= quint64(needed); }
+    Admission level() const { return Admission(m_word & quint64(Admission::Everything)); }
+    quint64 run() const { return (m_word & ~quint64(Admission::Everything)) >> 1; }
     unsigned count() const { return m_word & 1; }
 
 private:
@@ -63,7 +63,7 @@ constexpr quint64 kAbandoned = 1; // no run, nothing admitted; stays for good
 // free.
 std::mutex &s_mutex = *new std::mutex;
 std::condition_variable &s_changed = *new std::condition_variable;
-std::atomic<bool> s_isWaiting{false};
+std::atomic<int> s_waiting{0}; // threads in lower()
 bool s_isChanging = false; // a RunChange is held; under s_mutex
 
 std::atomic<bool> s_isHostBusy{false};
@@ -84,7 +84,7 @@ int countInside(unsigned count)
 }
 
 /// Whether the calling thread has frames that another thread's change may be waiting for.
-bool isInside(const ThreadState &thread)
+bool isInside(const Thread &thread)
 {
     return thread.isHostThread || thread.frames.count[0] + thread.frames.count[1] > 0;
 }
@@ -102,7 +102,7 @@ void unlockInParent()
 /// Of all threads only the calling one exists here.
 void startOverInChild()
 {
-    if (state().admission() != Admission::Nothing || s_isChanging) {
+    if (state().level() != Admission::Nothing || s_isChanging) {
         s_state = kAbandoned;
     }
     for (Counter &counter : s_counters) {
@@ -111,14 +111,14 @@ void startOverInChild()
         }
     }
     s_isChanging = false;
-    s_isWaiting = false;
+    s_waiting = 0;
     new (&s_changed) std::condition_variable; // the old one counts waiters that do not exist
     s_mutex.unlock();
 }
 
 void restHostThread()
 {
-    if (state().admission() == Admission::Nothing) {
+    if (state().level() == Admission::Nothing) {
         return;
     }
     s_state = kAbandoned;
@@ -134,33 +134,63 @@ void restHostThread()
 
 /// Under the lock: the waiting thread must not go on, and the process perhaps end, before this
 /// returns.
-void wakeWaiting()
+Q_NEVER_INLINE void wakeWaiting()
 {
     const std::lock_guard<std::mutex> lock(s_mutex);
     s_changed.notify_all();
 }
 
-void countOut(ThreadState &thread, unsigned count)
+inline void countOut(Counter &counter, unsigned count)
 {
-    thread.counter->inside[count].fetch_sub(1);
-    if (s_isWaiting) {
+    counter.inside[count].fetch_sub(1);
+    if (Q_UNLIKELY(s_waiting > 0)) {
         wakeWaiting();
     }
 }
 
 /// \return false when the state is no longer the one that the caller has seen.
-bool countIn(ThreadState &thread, State seen)
+inline bool countIn(Counter &counter, State seen)
 {
-    if (!thread.counter) {
-        thread.counter = &s_counters[s_threadCount++ % s_counters.size()];
-    }
     // Sequentially consistent: either this sees the lowered level, or lower() sees the entry.
-    thread.counter->inside[seen.count()].fetch_add(1);
+    counter.inside[seen.count()].fetch_add(1);
     if (s_state == seen.word()) {
         return true;
     }
-    countOut(thread, seen.count());
+    countOut(counter, seen.count());
     return false;
+}
+
+struct Entry
+{
+    Thread *thread = nullptr; // null when refused
+    qint8 count = -1;         // which of the two, if it was counted
+};
+
+Entry enterSlowly(Thread &thread, State seen, Admission needed);
+
+inline Entry enter(Thread &thread, Counter *counter, State seen, Admission needed)
+{
+    if (!seen.admits(needed)) {
+        return {};
+    }
+    if (Q_UNLIKELY(!counter || !countIn(*counter, seen))) {
+        return enterSlowly(thread, seen, needed);
+    }
+    ++thread.frames.count[seen.count()];
+    return {&thread, qint8(seen.count())};
+}
+
+/// On the host thread, for the first time, or after the state has changed.
+Q_NEVER_INLINE Entry enterSlowly(Thread &thread, State seen, Admission needed)
+{
+    if (thread.isHostThread) {
+        return {&thread, -1};
+    }
+    if (!thread.counter) {
+        thread.counter = &s_counters[s_threadCount++ % s_counters.size()];
+    }
+    const State now = state();
+    return now.run() == seen.run() ? enter(thread, thread.counter, now, needed) : Entry();
 }
 
 } // namespace
@@ -182,7 +212,7 @@ bool Run::begin()
             return false;
         }
     } while (!s_state.compare_exchange_weak(
-        old, State(State(old).run() + 1, Admission::Deliveries, State(old).count()).word()));
+        old, State(Admission::Deliveries, State(old).run() + 1, State(old).count()).word()));
     return true;
 }
 
@@ -194,9 +224,9 @@ void Run::admitEverything()
     static_cast<void>(isPrepared);
 
     const State old = state();
-    quint64 expected = State(old.run(), Admission::Deliveries, old.count()).word();
+    quint64 expected = State(Admission::Deliveries, old.run(), old.count()).word();
     s_state.compare_exchange_strong(expected,
-                                    State(old.run(), Admission::Everything, old.count()).word());
+                                    State(Admission::Everything, old.run(), old.count()).word());
 }
 
 void Run::lower(Admission level, const RunFrames &except)
@@ -204,14 +234,13 @@ void Run::lower(Admission level, const RunFrames &except)
     std::unique_lock<std::mutex> lock(s_mutex);
     const State old = state();
     quint64 expected = old.word();
-    if (old.admission() <= level ||
-        !s_state.compare_exchange_strong(expected,
-                                         State(old.run(), level, old.count() ^ 1).word())) {
+    if (old.level() <= level || !s_state.compare_exchange_strong(
+                                    expected, State(level, old.run(), old.count() ^ 1).word())) {
         return; // abandoned, or as low already
     }
-    s_isWaiting = true;
+    ++s_waiting;
     s_changed.wait(lock, [&] { return countInside(old.count()) <= except.count[old.count()]; });
-    s_isWaiting = false;
+    --s_waiting;
 }
 
 RunFrames Run::ownFrames()
@@ -229,42 +258,42 @@ bool Run::isAbandoned()
     return s_state == kAbandoned;
 }
 
-RunScope::RunScope(Admission needed) : m_entry(enter(Run::current(), needed)) {}
+// The thread comes before the state: finding it is a call, across which less is to be kept then.
 
-RunScope::RunScope(quint64 run) : m_entry(enter(run, Admission::Deliveries)), m_isDelivery(true)
+RunScope::RunScope(Admission needed)
 {
-    t_thread.deliveries += bool(*this);
+    Thread &thread = t_thread;
+    Counter *const counter = thread.counter;
+    const Entry entry = enter(thread, counter, state(), needed);
+    m_thread = entry.thread;
+    m_count = entry.count;
+}
+
+RunScope::RunScope(quint64 run)
+{
+    Thread &thread = t_thread;
+    Counter *const counter = thread.counter;
+    const State seen = state();
+    if (seen.run() != run) {
+        return;
+    }
+    const Entry entry = enter(thread, counter, seen, Admission::Deliveries);
+    m_thread = entry.thread;
+    m_count = entry.count;
+    m_isDelivery = entry.thread != nullptr;
+    thread.deliveries += m_isDelivery;
 }
 
 RunScope::~RunScope()
 {
-    if (!*this) {
+    if (!m_thread) {
         return;
     }
-    ThreadState &thread = t_thread;
+    auto &thread = *static_cast<Thread *>(m_thread);
     thread.deliveries -= m_isDelivery;
-    if (m_entry != Entry::Uncounted) {
-        const auto count = unsigned(m_entry);
-        --thread.frames.count[count];
-        countOut(thread, count);
-    }
-}
-
-RunScope::Entry RunScope::enter(quint64 run, Admission needed)
-{
-    ThreadState &thread = t_thread;
-    for (;;) {
-        const State seen = state();
-        if (seen.run() != run || seen.admission() < needed) {
-            return Entry::Refused;
-        }
-        if (thread.isHostThread) {
-            return Entry::Uncounted;
-        }
-        if (countIn(thread, seen)) {
-            ++thread.frames.count[seen.count()];
-            return Entry(seen.count());
-        }
+    if (m_count >= 0) {
+        --thread.frames.count[m_count];
+        countOut(*thread.counter, unsigned(m_count));
     }
 }
 

@@ -16,11 +16,11 @@
 /// while the process exits. Thread: any, unless a function says otherwise.
 
 /// What a run admits. Each level admits everything that the one before it does.
-enum class Admission {
-    Nothing,    ///< no run, or one that is over
-    Deliveries, ///< during start-up and shutdown: only what the account library delivers
-    Operations, ///< once uninit has begun: all operations but those that queue work
-    Everything
+enum class Admission : quint64 {
+    Nothing = 0,                      ///< no run, or one that is over
+    Deliveries = Q_UINT64_C(1) << 62, ///< start-up and shutdown: only the account library's
+    Operations = Q_UINT64_C(2) << 62, ///< once uninit has begun: all but those that queue work
+    Everything = Q_UINT64_C(3) << 62
 };
 
 /// Entries of one thread that have not been left yet, by the level at which they were made.
@@ -74,16 +74,12 @@ public:
     RunScope(const RunScope &) = delete;
     RunScope &operator=(const RunScope &) = delete;
 
-    explicit operator bool() const { return m_entry != Entry::Refused; }
+    explicit operator bool() const { return m_thread != nullptr; }
 
 private:
-    /// The two counts are those of Run; see there.
-    enum class Entry : qint8 { Refused = -2, Uncounted = -1, FirstCount = 0, SecondCount = 1 };
-
-    static Entry enter(quint64 run, Admission needed);
-
-    const Entry m_entry;
-    const bool m_isDelivery = false;
+    void *m_thread = nullptr; ///< what is known of the calling thread; null when refused
+    qint8 m_count = -1;       ///< which of the two counts it is in, if any
+    bool m_isDelivery = false;
 };
 
 /// The right to start or end a run, held by one thread at a time; tests false when another thread

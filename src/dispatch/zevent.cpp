@@ -6,100 +6,129 @@
 #include <QThread>
 
 #include <algorithm>
+#include <iterator>
 
-/// One listener that is being called: the lock is released for as long as this lives.
+namespace {
+
+/// Counts one up for as long as it lives.
+class Counted
+{
+public:
+    explicit Counted(std::atomic<int> &count) : m_count(count) { ++m_count; }
+    ~Counted() { --m_count; }
+    Counted(const Counted &) = delete;
+    Counted &operator=(const Counted &) = delete;
+
+private:
+    std::atomic<int> &m_count;
+};
+
+} // namespace
+
+ZEvent::Subscription &ZEvent::Subscription::operator=(Subscription &&other) noexcept
+{
+    handle = other.handle;
+    callback = std::move(other.callback);
+    isRemoved = other.isRemoved.load();
+    return *this;
+}
+
+/// Keeps the subscriptions in their places for as long as it lives.
 class ZEvent::Delivery
 {
 public:
-    Delivery(ZEvent &event, ListenerHandle handle, std::unique_lock<std::mutex> &lock)
-        : m_event(event), m_lock(lock), m_handle(handle), m_outer(event.m_innermost)
+    explicit Delivery(ZEvent &event) : m_event(event)
     {
-        m_event.m_innermost = this;
-        m_lock.unlock();
+        const std::lock_guard<std::mutex> lock(m_event.m_mutex);
+        ++m_event.m_deliveryCount;
     }
 
     ~Delivery()
     {
-        m_lock.lock();
-        m_event.m_innermost = m_outer;
+        const std::lock_guard<std::mutex> lock(m_event.m_mutex);
+        --m_event.m_deliveryCount;
+        m_event.compact();
         m_event.m_returned.notify_all();
     }
 
     Delivery(const Delivery &) = delete;
     Delivery &operator=(const Delivery &) = delete;
 
-    ListenerHandle handle() const { return m_handle; }
-    const Delivery *outer() const { return m_outer; }
-
 private:
     ZEvent &m_event;
-    std::unique_lock<std::mutex> &m_lock;
-    const ListenerHandle m_handle;
-    const Delivery *const m_outer;
 };
 
 void ZEvent::remove(ListenerHandle handle)
 {
-    CallBackFunc callback; // destroyed after the lock is released
     std::unique_lock<std::mutex> lock(m_mutex);
-    const auto found = std::lower_bound(
-        m_subscriptions.begin(), m_subscriptions.end(), handle,
-        [](const Subscription &one, ListenerHandle other) { return one.handle < other; });
-    if (found == m_subscriptions.end() || found->handle != handle || found->isRemoved) {
+    Subscription *subscription = find(handle);
+    if (!subscription || subscription->isRemoved) {
         return;
     }
-    found->isRemoved = true;
-    callback.swap(found->callback);
+    subscription->isRemoved = true;
     ++m_removedCount;
     compact();
     // On the host thread the running callback is a frame below this one.
     if (QThread::currentThread() != thread()) {
-        m_returned.wait(lock, [this, handle] { return !isRunning(handle); });
+        m_returned.wait(lock, [this, handle] {
+            const Subscription *removed = find(handle);
+            return !removed || removed->running == 0;
+        });
     }
 }
 
 void ZEvent::removeAll()
 {
-    std::vector<Subscription> removed;
     const std::lock_guard<std::mutex> lock(m_mutex);
-    removed.swap(m_subscriptions);
+    m_subscriptions.clear();
     m_removedCount = 0;
 }
 
 void ZEvent::deliver()
 {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    const std::size_t count = m_subscriptions.size();
-    for (std::size_t index = 0; index < count; ++index) {
-        const Subscription subscription = m_subscriptions[index];
-        if (subscription.isRemoved || !subscription.callback) {
-            continue;
+    const Delivery delivery(*this);
+    for (Subscription &subscription : m_subscriptions) {
+        {
+            const Counted running(subscription.running);
+            if (!subscription.isRemoved && subscription.callback) {
+                guarded([&] { subscription.callback({}); },
+                        [] { logError("deliver", "exception from a listener"); });
+            }
         }
-        const Delivery delivery(*this, subscription.handle, lock);
-        guarded([&] { subscription.callback({}); },
-                [] { logError("deliver", "exception from a listener"); });
+        if (subscription.isRemoved) {
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            m_returned.notify_all();
+        }
     }
-    compact();
 }
 
-bool ZEvent::isRunning(ListenerHandle handle) const
+ZEvent::Subscription *ZEvent::find(ListenerHandle handle)
 {
-    for (const Delivery *delivery = m_innermost; delivery; delivery = delivery->outer()) {
-        if (delivery->handle() == handle) {
-            return true;
+    for (std::vector<Subscription> *list : {&m_subscriptions, &m_added}) {
+        const auto found = std::lower_bound(
+            list->begin(), list->end(), handle,
+            [](const Subscription &one, ListenerHandle other) { return one.handle < other; });
+        if (found != list->end() && found->handle == handle) {
+            return &*found;
         }
     }
-    return false;
+    return nullptr;
 }
 
-/// Rarely enough that a removal costs the same on average however many subscriptions there are.
+/// Takes in what was added and drops what was removed, once nothing is being delivered; the latter
+/// so rarely that a removal costs the same on average however many subscriptions there are.
 void ZEvent::compact()
 {
-    if (m_innermost || m_removedCount <= m_subscriptions.size() / 2) {
+    if (m_deliveryCount > 0) {
         return;
     }
-    const auto isRemoved = [](const Subscription &subscription) { return subscription.isRemoved; };
-    m_subscriptions.erase(std::remove_if(m_subscriptions.begin(), m_subscriptions.end(), isRemoved),
-                          m_subscriptions.end());
-    m_removedCount = 0;
+    std::move(m_added.begin(), m_added.end(), std::back_inserter(m_subscriptions));
+    m_added.clear();
+    if (m_removedCount > m_subscriptions.size() / 2) {
+        const auto isRemoved = [](const Subscription &one) { return one.isRemoved.load(); };
+        m_subscriptions.erase(
+            std::remove_if(m_subscriptions.begin(), m_subscriptions.end(), isRemoved),
+            m_subscriptions.end());
+        m_removedCount = 0;
+    }
 }

@@ -5,8 +5,10 @@
 
 #include <QObject>
 
+#include <atomic>
 #include <condition_variable>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 /// The subscriptions to one event.
@@ -27,8 +29,9 @@ public:
     ListenerHandle add(const CallBackFunc &callback, NextHandle nextHandle)
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        m_subscriptions.push_back({nextHandle(), callback, false});
-        return m_subscriptions.back().handle;
+        std::vector<Subscription> &list = m_deliveryCount == 0 ? m_subscriptions : m_added;
+        list.emplace_back(nextHandle(), callback);
+        return list.back().handle;
     }
 
     /// When it has returned on another thread than the host thread, the callback is not running and
@@ -43,20 +46,34 @@ public Q_SLOTS:
     void deliver();
 
 private:
+    /// One callback and what is needed to end it for good while the host thread may be calling it.
     struct Subscription
     {
-        ListenerHandle handle;
+        Subscription(ListenerHandle ownHandle, CallBackFunc ownCallback)
+            : handle(ownHandle), callback(std::move(ownCallback))
+        {
+        }
+        /// Only while nothing is being delivered.
+        Subscription(Subscription &&other) noexcept { *this = std::move(other); }
+        Subscription &operator=(Subscription &&other) noexcept;
+
+        ListenerHandle handle = 0;
         CallBackFunc callback;
-        bool isRemoved;
+        // Sequentially consistent: either deliver() sees the removal, or remove() sees the call.
+        std::atomic<int> running{0}; ///< calls under way, one inside the other
+        std::atomic<bool> isRemoved{false};
     };
     class Delivery;
 
-    bool isRunning(ListenerHandle handle) const;
+    Subscription *find(ListenerHandle handle);
     void compact();
 
     std::mutex m_mutex; // guards everything below; held over no callback
     std::condition_variable m_returned;
-    std::vector<Subscription> m_subscriptions; // by handle; their places stay during a delivery
+    // In the order of their handles. Neither grows nor shrinks while events are being delivered, so
+    // that the host thread goes through it without the lock.
+    std::vector<Subscription> m_subscriptions;
+    std::vector<Subscription> m_added; // meanwhile
     std::size_t m_removedCount = 0;
-    const Delivery *m_innermost = nullptr; // a listener may raise the event again
+    int m_deliveryCount = 0; // under way, one inside the other
 };
