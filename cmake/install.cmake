@@ -4,6 +4,7 @@ include(CMakePackageConfigHelpers)
 install(TARGETS zelectronframework EXPORT zelectronframework
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(FILES interface/modules.json DESTINATION ${CMAKE_INSTALL_DATADIR}/zelectronframework)
 install(DIRECTORY include/zelectronframework DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
 set(ZEF_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/zelectronframework)

@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 
 /// \file
 /// The command-line host: loads the library as the application does, carries out what it is asked
@@ -61,6 +62,10 @@ void carryOut(const Options &options, Session &session, Printer &printer)
 int runSession(const Options &options, Printer &printer)
 {
     const std::string settings = settingsText(options.settings);
+    if (options.showLibraries) {
+        // The library says so itself, on the standard error. Before Qt is loaded, which reads it.
+        setenv("QT_LOGGING_RULES", "zelectronframework.libraries.debug=true", 1);
+    }
     auto *const framework = loadFramework(options.library);
     if (!options.logFolder.empty()) {
         const std::string error = redirectLog(options.library, options.logFolder);

@@ -147,6 +147,8 @@ bool readOptions(int count, char **arguments, Options &options, int &exitCode)
     CLI::App *run = app.add_subcommand("run", "carry out a script");
     run->add_option("script", raw.script, "file")->type_name("SCRIPT")->required();
     CLI::App *repl = app.add_subcommand("repl", "take commands from a prompt");
+    CLI::App *libraries = app.add_subcommand(
+        "libraries", "start, print which closed libraries and functions were found, stop");
 
     app.require_subcommand(0, 1);
     app.allow_extras();
@@ -163,6 +165,7 @@ bool readOptions(int count, char **arguments, Options &options, int &exitCode)
 
     options.limit = milliseconds(raw.timeout);
     options.isPrompt = repl->parsed();
+    options.showLibraries = libraries->parsed();
     if (call->parsed()) {
         options.commands = {{Verb::call, raw.path, raw.json, false, {}}};
     } else if (async->parsed()) {

@@ -18,7 +18,8 @@ struct Options
     bool showLog = false;
     std::chrono::milliseconds limit{10000};
     std::vector<Command> commands;
-    bool isPrompt = false; ///< commands come from the user instead
+    bool isPrompt = false;      ///< commands come from the user instead
+    bool showLibraries = false; ///< print what was found of the closed libraries
 };
 
 /// Reads the command line, and the script that it names.

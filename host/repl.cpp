@@ -40,6 +40,7 @@ void printHelp()
         std::printf("  %s\n", word.usage);
     }
     std::puts("  methods               list the methods\n"
+              "  help PATH             say what a method takes\n"
               "  log                   print the log lines so far\n"
               "  help, quit");
 }
@@ -47,8 +48,8 @@ void printHelp()
 void printMethods()
 {
     for (const Method &method : methods()) {
-        std::printf("  %-34s %s\n", method.path,
-                    method.isThreadSafe ? "call or async" : "async only");
+        std::printf("  %-34s %-13s  %s\n", method.path.c_str(),
+                    method.isThreadSafe ? "call or async" : "async only", method.summary.c_str());
     }
 }
 
@@ -118,7 +119,10 @@ bool handleLine(const std::string &line, Session &session, Printer &printer)
     if (verb == "quit" || verb == "exit") {
         return false;
     }
-    if (verb == "help") {
+    if (verb == "help" && !rest.empty()) {
+        const std::string help = methodHelp(rest);
+        help.empty() ? complain("unknown method " + rest) : void(std::fputs(help.c_str(), stdout));
+    } else if (verb == "help") {
         printHelp();
     } else if (verb == "methods") {
         printMethods();
@@ -154,7 +158,7 @@ std::vector<std::string> candidates(const std::string &lineBefore)
     }
     for (const Method &method : methods()) {
         // On this thread the others are refused.
-        if (verb == "async" || (verb == "call" && method.isThreadSafe)) {
+        if (verb == "async" || verb == "help" || (verb == "call" && method.isThreadSafe)) {
             names.emplace_back(method.path);
         }
     }

@@ -30,6 +30,13 @@ keep_compiled() {
 
 check_floors() { tools/floors.sh; }
 
+check_web() { tools/lint/node_modules/.bin/biome check --error-on-warnings "$@"; }
+
+check_openrpc() { node tools/lint/openrpc.mjs "$@"; }
+
+# What is generated from the code and the description is what is committed.
+check_generated() { tools/generate.sh --check; }
+
 check_scripts() { shellcheck -x "$@"; }
 
 check_format() { clang-format --dry-run --Werror "$@"; }
@@ -59,12 +66,17 @@ failed=0
 
 mapfile -t scripts < <(candidates dev .ci/run '*.sh')
 mapfile -t sources < <(candidates '*.h' '*.cpp')
+mapfile -t web < <(candidates '*.js' '*.cjs' '*.mjs' '*.ts' '*.cts' '*.mts' '*.css')
+(cd tools/lint && quietly "Fetching the npm packages of lint" npm ci --ignore-scripts)
 check "Checking scripts" check_scripts "${scripts[@]}"
 check "Checking format" check_format "${sources[@]}"
 check "Checking that includes lead down" check_floors "${sources[@]}"
+check "Checking JavaScript and TypeScript" check_web "${web[@]}"
+check "Checking the OpenRPC document" check_openrpc interface/modules.json
 
 # clang-tidy reads the files that moc writes, so the build comes first.
 build dev
+check "Checking that generated files are fresh" check_generated interface/modules.json
 mapfile -t compiled < <(candidates '*.cpp' | keep_compiled)
 check "Looking for faults with clang-tidy" check_tidy "${compiled[@]}"
 

@@ -2,6 +2,7 @@
 
 #include <QMetaMethod>
 
+#include <algorithm>
 #include <atomic>
 
 namespace {
@@ -41,6 +42,15 @@ void ZEventManager::addEvents(const QString &module, const QObject *sender)
             m_events.push_back(event);
         }
     }
+}
+
+QStringList ZEventManager::paths() const
+{
+    QStringList paths = m_indexes.keys();
+    std::sort(paths.begin(), paths.end(), [this](const QString &one, const QString &other) {
+        return m_indexes.value(one) < m_indexes.value(other);
+    });
+    return paths;
 }
 
 ZEventManager::ListenerHandle ZEventManager::addListener(const QString &path,

@@ -5,6 +5,7 @@
 #include <QHash>
 #include <QObject>
 #include <QString>
+#include <QStringList>
 
 #include <vector>
 
@@ -28,6 +29,9 @@ public:
     /// Makes an event "module.signal" of every signal that the sender's own class declares. They
     /// are emitted on the host thread.
     void addEvents(const QString &module, const QObject *sender);
+
+    /// In the order of the signals.
+    QStringList paths() const;
 
     /// \param path "module.event"; what follows a second point is ignored.
     /// \return 0 when there is no such event.

@@ -97,14 +97,23 @@ bool ZMessageHandlerBase::isThreadSafeMethod(const QString &method) const
     return m_threadSafeMethods.contains(method);
 }
 
+QStringList ZMessageHandlerBase::methods() const
+{
+    QStringList names;
+    for (int index = 0; index < metaObject()->methodCount(); ++index) {
+        const QMetaMethod slot = metaObject()->method(index);
+        if (slot.methodSignature() == slot.name() + kArguments) {
+            names.append(QString::fromLatin1(slot.name()));
+        }
+    }
+    return names;
+}
+
 int ZMessageHandlerBase::slotIndex(const QString &method) const
 {
     std::call_once(m_once, [this] {
-        for (int index = 0; index < metaObject()->methodCount(); ++index) {
-            const QMetaMethod slot = metaObject()->method(index);
-            if (slot.methodSignature() == slot.name() + kArguments) {
-                m_slots.insert(QString::fromLatin1(slot.name()), index);
-            }
+        for (const QString &name : methods()) {
+            m_slots.insert(name, metaObject()->indexOfMethod(name.toLatin1() + kArguments));
         }
     });
     const auto found = m_slots.constFind(method);

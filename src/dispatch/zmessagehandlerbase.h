@@ -33,6 +33,10 @@ public:
     bool asynCall(const QString &method, const QVariantMap &params, const CallBackFunc &callback);
 
     bool isThreadSafeMethod(const QString &method) const;
+    const QStringList &threadSafeMethods() const { return m_threadSafeMethods; }
+
+    /// The names of all module methods, in the order of their slots.
+    QStringList methods() const;
 
 private:
     int slotIndex(const QString &method) const;

@@ -29,6 +29,9 @@ public:
     /// \return whether anything was queued.
     bool asynCall(const QString &path, const QVariantMap &params, const CallBackFunc &callback);
 
+    /// By module.
+    const QMap<QString, ZMessageHandlerBase *> &handlers() const { return m_handlers; }
+
 private:
     QMap<QString, ZMessageHandlerBase *> m_handlers;
 };

@@ -4,6 +4,18 @@
 #include "log/logline.h"
 #include "meeting/zmeetingfunchandler.h"
 
+namespace {
+
+const auto kAccountInfoCollect = QStringLiteral("accountInfoCollectTask");
+const auto kMeetingDataChange = QStringLiteral("meetingDataChangeTask");
+
+} // namespace
+
+QStringList ZCallbackFuncManager::typeNames()
+{
+    return {kAccountInfoCollect, kMeetingDataChange};
+}
+
 ZCallbackFuncManager::ZCallbackFuncManager(QObject *parent) : QObject(parent) {}
 
 ZCallbackFuncManager::~ZCallbackFuncManager()
@@ -18,10 +30,10 @@ bool ZCallbackFuncManager::registerCallbackFunc(const QString &typeName,
         logError("registerCallbackFunc", "callback is null");
         return false;
     }
-    if (typeName == QLatin1String("accountInfoCollectTask")) {
+    if (typeName == kAccountInfoCollect) {
         return _registerAccountInfoCollectTask(callback);
     }
-    if (typeName == QLatin1String("meetingDataChangeTask")) {
+    if (typeName == kMeetingDataChange) {
         registerMeetingDataChangeTask(callback);
         return true;
     }

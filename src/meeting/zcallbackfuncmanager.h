@@ -6,6 +6,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QString>
+#include <QStringList>
 
 #include <atomic>
 
@@ -18,7 +19,9 @@ public:
     explicit ZCallbackFuncManager(QObject *parent);
     ~ZCallbackFuncManager() override;
 
-    /// \param typeName "accountInfoCollectTask" or "meetingDataChangeTask".
+    static QStringList typeNames();
+
+    /// \param typeName one of typeNames().
     /// \return false for an empty callback, another type, or when the account library refuses.
     bool registerCallbackFunc(const QString &typeName, const CallBackFunc &callback);
 

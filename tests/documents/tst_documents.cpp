@@ -1,15 +1,9 @@
-#include "account/zaccounthandler.h"
-#include "account/zaccountsdkproxy.h"
-#include "log/utils/zutilshandler.h"
-#include "meeting/zmeetinghandler.h"
-#include "services/zaccessbasehandler.h"
-#include "services/znetworkhandler.h"
 #include "support/childprocess.h"
 #include "support/hostfixture.h"
 
 #include <QFile>
 #include <QFileInfo>
-#include <QMetaMethod>
+#include <QJsonArray>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -24,10 +18,35 @@ QString document(const QString &name)
     return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
 }
 
-const QString kModules = document("docs/MODULES.md");
-const QString kReadme = document("README.md");
+QJsonObject object(const QByteArray &text)
+{
+    return QJsonDocument::fromJson(text).object();
+}
 
-/// The first captures of all matches, sorted.
+QByteArray compact(const QJsonValue &value)
+{
+    return QJsonDocument(value.toObject()).toJson(QJsonDocument::Compact);
+}
+
+/// What documents, hosts and the npm package know of the interface.
+const QJsonObject kModules = object(document("interface/modules.json").toUtf8());
+
+QJsonArray methods()
+{
+    return kModules.value("methods").toArray();
+}
+
+/// One member of each object.
+QJsonArray members(const QJsonValue &list, const char *name)
+{
+    QJsonArray found;
+    for (const QJsonValue &value : list.toArray()) {
+        found.append(value[QLatin1String(name)]);
+    }
+    return found;
+}
+
+/// The first captures of all matches.
 QStringList captures(const QString &text, const QString &pattern)
 {
     const QRegularExpression expression(pattern, QRegularExpression::MultilineOption);
@@ -35,35 +54,7 @@ QStringList captures(const QString &text, const QString &pattern)
     for (auto match = expression.globalMatch(text); match.hasNext();) {
         found.append(match.next().captured(1));
     }
-    found.sort();
     return found;
-}
-
-QStringList namesOf(const char *module, const QMetaObject &object, QMetaMethod::MethodType type)
-{
-    QStringList names;
-    for (int index = object.methodOffset(); index < object.methodCount(); ++index) {
-        if (object.method(index).methodType() == type) {
-            names.append(QString("%1.%2").arg(module, QString(object.method(index).name())));
-        }
-    }
-    names.sort();
-    return names;
-}
-
-QStringList moduleMethods()
-{
-    return namesOf("accessbase", ZAccessbaseHandler::staticMetaObject, QMetaMethod::Slot) +
-           namesOf("account", ZAccountHandler::staticMetaObject, QMetaMethod::Slot) +
-           namesOf("meeting", ZMeetingHandler::staticMetaObject, QMetaMethod::Slot) +
-           namesOf("network", ZNetworkHandler::staticMetaObject, QMetaMethod::Slot) +
-           namesOf("utils", ZUtilsHandler::staticMetaObject, QMetaMethod::Slot);
-}
-
-/// What the "Thread" line of a method's section says.
-QString documentedThread(const QString &method)
-{
-    return captures(kModules, "^### " + method + "\\n(?:(?!#).*\\n)*?- Thread: (.*)$").value(0);
 }
 
 /// "…" stands for a text that differs each time, "[…]" for such an array.
@@ -85,7 +76,7 @@ private Q_SLOTS:
     void initTestCase() { qputenv("XDG_STATE_HOME", m_state.path().toUtf8()); } // for the log
     void cleanup() { m_host.framework.uninit(); }
 
-    void namesAreThoseOfTheCode();
+    void modulesAreThoseOfTheCode();
     void callRefusesAsDocumented();
     void examplesAnswerAsDocumented_data();
     void examplesAnswerAsDocumented();
@@ -103,54 +94,57 @@ private:
 
 bool tst_Documents::startAsDocumented()
 {
-    const QStringList standin = captures(kModules, "^```json\\n\\{\"standin\":([^`]+)\\}\\n```$");
-    return standin.size() == 1 && m_host.start(standin.front().toStdString());
+    return m_host.start(compact(kModules.value("x-exampleStandin")).toStdString());
 }
 
-void tst_Documents::namesAreThoseOfTheCode()
+void tst_Documents::modulesAreThoseOfTheCode()
 {
-    QCOMPARE(moduleMethods().size(), 24);
-    QCOMPARE(captures(kModules, "^### (\\w+\\.\\w+)$"), moduleMethods());
-    QCOMPARE(captures(kReadme, "^\\| `(\\w+\\.\\w+)` \\|"), moduleMethods());
-
-    const QStringList events =
-        namesOf("account", ZAccountSdkProxy::staticMetaObject, QMetaMethod::Signal);
-    QCOMPARE(captures(kModules, "^\\| `(account\\.\\w+)` \\|"), events);
-    QCOMPARE(captures(kReadme, "`(account\\.\\w+)`[,.]"), events);
+    const ChildResult described = runChild({siblingProgram("zef_interface")});
+    QVERIFY2(described.exitCode == 0, described.errors.c_str());
+    const QJsonObject facts = object(QByteArray::fromStdString(described.output));
+    QVERIFY(!facts.value("methods").toArray().isEmpty());
+    QCOMPARE(members(methods(), "name"), members(facts.value("methods"), "name"));
+    QCOMPARE(members(methods(), "x-threadSafe"), members(facts.value("methods"), "threadSafe"));
+    QCOMPARE(members(kModules.value("x-events"), "name"), facts.value("events").toArray());
+    QCOMPARE(members(kModules.value("x-tasks"), "name"), facts.value("tasks").toArray());
 }
 
 void tst_Documents::callRefusesAsDocumented()
 {
     QVERIFY(startAsDocumented());
-    for (const QString &method : moduleMethods()) {
-        const bool isRefused = m_host.call(qPrintable(method)).contains("not support thread safe");
-        const QString begin = isRefused ? "host thread; " : "any; ";
-        QVERIFY2(documentedThread(method).startsWith(begin), qPrintable(method));
-        const QStringList row = captures(kReadme, "\\| `" + method + "` \\| .* \\| (yes|no) \\|");
-        QCOMPARE(row, QStringList(isRefused ? "no" : "yes"));
+    for (const QJsonValue &method : methods()) {
+        const QByteArray reply = m_host.call(qPrintable(method["name"].toString()));
+        QCOMPARE(!reply.contains("not support thread safe"), method["x-threadSafe"].toBool());
     }
 }
 
 void tst_Documents::examplesAnswerAsDocumented_data()
 {
-    QTest::addColumn<QByteArray>("operation");
+    QTest::addColumn<QByteArray>("operation"); // or the task type
     QTest::addColumn<QByteArray>("path");
     QTest::addColumn<QByteArray>("params");
-    QTest::addColumn<QString>("reply");
+    QTest::addColumn<QByteArray>("reply");
+    QTest::addColumn<QString>("thread");
 
-    const QRegularExpression example(
-        "```text\\n(\\w+) (?:([\\w.]+) )?(\\{.*\\})\\n(\\{.*\\})\\n```");
-    QStringList paths;
-    for (auto match = example.globalMatch(kModules); match.hasNext();) {
-        const QStringList found = match.next().capturedTexts();
-        paths.append(found[2]);
-        QTest::newRow(qPrintable(found[1] + ' ' + found[2] + found[3]))
-            << found[1].toUtf8() << found[2].toUtf8() << found[3].toUtf8() << found[4];
+    for (const QJsonValue &method : methods()) {
+        const QByteArray path = method["name"].toString().toUtf8();
+        const QJsonValue example = method["examples"][0];
+        QJsonObject params;
+        for (const QJsonValue &given : example["params"].toArray()) {
+            params.insert(given["name"].toString(), given["value"]);
+        }
+        QTest::newRow(path) << QByteArray(method["x-threadSafe"].toBool() ? "call" : "asynCall")
+                            << path << compact(params) << compact(example["result"]["value"])
+                            << method["x-answer"].toString();
     }
-    for (const QString &method : moduleMethods()) {
-        QVERIFY2(paths.contains(method), qPrintable(method));
+    for (const QJsonValue &task : kModules.value("x-tasks").toArray()) {
+        const QByteArray type = task["name"].toString().toUtf8();
+        for (const QJsonValue &example : task["examples"].toArray()) {
+            const QByteArray send = compact(example["send"]);
+            QTest::newRow(type + send)
+                << type << QByteArray() << send << compact(example["message"]) << "library thread";
+        }
     }
-    QCOMPARE(paths.size(), kModules.count("```text"));
 }
 
 /// Runs one operation, or has the stand-in send what a task of that type delivers.
@@ -179,8 +173,8 @@ void tst_Documents::examplesAnswerAsDocumented()
     QFETCH(QByteArray, operation);
     QFETCH(QByteArray, path);
     QFETCH(QByteArray, params);
-    QFETCH(QString, reply);
-    QVERIFY(QJsonDocument::fromJson(params).isObject());
+    QFETCH(QByteArray, reply);
+    QFETCH(QString, thread);
 
     Recorder host;
     Recorder recorder;
@@ -191,18 +185,16 @@ void tst_Documents::examplesAnswerAsDocumented()
     const Recorder::Delivery answer = recorder.take();
     m_host.framework.uninit(); // while the recorders live
 
-    QVERIFY(QJsonDocument::fromJson(answer.text).isObject());
-    QVERIFY2(patternOf(reply).match(QString::fromUtf8(answer.text)).hasMatch(),
+    QVERIFY2(patternOf(QString::fromUtf8(reply)).match(QString::fromUtf8(answer.text)).hasMatch(),
              answer.text.constData());
-    const bool isLater = path.isEmpty() || documentedThread(path).contains("library thread");
-    QCOMPARE(answer.thread == std::this_thread::get_id(), operation == "call");
-    QCOMPARE(answer.thread == hostThread, operation != "call" && !isLater);
+    QCOMPARE(answer.thread == std::this_thread::get_id(), thread == "before it returns");
+    QCOMPARE(answer.thread == hostThread, thread == "host thread");
 }
 
 void tst_Documents::minimalHostIsShownAndRuns()
 {
     const QString shown = "```cpp\n" + document("examples/minimal/main.cpp") + "```\n";
-    QVERIFY(kReadme.contains(shown));
+    QVERIFY(document("README.md").contains(shown));
     const ChildResult minimal = runChild({siblingProgram("zef_minimal_host")});
     QVERIFY2(minimal.exitCode == 0, minimal.errors.c_str());
     QVERIFY(QJsonDocument::fromJson(QByteArray::fromStdString(minimal.output)).isObject());

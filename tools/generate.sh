@@ -1,0 +1,10 @@
+#!/usr/bin/env bash
+# tools/generate.sh [--check]: writes what is made of the code and of interface/description.json; with
+# --check it only fails where a file is not fresh. The everyday build has to be there.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+facts=$(mktemp)
+trap 'rm -f "$facts"' EXIT
+build/dev/bin/zef_interface >"$facts"
+node interface/generate.mjs "$facts" "$@"
