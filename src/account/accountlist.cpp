@@ -1,7 +1,6 @@
 #include "account/accountlist.h"
 
 #include "account/accountservices.h"
-#include "dispatch/reply.h"
 #include "json/jsontext.h"
 
 #include <QStringList>
@@ -74,9 +73,9 @@ QString noAccountText(JsonObjectText &entry, const AccountAuthInfo &auth)
 
 void replyAccountList(const CallBackFunc &callback)
 {
-    IAccount *account = accountService(&IAccountSdk::getAccount);
+    IAccount *account =
+        serviceOrReply(&IAccountSdk::getAccount, QStringLiteral("account is nullptr"), callback);
     if (!account) {
-        replyFail(callback, QStringLiteral("account is nullptr"));
         return;
     }
 

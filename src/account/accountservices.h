@@ -1,6 +1,7 @@
 #pragma once
 
 #include "account/iaccountsdk.h"
+#include "dispatch/reply.h"
 
 /// \file
 /// The way to the account library's services. Each use walks it afresh and keeps no pointer beyond
@@ -19,4 +20,16 @@ Service *accountService(Service *(IAccountSdk::*getter)())
 {
     IAccountSdk *sdk = accountSdk();
     return sdk ? (sdk->*getter)() : nullptr;
+}
+
+/// The same for a module method: a missing service is answered "fail" with the text.
+template <typename Service>
+Service *serviceOrReply(Service *(IAccountSdk::*getter)(), const QString &missing,
+                        const CallBackFunc &callback)
+{
+    Service *service = accountService(getter);
+    if (!service) {
+        replyFail(callback, missing);
+    }
+    return service;
 }

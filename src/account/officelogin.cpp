@@ -4,7 +4,6 @@
 #include "account/officetasks.h"
 #include "base/delivery.h"
 #include "base/runningframework.h"
-#include "dispatch/reply.h"
 
 #include <QCoreApplication>
 
@@ -25,12 +24,8 @@ const auto kReason = QStringLiteral("reason");
 void submit(QObject *context, const QString &taskName, const QVariantMap &params,
             const CallBackFunc &callback, const TaskCallback &completion)
 {
-    IScheduler *scheduler = accountService(&IAccountSdk::getScheduler);
-    if (!scheduler) {
-        replyFail(callback, kSchedulerMissing);
-        return;
-    }
-    if (!scheduler->submit(suiteAppIds(), taskName, params, context, completion)) {
+    IScheduler *scheduler = serviceOrReply(&IAccountSdk::getScheduler, kSchedulerMissing, callback);
+    if (scheduler && !scheduler->submit(suiteAppIds(), taskName, params, context, completion)) {
         replyFail(callback, kSubmitFailed);
     }
 }
@@ -56,10 +51,9 @@ TaskCallback whenFinished(const QString &method, const CallBackFunc &callback, A
 
 void login(const QVariantMap &params, const CallBackFunc &callback)
 {
-    if (ILoginService *service = accountService(&IAccountSdk::getLoginService)) {
+    if (ILoginService *service =
+            serviceOrReply(&IAccountSdk::getLoginService, kLoginServiceMissing, callback)) {
         service->loginCallback(params, callback);
-    } else {
-        replyFail(callback, kLoginServiceMissing);
     }
 }
 

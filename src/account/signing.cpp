@@ -1,21 +1,16 @@
 #include "account/signing.h"
 
 #include "account/accountservices.h"
-#include "dispatch/reply.h"
 #include "dispatch/servicereply.h"
 
 namespace {
 
 const auto kSignFailed = QStringLiteral("sign failed");
 
-/// Reaches the signing service, or answers that there is none.
 ISignService *signServiceOrReply(const CallBackFunc &callback)
 {
-    ISignService *service = accountService(&IAccountSdk::getSignService);
-    if (!service) {
-        replyFail(callback, QStringLiteral("service is nullptr"));
-    }
-    return service;
+    return serviceOrReply(&IAccountSdk::getSignService, QStringLiteral("service is nullptr"),
+                          callback);
 }
 
 } // namespace

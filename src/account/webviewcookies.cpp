@@ -1,7 +1,6 @@
 #include "account/webviewcookies.h"
 
 #include "account/accountservices.h"
-#include "dispatch/reply.h"
 #include "json/jsontext.h"
 
 #include <QStringList>
@@ -29,9 +28,9 @@ QString cookieText(JsonObjectText &entry, const QNetworkCookie &cookie, const QS
 
 void replyWebviewCookies(const QVariantMap &params, const CallBackFunc &callback)
 {
-    ICookieFactory *factory = accountService(&IAccountSdk::getCookieFactory);
+    ICookieFactory *factory = serviceOrReply(&IAccountSdk::getCookieFactory,
+                                             QStringLiteral("factory is nullptr"), callback);
     if (!factory) {
-        replyFail(callback, QStringLiteral("factory is nullptr"));
         return;
     }
 

@@ -5,7 +5,6 @@
 #include "account/officelogin.h"
 #include "account/signing.h"
 #include "account/webviewcookies.h"
-#include "dispatch/reply.h"
 
 namespace {
 
@@ -17,12 +16,10 @@ const auto kServiceMissing = QStringLiteral("service is nullptr");
 void passOn(LoginOperation operation, const QVariantMap &params, const CallBackFunc &callback,
             const QString &serviceMissing)
 {
-    ILoginService *service = accountService(&IAccountSdk::getLoginService);
-    if (!service) {
-        replyFail(callback, serviceMissing);
-        return;
+    if (ILoginService *service =
+            serviceOrReply(&IAccountSdk::getLoginService, serviceMissing, callback)) {
+        (service->*operation)(params, callback);
     }
-    (service->*operation)(params, callback);
 }
 
 void loginWith(const QString &loginType, const QVariantMap &params, const CallBackFunc &callback)

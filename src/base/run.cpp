@@ -64,7 +64,7 @@ constexpr quint64 kAbandoned = 1; // no run, nothing admitted; stays for good
 std::mutex &s_mutex = *new std::mutex;
 std::condition_variable &s_changed = *new std::condition_variable;
 std::atomic<int> s_waiting{0}; // threads in lower()
-bool s_isChanging = false; // a RunChange is held; under s_mutex
+bool s_isChanging = false;     // a RunChange is held; under s_mutex
 
 std::atomic<bool> s_isHostBusy{false};
 std::atomic<bool> s_isExiting{false};

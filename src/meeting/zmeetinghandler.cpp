@@ -3,7 +3,6 @@
 #include "account/accountservices.h"
 #include "account/officetasks.h"
 #include "base/delivery.h"
-#include "dispatch/reply.h"
 #include "meeting/officemessages.h"
 
 namespace {
@@ -33,9 +32,9 @@ ZMeetingHandler::ZMeetingHandler(QObject *parent) : ZMessageHandlerBase(parent, 
 void ZMeetingHandler::changeMeetingStatus(const QVariantMap &params, const CallBackFunc &callback)
 {
     // The test of the service comes before that of the parameters.
-    IScheduler *scheduler = accountService(&IAccountSdk::getScheduler);
+    IScheduler *scheduler =
+        serviceOrReply(&IAccountSdk::getScheduler, QStringLiteral("scheduler is null"), callback);
     if (!scheduler) {
-        replyFail(callback, QStringLiteral("scheduler is null"));
         return;
     }
 

@@ -1,20 +1,15 @@
 #include "services/zaccessbasehandler.h"
 
 #include "account/accountservices.h"
-#include "dispatch/reply.h"
 #include "dispatch/servicereply.h"
 #include "json/jsontext.h"
 
 namespace {
 
-/// Reaches the accessbase service, or answers that there is none.
 IAccessbaseService *accessbaseServiceOrReply(const CallBackFunc &callback)
 {
-    IAccessbaseService *service = accountService(&IAccountSdk::getAccessbaseService);
-    if (!service) {
-        replyFail(callback, QStringLiteral("accessbaseService is nullptr"));
-    }
-    return service;
+    return serviceOrReply(&IAccountSdk::getAccessbaseService,
+                          QStringLiteral("accessbaseService is nullptr"), callback);
 }
 
 /// {"header":{code:text, ...}}, each code's value as a text; there is at least one.

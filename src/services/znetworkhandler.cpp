@@ -1,7 +1,6 @@
 #include "services/znetworkhandler.h"
 
 #include "account/accountservices.h"
-#include "dispatch/reply.h"
 #include "services/globalproxy.h"
 
 namespace {
@@ -30,9 +29,9 @@ void ZNetworkHandler::setCustomDomain(const QVariantMap &params, const CallBackF
         return;
     }
 
-    IDomainMgr *domainMgr = accountService(&IAccountSdk::getDomainMgr);
+    IDomainMgr *domainMgr =
+        serviceOrReply(&IAccountSdk::getDomainMgr, QStringLiteral("domainMgr is null"), callback);
     if (!domainMgr) {
-        replyFail(callback, QStringLiteral("domainMgr is null"));
         return;
     }
 
