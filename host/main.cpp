@@ -38,8 +38,8 @@ std::string startText()
 {
     const std::string reasons = lastLogErrors();
     return "the framework refused the settings: init answered false.\n" +
-           (reasons.empty() ? "No reason is to be read in the log. The messages above may tell; "
-                              "libzaccountlite.so lies beside the library."
+           (reasons.empty() ? "The log gives no reason. The messages above may; "
+                              "libzaccountlite.so has to be in the folder of the library."
                             : "From the log: " + reasons) +
            "\nexamples/settings.json shows settings that work.";
 }
@@ -73,12 +73,14 @@ int runSession(const Options &options, Printer &printer)
             throw StartFailure(error);
         }
     }
+    keepLog(options.library, true);
     Session session(*framework, printer, options.limit);
     if (!session.start(settings)) {
         complain(startText());
         session.finish();
         return kStartFailure;
     }
+    keepLog(options.library, options.showLog || options.isPrompt);
     carryOut(options, session, printer);
     return session.wentAsExpected() ? 0 : kNotAsExpected;
 }

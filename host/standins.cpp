@@ -31,6 +31,12 @@ zefstandin::LogControl *logControl(void *library)
     return entry ? entry() : nullptr;
 }
 
+zefstandin::LogControl *logControlBeside(const std::string &libraryFile)
+{
+    const auto path = std::filesystem::absolute(libraryFile).parent_path() / kLogLibrary;
+    return logControl(dlopen(path.c_str(), RTLD_LAZY));
+}
+
 zefstandin::LogControl *loadedLogControl()
 {
     return logControl(dlopen(kLogLibrary, RTLD_LAZY | RTLD_NOLOAD));
@@ -47,13 +53,20 @@ zefstandin::AccountControl *loadedAccountControl()
 
 std::string redirectLog(const std::string &libraryFile, const std::string &folder)
 {
-    const auto path = std::filesystem::absolute(libraryFile).parent_path() / kLogLibrary;
-    zefstandin::LogControl *control = logControl(dlopen(path.c_str(), RTLD_LAZY));
+    zefstandin::LogControl *control = logControlBeside(libraryFile);
     if (!control) {
-        return path.string() + " is missing or is no stand-in, so --log-dir cannot be used";
+        return std::string(kLogLibrary) +
+               " is missing beside the library or is no stand-in, so --log-dir cannot be used";
     }
     control->setBaseDirectory(folder);
     return {};
+}
+
+void keepLog(const std::string &libraryFile, bool isKept)
+{
+    if (zefstandin::LogControl *control = logControlBeside(libraryFile)) {
+        control->setRecording(isKept);
+    }
 }
 
 bool printLog(Printer &printer)

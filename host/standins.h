@@ -12,11 +12,15 @@ namespace zefhost {
 /// \return what went wrong, or an empty text.
 std::string redirectLog(const std::string &libraryFile, const std::string &folder);
 
-/// Prints the lines that the run wrote.
+/// Loads the log stand-in from the folder of the library, if it is one, and keeps the lines from now
+/// on, in memory, or no longer.
+void keepLog(const std::string &libraryFile, bool isKept);
+
+/// Prints the lines that were kept.
 /// \return false when the log library is missing or is no stand-in.
 bool printLog(Printer &printer);
 
-/// The last error lines of the log, one a line; empty when there are none to be had.
+/// The last error lines that were kept, one a line; empty when there are none to be had.
 std::string lastLogErrors();
 
 /// Raises an account event, named with or without "account.", on a library thread.

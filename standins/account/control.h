@@ -59,7 +59,7 @@ public:
     virtual ~AccountControl() = default;
 
     /// Drops scripts, overlaid state, records, registered handlers and held answers, and restores
-    /// every mode below. A library that runs keeps its accounts.
+    /// every mode below but the recording. A library that runs keeps its accounts.
     virtual void reset() = 0;
 
     /// Scripts one operation, getter, initialisation step or task until reset(); "{}" removes the
@@ -85,7 +85,8 @@ public:
     /// For measurements: operations cost next to nothing, are not recorded and answer at once.
     virtual void setNoCost(bool noCost) = 0;
 
-    /// Off, calls and answers are not recorded. On at first.
+    /// Whether calls and answers are recorded. Off at first, so that a process that runs for long
+    /// does not grow.
     virtual void setRecording(bool recording) = 0;
 
     /// Raises a signal of the notifier by its name, for example "cookieUpdated".

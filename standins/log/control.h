@@ -24,8 +24,13 @@ class LogControl
 public:
     virtual ~LogControl() = default;
 
-    /// Forgets what was recorded and restores every setting below to its default.
+    /// Forgets what was recorded and restores every setting below to its default; what is recorded
+    /// stays as it is.
     virtual void reset() = 0;
+
+    /// Whether lines and calls are kept for lines() and calls(); off at first, so that a process
+    /// that runs for long does not grow.
+    virtual void setRecording(bool recording) = 0;
 
     /// Where the log files go, UTF-8; created with its sub-directory at the next use. Empty
     /// restores the default, which lies below the user's state directory.
@@ -46,10 +51,10 @@ public:
     /// Makes every writeMsg wait this long before it returns. For shutdown tests.
     virtual void setDelayMilliseconds(int milliseconds) = 0;
 
-    /// The lines written so far, in order of arrival.
+    /// The lines recorded so far, in order of arrival.
     virtual std::vector<LogLine> lines() const = 0;
 
-    /// The calls of all other exports, in order, as "name" or "name argument" in UTF-8, for example
+    /// The recorded calls of all other exports, in order, as "name" or "name argument" in UTF-8, for example
     /// "explicitDefineLogName demo"; writeMsg is left out.
     virtual std::vector<std::string> calls() const = 0;
 

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 
 #include <fcntl.h>
@@ -12,6 +13,8 @@
 namespace vemolog {
 
 namespace {
+
+constexpr std::size_t kMostBytes = 10000000;
 
 /// Of the environment only an absolute path counts, as the base directory rules have it.
 std::string absoluteFromEnvironment(const char *name)
@@ -103,6 +106,7 @@ void LogFile::open(const std::string &path)
     }
     m_descriptor = descriptor;
     m_path = path;
+    m_size = static_cast<std::size_t>(status.st_size);
     m_lineIsBroken = false;
 }
 
@@ -114,8 +118,19 @@ void LogFile::close()
     }
 }
 
+void LogFile::rotate()
+{
+    const std::string path = m_path;
+    close();
+    rename(path.c_str(), (path + ".1").c_str());
+    open(path);
+}
+
 void LogFile::append(const std::string &line)
 {
+    if (m_descriptor >= 0 && m_size >= kMostBytes) {
+        rotate();
+    }
     if (m_descriptor < 0) {
         return;
     }
@@ -133,6 +148,7 @@ bool LogFile::write(const char *data, std::size_t size)
         const ssize_t written = ::write(m_descriptor, data + done, size - done);
         if (written > 0) {
             done += static_cast<std::size_t>(written);
+            m_size += static_cast<std::size_t>(written);
         } else if (written == 0 || errno != EINTR) {
             m_lineIsBroken = m_lineIsBroken || done > 0;
             return false;

@@ -15,7 +15,8 @@ std::string executableName();
 /// is empty or some part cannot be made.
 bool makeFolder(const std::string &path);
 
-/// One log file, opened for appending. Not safe for several threads: its user locks.
+/// One log file, opened for appending. Not safe for several threads: its user locks. A file of 10 MB
+/// is renamed to the same name with ".1" behind it, over an earlier one, and a new one begun.
 ///
 /// Nothing here throws or reports: a line that cannot be written is lost, and the next one starts
 /// on a line of its own.
@@ -42,8 +43,10 @@ public:
 
 private:
     bool write(const char *data, std::size_t size);
+    void rotate();
 
     std::string m_path;
+    std::size_t m_size = 0;
     int m_descriptor = -1;
     bool m_lineIsBroken = false; ///< the last line was written in part
 };

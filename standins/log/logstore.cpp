@@ -59,7 +59,9 @@ void LogStore::write(const wchar_t *level, const wchar_t *module, const wchar_t 
                      syscall(SYS_gettid)};
         const Lock lock(m_mutex);
         writeToFile(line);
-        m_lines.push_back(std::move(line));
+        if (m_isRecording) {
+            m_lines.push_back(std::move(line));
+        }
     }
     const int delay = m_delayMilliseconds;
     if (delay > 0) {
@@ -80,10 +82,17 @@ void LogStore::writeToFile(const LogLine &line)
                   ' ' + escapedField(line.module) + ' ' + escapedMessage(line.message) + '\n');
 }
 
+void LogStore::record(std::string call)
+{
+    if (m_isRecording) {
+        m_calls.push_back(std::move(call));
+    }
+}
+
 void LogStore::setLogName(const wchar_t *name)
 {
     const Lock lock(m_mutex);
-    m_calls.push_back(callText("explicitDefineLogName", name));
+    record(callText("explicitDefineLogName", name));
     m_logName = fileName(name, "log");
     m_file.close();
     // By default the product's name, which is part of the path, comes right after this one.
@@ -95,7 +104,7 @@ void LogStore::setLogName(const wchar_t *name)
 void LogStore::setProductName(const wchar_t *name)
 {
     const Lock lock(m_mutex);
-    m_calls.push_back(callText("explicitDefineProductNameForLogPath", name));
+    record(callText("explicitDefineProductNameForLogPath", name));
     m_product = fileName(name, "");
     m_file.close();
     makeFolders();
@@ -104,14 +113,14 @@ void LogStore::setProductName(const wchar_t *name)
 void LogStore::aboutToQuit()
 {
     const Lock lock(m_mutex);
-    m_calls.emplace_back("onAboutToQuit");
+    record("onAboutToQuit");
     m_file.close();
 }
 
 const wchar_t *LogStore::savePath()
 {
     const Lock lock(m_mutex);
-    m_calls.emplace_back("getVemoLogSavePath");
+    record("getVemoLogSavePath");
     makeFolders();
     const std::string base = baseDirectory();
     if (m_savePathIsNull || base.empty()) {

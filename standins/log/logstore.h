@@ -27,6 +27,7 @@ public:
     bool isThrowing() const { return m_isThrowing; }
 
     void reset() override;
+    void setRecording(bool recording) override { m_isRecording = recording; }
     void setBaseDirectory(const std::string &directory) override;
     void setSubdirectoryMissing(bool missing) override;
     void setSavePathNull(bool null) override;
@@ -44,6 +45,7 @@ private:
     std::string baseDirectory() const;
     std::string makeFolders() const;
     void writeToFile(const zefstandin::LogLine &line);
+    void record(std::string call);
 
     /// Guards everything below it; held over no call out of the library.
     mutable std::mutex m_mutex;
@@ -57,6 +59,7 @@ private:
     bool m_subdirectoryIsMissing = false;
     bool m_savePathIsNull = false;
 
+    std::atomic<bool> m_isRecording{false};
     std::atomic<bool> m_isSilent{false};
     std::atomic<bool> m_isThrowing{false};
     std::atomic<int> m_delayMilliseconds{0};

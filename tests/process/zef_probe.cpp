@@ -226,8 +226,9 @@ int printStart(IElectronFramework &framework, void *log)
     if (!control) {
         return 1;
     }
-    start(framework);
     auto &lines = *reinterpret_cast<decltype(&zefLogStandinControl)>(control)();
+    lines.setRecording(true);
+    start(framework);
     for (const zefstandin::LogLine &line : lines.lines()) {
         std::printf("%ls %ls\n", line.level.c_str(), line.message.c_str());
     }

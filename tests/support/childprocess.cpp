@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include <chrono>
 #include <poll.h>
@@ -69,6 +70,12 @@ ChildResult runChild(std::vector<std::string> command, const std::vector<std::st
     if (emulator && *emulator) {
         command.insert(command.begin(), emulator);
     }
+    return runTool(std::move(command), environment, seconds);
+}
+
+ChildResult runTool(std::vector<std::string> command, const std::vector<std::string> &environment,
+                    int seconds)
+{
     std::vector<std::string> variables = environment;
     for (char **variable = environ; *variable; ++variable) {
         const std::string name(*variable, std::strcspn(*variable, "=") + 1);

@@ -39,6 +39,8 @@ LoadedLibrary::LoadedLibrary()
         symbol<zefstandin::LogControl *(*)()>(folder + "/libvemolog.so", "zefLogStandinControl")();
     m_account = symbol<zefstandin::AccountControl *(*)()>(folder + "/libzaccountkeeper.so",
                                                           "zefAccountStandinControl")();
+    m_log->setRecording(true);
+    m_account->setRecording(true);
     m_framework = symbol<decltype(&createElectronFrameworkObject)>(
         folder + "/libzelectronframework.so", "createElectronFrameworkObject")();
 }

@@ -123,7 +123,6 @@ void Keeper::reset()
     }
     m_held.clear();
     m_records.clear();
-    m_records.setEnabled(true);
 }
 
 void Keeper::recordCall(const char *name, const QByteArray &argument)

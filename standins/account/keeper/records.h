@@ -25,7 +25,7 @@ public:
     std::vector<std::string> answers() const;
 
 private:
-    std::atomic<bool> m_enabled{true};
+    std::atomic<bool> m_enabled{false};
     mutable std::mutex m_mutex; // guards the two lists
     std::vector<Call> m_calls;
     std::vector<std::string> m_answers;
