@@ -64,7 +64,9 @@ function createWindow() {
   subscriptions.push(
     framework.onTask('meetingDataChangeTask', (message) => send('framework:meeting', message)),
   );
-  window.on('closed', () => subscriptions.forEach((subscription) => subscription.dispose()));
+  window.on('closed', () => {
+    for (const subscription of subscriptions) subscription.dispose();
+  });
   return window.loadFile(path.join(__dirname, 'page.html'));
 }
 

@@ -26,7 +26,12 @@ function printReport(report) {
     ['account library', orNone(report.accountLibrary)],
     ['C library', `${report.glibc?.found} (needs ${report.glibc?.needed})`],
     ['Qt', `${orNone(report.qt?.found)} (needs ${report.qt?.needed})`],
-    ['GLib', report.glib?.loadedBefore ? `in the process before Qt: ${report.glib.path}` : 'not loaded before Qt'],
+    [
+      'GLib',
+      report.glib?.loadedBefore
+        ? `in the process before Qt: ${report.glib.path}`
+        : 'not loaded before Qt',
+    ],
   ];
   for (const [name, value] of rows) console.log(`${name.padEnd(18)} ${value}`);
   for (const { code, message, remedy } of report.findings) {
@@ -41,7 +46,12 @@ async function roundTrip() {
   const start = process.hrtime.bigint();
   const framework = new ElectronFramework({ mock: true });
   try {
-    const app = { appName: 'doctor', productName: 'doctor', version: '1', localStoragePath: folder };
+    const app = {
+      appName: 'doctor',
+      productName: 'doctor',
+      version: '1',
+      localStoragePath: folder,
+    };
     await framework.init({ app });
     await framework.call('network.updateProxyInfo', { proxyType: 0 });
     framework.callSync('account.getAccountListInfo');
@@ -58,7 +68,9 @@ async function doctor(options) {
   console.log();
   try {
     const milliseconds = await roundTrip();
-    console.log(`round trip         with the mock: started, answered, stopped in ${milliseconds.toFixed(0)} ms`);
+    console.log(
+      `round trip         with the mock: started, answered, stopped in ${milliseconds.toFixed(0)} ms`,
+    );
   } catch (error) {
     console.log(`round trip         with the mock: ${error.code ?? ''} ${error.message}`);
     process.exitCode = 1;

@@ -14,7 +14,7 @@ test('both ways of calling give the data of the reply', async (t) => {
   assert.ok(fs.statSync(path).isDirectory());
   assert.deepEqual(framework.callSync('utils.getLogPath'), { path });
   const header = framework.callSync('accessbase.getDeviceHeader', { deviceCode: { ö: '€\0𝄞' } });
-  assert.equal(JSON.parse(header.data)['ö'], '€\0𝄞');
+  assert.equal(JSON.parse(header.data).ö, '€\0𝄞');
 });
 
 test('texts longer than any buffer come back whole', async (t) => {
@@ -124,10 +124,9 @@ test('a call ends with its signal, its timeout or close(), whichever is first', 
   await assert.rejects(byTimeout, failure('ZEF_TIMEOUT', { method: 'account.logout' }));
   controller.abort(why);
   await assert.rejects(byAbort, { name: 'AbortError', code: 'ZEF_ABORTED', cause: why });
-  await assert.rejects(
-    framework.call('account.logout', {}, { signal: controller.signal }),
-    { code: 'ZEF_ABORTED' },
-  );
+  await assert.rejects(framework.call('account.logout', {}, { signal: controller.signal }), {
+    code: 'ZEF_ABORTED',
+  });
   await until(() => standin.held() === 3, 'three answers held back');
   const closed = framework.close();
   await assert.rejects(byClose, failure('ZEF_CLOSED'));
@@ -166,7 +165,7 @@ test('an error survives JSON and structured cloning', () => {
   assert.deepEqual(JSON.parse(JSON.stringify(error)), error.toJSON());
 });
 
-test('before init and after close every operation says that nothing runs', async (t) => {
+test('before init and after close every operation says that nothing runs', async () => {
   const framework = new ElectronFramework({ mock: true });
   const check = async () => {
     assert.equal(framework.running, false);

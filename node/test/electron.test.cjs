@@ -11,7 +11,9 @@ const electron = require('./fixtures/electron.cjs');
 const { standin, until } = require('./support.cjs');
 
 const example = path.join(__dirname, '../../examples/electron');
-const chromium = ['/usr/bin/chromium', process.env.CHROMIUM].find((file) => file && fs.existsSync(file));
+const chromium = ['/usr/bin/chromium', process.env.CHROMIUM].find(
+  (file) => file && fs.existsSync(file),
+);
 // What drives the browser needs this version; the rest of the example runs on older ones too.
 const drivesBrowser = chromium && Number(process.versions.node.split('.')[0]) >= 20;
 let framework; // as the page sees it
@@ -48,7 +50,13 @@ test('results and failures cross as plain objects', async () => {
 });
 
 test('a page reaches only what it is meant to', async () => {
-  for (const method of ['network.updateProxyInfo', 'utils.getLogPath', '__proto__', undefined, {}]) {
+  for (const method of [
+    'network.updateProxyInfo',
+    'utils.getLogPath',
+    '__proto__',
+    undefined,
+    {},
+  ]) {
     const result = await framework.call(method, {});
     assert.equal(result.error.code, 'NOT_ALLOWED');
   }
@@ -68,7 +76,9 @@ test('events and meeting messages reach the page until it stops listening', asyn
   assert.equal(electron.ipcRenderer.listenerCount('framework:meeting'), 0);
 });
 
-test('the page signs in, lists accounts, shows events and messages', { skip: !drivesBrowser }, async (t) => {
+test('the page signs in, lists accounts, shows events and messages', {
+  skip: !drivesBrowser,
+}, async (t) => {
   await framework.call('account.logout', { userId: '10001', removeAccount: true });
   const browser = await require('playwright-core').chromium.launch({
     executablePath: chromium,
@@ -81,10 +91,14 @@ test('the page signs in, lists accounts, shows events and messages', { skip: !dr
   page.on('console', (message) => {
     if (message.type() === 'error') faults.push(message.text());
   });
-  await page.exposeFunction('callThroughBridge', (method, params) => framework.call(method, params));
+  await page.exposeFunction('callThroughBridge', (method, params) =>
+    framework.call(method, params),
+  );
   await page.addInitScript(() => {
     const listeners = { event: [], meeting: [] };
-    window.deliver = (kind, value) => listeners[kind].forEach((listener) => listener(value));
+    window.deliver = (kind, value) => {
+      for (const listener of listeners[kind]) listener(value);
+    };
     window.framework = {
       call: (method, params) => window.callThroughBridge(method, params),
       onEvent: (listener) => listeners.event.push(listener),

@@ -24,7 +24,7 @@ test('every event reaches its listeners and no others', async (t) => {
       heard.filter(([each]) => each !== 'account.initFinished' || each === name).slice(0, 1),
       [[name]],
     );
-    subscriptions.forEach((subscription) => subscription.dispose());
+    for (const subscription of subscriptions) subscription.dispose();
   }
 });
 

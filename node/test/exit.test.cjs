@@ -54,10 +54,8 @@ for (const [way, code, signal] of expected) {
 }
 
 test(`workers are terminated in a storm, ${rounds} times`, async () => {
-  const child = spawn(
-    nodeProgram,
-    [require.resolve('./fixtures/terminate.cjs'), String(rounds)],
-    { stdio: 'inherit' },
-  );
+  const child = spawn(nodeProgram, [require.resolve('./fixtures/terminate.cjs'), String(rounds)], {
+    stdio: 'inherit',
+  });
   assert.deepEqual(await once(child, 'close'), [0, null]);
 });

@@ -96,7 +96,7 @@ test('what a listener throws is an uncaught exception and stops nothing', async 
   process.on('uncaughtException', note);
   t.after(() => {
     process.removeListener('uncaughtException', note);
-    own.forEach((listener) => process.on('uncaughtException', listener));
+    for (const listener of own) process.on('uncaughtException', listener);
   });
   framework.on('account.userInfoChanged', () => {
     throw new Error('from a listener');
@@ -148,5 +148,8 @@ test('a framework that only a terminated worker used gives way to the next start
   assert.equal(native().state().shares, 0);
   const framework = await started(t, { accounts: [{ userid: 'main' }], currentUserId: 'main' });
   const { accountListInfo } = await framework.call('account.getAccountListInfo');
-  assert.deepEqual(accountListInfo.map(({ userid }) => userid), ['main']);
+  assert.deepEqual(
+    accountListInfo.map(({ userid }) => userid),
+    ['main'],
+  );
 });

@@ -39,7 +39,12 @@ const newestGlibc = diagnose({ mock: true }).glibc.needed;
 
 const cases = [
   ['is not there', () => path.join(scratch, 'nowhere.so'), 'ZEF_LIBRARY_MISSING', /libraryPath/],
-  ['is for another processor', () => altered('arch.so', otherMachine), 'ZEF_ARCHITECTURE', /linux-/],
+  [
+    'is for another processor',
+    () => altered('arch.so', otherMachine),
+    'ZEF_ARCHITECTURE',
+    /linux-/,
+  ],
   ['is no library', () => altered('text.so', notAnElf), 'ZEF_ARCHITECTURE', /linux-/],
   [
     'needs a newer C library',

@@ -23,13 +23,20 @@ let installed;
 
 /** \returns the texts of the README's snippets of one kind, for example 'js electron-main'. */
 function snippets(kind) {
-  const found = [...readme.matchAll(/^```(.*)\n([^]*?)^```$/gm)].filter((match) => match[1] === kind);
+  const found = [...readme.matchAll(/^```(.*)\n([\s\S]*?)^```$/gm)].filter(
+    (match) => match[1] === kind,
+  );
   assert.ok(found.length > 0, kind);
   return found.map((match) => match[2]);
 }
 
 const run = (command, args, folder = app) =>
-  execFileSync(command, args, { cwd: folder, env: environment, encoding: 'utf8', stdio: ['ignore', 'pipe', 'pipe'] });
+  execFileSync(command, args, {
+    cwd: folder,
+    env: environment,
+    encoding: 'utf8',
+    stdio: ['ignore', 'pipe', 'pipe'],
+  });
 
 /** Runs one of the README's programs and gives what it prints. */
 function runSnippet(text, name) {
@@ -50,10 +57,15 @@ test('the installation of the README works from an empty folder', (t) => {
   assert.match(output, /round trip +with the mock: started, answered, stopped/);
   assert.equal(runSnippet(snippets('js')[0], 'first.cjs'), "[ 'Ada' ]\n");
   const projectReadme = fs.readFileSync(path.join(packageFolder, '../README.md'), 'utf8');
-  assert.ok(projectReadme.includes(`\`\`\`js\n${snippets('js')[0]}\`\`\``), 'README.md shows other lines');
+  assert.ok(
+    projectReadme.includes(`\`\`\`js\n${snippets('js')[0]}\`\`\``),
+    'README.md shows other lines',
+  );
   t.diagnostic(`${lines.length} lines and a program, ${Date.now() - start} ms`);
   installed = path.join(app, 'node_modules/zelectronframework');
-  const { dependencies, scripts } = JSON.parse(fs.readFileSync(path.join(installed, 'package.json')));
+  const { dependencies, scripts } = JSON.parse(
+    fs.readFileSync(path.join(installed, 'package.json')),
+  );
   assert.equal(dependencies, undefined);
   for (const script of ['preinstall', 'install', 'postinstall', 'prepare']) {
     assert.equal(scripts[script], undefined);
@@ -62,13 +74,19 @@ test('the installation of the README works from an empty folder', (t) => {
 
 test('the package holds what it should and nothing else', () => {
   const files = (folder) => fs.readdirSync(path.join(installed, folder)).sort();
-  assert.deepEqual(files('.').filter((name) => /\./.test(name)), [
-    'README.md', 'index.cjs', 'index.d.cts', 'index.d.mts', 'index.mjs', 'package.json',
-  ]);
+  assert.deepEqual(
+    files('.').filter((name) => /\./.test(name)),
+    ['README.md', 'index.cjs', 'index.d.cts', 'index.d.mts', 'index.mjs', 'package.json'],
+  );
   for (const folder of files('prebuilds')) {
-    assert.deepEqual(files(`prebuilds/${folder}`), ['libzelectronframework.so', 'zelectronframework.node']);
+    assert.deepEqual(files(`prebuilds/${folder}`), [
+      'libzelectronframework.so',
+      'zelectronframework.node',
+    ]);
     assert.deepEqual(files(`mock/${folder}`), [
-      'libvemolog.so', 'libzaccountkeeper.so', 'libzaccountlite.so',
+      'libvemolog.so',
+      'libzaccountkeeper.so',
+      'libzaccountlite.so',
     ]);
   }
   for (const file of fs.readdirSync(installed, { recursive: true })) {
@@ -129,7 +147,9 @@ test('an archived application finds the libraries with either unpacking rule', a
     const folder = path.join(root, String(index));
     asar.extractAll(archive, path.join(folder, 'app.asar'));
     for (const binaries of ['prebuilds', 'mock']) {
-      fs.rmSync(path.join(folder, 'app.asar/node_modules/zelectronframework', binaries), { recursive: true });
+      fs.rmSync(path.join(folder, 'app.asar/node_modules/zelectronframework', binaries), {
+        recursive: true,
+      });
     }
     fs.renameSync(`${archive}.unpacked`, path.join(folder, 'app.asar.unpacked'));
     assert.equal(run(process.execPath, ['app.asar/start.js'], folder), "[ 'Ada' ]\n");
@@ -168,7 +188,8 @@ test('a bundler follows the requires', () => {
     platform: 'node',
     loader: { '.node': 'copy' },
     outdir: bundle,
-    external: process.arch === 'x64' ? ['../prebuilds/linux-arm64/*'] : ['../prebuilds/linux-x64/*'],
+    external:
+      process.arch === 'x64' ? ['../prebuilds/linux-arm64/*'] : ['../prebuilds/linux-x64/*'],
   });
   assert.equal(run(process.execPath, ['entry.js'], bundle), "[ 'Ada' ]\n");
 });

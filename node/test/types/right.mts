@@ -1,11 +1,11 @@
 import { on, once } from 'node:events';
 import {
-  ElectronFramework,
-  FrameworkError,
-  diagnose,
   type AccountEntry,
   type CookieEntry,
+  diagnose,
+  ElectronFramework,
   type EventName,
+  FrameworkError,
   type MethodName,
   type Methods,
   type SyncMethodName,
@@ -48,14 +48,17 @@ const generic = <M extends MethodName>(method: M, params: Methods[M]['params']) 
   framework.call(method, params, { raw: true });
 void generic('account.logout', {});
 const names: SyncMethodName[] = ['utils.getLogPath', 'accessbase.getDeviceInfo'];
-const isMethod: MethodName = names[0]!;
+const isMethod: MethodName = names[0] as SyncMethodName;
 void isMethod;
 
 const events: EventName[] = ['account.initFinished', 'account.cookieUpdated'];
 for (const event of events) framework.on(event, () => {}, { signal: AbortSignal.timeout(1) });
 framework.once('account.userInfoChanged', () => {}).off('account.userInfoChanged', () => {});
 await once(framework, 'account.initFinished');
-for await (const [] of on(framework, 'account.cookieUpdated')) break;
+for await (const args of on(framework, 'account.cookieUpdated')) {
+  void args;
+  break;
+}
 
 {
   using subscription = framework.subscribe('account.userInfoChanged', () => {});

@@ -1,5 +1,5 @@
 // Each line below a directive must not compile; one that does is an error of its own.
-import { ElectronFramework, FrameworkError, diagnose } from 'zelectronframework';
+import { diagnose, ElectronFramework, FrameworkError } from 'zelectronframework';
 
 const framework = new ElectronFramework();
 const app = { appName: 'a', productName: 'a', version: '1', localStoragePath: '/tmp' };
@@ -45,7 +45,7 @@ framework.call('utils.getLogPath', { path: '/tmp' });
 // @ts-expect-error no text instead of an object
 framework.call('account.logout', 'everybody');
 // @ts-expect-error no function in JSON
-framework.call('account.logout', { then: () => {} });
+framework.call('account.logout', { userId: () => {} });
 // @ts-expect-error a number is meant
 framework.call('network.updateProxyInfo', { proxyType: 'http' });
 // @ts-expect-error the spelling is the interface's
