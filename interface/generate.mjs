@@ -8,6 +8,7 @@ import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { modulesPages, readmeParts } from './markdown.mjs';
 import { openRpc } from './openrpc.mjs';
+import { secretsTable } from './secrets.mjs';
 
 const root = join(dirname(fileURLToPath(import.meta.url)), '..');
 const read = (name) => readFileSync(join(root, name), 'utf8');
@@ -76,6 +77,7 @@ const files = {
   'interface/modules.json': `${JSON.stringify(document, null, 2)}\n`,
   'docs/MODULES.md': withParts('docs/MODULES.md', modulesPages(document)),
   'README.md': withParts('README.md', readmeParts(document)),
+  'node/lib/secrets.json': `${JSON.stringify(secretsTable(document), null, 2)}\n`,
 };
 
 const stale = Object.keys(files).filter((name) => {

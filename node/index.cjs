@@ -4,5 +4,6 @@ const { FrameworkError } = require('./lib/errors.cjs');
 const { ElectronFramework } = require('./lib/framework.cjs');
 const { Subscription } = require('./lib/subscription.cjs');
 const { diagnose } = require('./lib/diagnose.cjs');
+const { mask } = require('./lib/mask.cjs');
 
-module.exports = { ElectronFramework, FrameworkError, Subscription, diagnose };
+module.exports = { ElectronFramework, FrameworkError, Subscription, diagnose, mask };

@@ -374,3 +374,65 @@ export interface Diagnosis {
 
 /** Says what of the library and its needs was found; starts nothing and throws nothing. */
 export function diagnose(options?: FrameworkOptions): Diagnosis;
+
+/**
+ * What the channels `tracing:zelectronframework.call:*` of `node:diagnostics_channel` publish: one
+ * object for each call. It carries secrets; see mask().
+ */
+export interface CallContext {
+  /** Unlike any other call's; a second answer comes as `zelectronframework:late` with this id. */
+  id: number;
+  /** Unlike any other run's of any object. */
+  instance?: number;
+  method: string;
+  mode: 'sync' | 'async';
+  /** JSON as sent; undefined where nothing was. */
+  params?: string;
+  signal?: AbortSignal;
+  timeout?: number;
+  /** JSON as it came. */
+  reply?: string;
+  result?: unknown;
+  error?: Error;
+}
+
+/** `tracing:zelectronframework.init:*` */
+export interface InitContext {
+  id: number;
+  instance?: number;
+  settings?: string;
+  reply?: string;
+  result?: unknown;
+  error?: Error;
+}
+
+/** `zelectronframework:event` */
+export interface EventContext {
+  instance: number;
+  name: EventName;
+}
+
+/** `zelectronframework:task` */
+export interface TaskContext {
+  instance: number;
+  type: TaskType;
+  /** JSON as it came. */
+  text: string;
+}
+
+/** `zelectronframework:late`: a second answer, or one after the call had ended. */
+export interface LateContext {
+  id: number;
+  reply: string;
+}
+
+/**
+ * A copy of a context without its secrets, for programs that show or keep what they watch: the
+ * values that the interface calls secret, whatever else is passed on to the account library, and
+ * both wherever they occur again in the reply or in the words of an error.
+ * @param replace gives the replacement of a value, `***` by default
+ */
+export function mask<Context extends object>(
+  context: Context,
+  replace?: (name: string, value: string) => string,
+): Context;

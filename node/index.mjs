@@ -1,3 +1,4 @@
 import zelectronframework from './index.cjs';
 
-export const { ElectronFramework, FrameworkError, Subscription, diagnose } = zelectronframework;
+export const { ElectronFramework, FrameworkError, Subscription, diagnose, mask } =
+  zelectronframework;

@@ -1,9 +1,10 @@
 'use strict';
 
 const { EventEmitter } = require('node:events');
+const { calls, starts, heardEvents, heardTasks } = require('./channels.cjs');
 const { FrameworkError } = require('./errors.cjs');
 const { methods, events, taskTypes } = require('./methods.cjs');
-const { native, receive, stopReceiving, hold, letGo } = require('./native.cjs');
+const { native, newId, receive, stopReceiving, hold, letGo } = require('./native.cjs');
 const { checkMethodName, paramsText, readReply } = require('./replies.cjs');
 const { librariesOf, settingsText, startFailure } = require('./start.cjs');
 const { Subscription, onAbort } = require('./subscription.cjs');
@@ -34,12 +35,17 @@ class ElectronFramework extends EventEmitter {
   init(settings) {
     if (this.#state === 'closing') return this.#closing.then(() => this.init(settings));
     if (this.#state === 'closed') {
-      this.#starting = this.#start(settings);
+      this.#starting = starts.isWatched
+        ? starts.async(
+            { id: newId(), settings: textIfPossible(() => settingsText(settings)) },
+            (context) => this.#start(settings, context),
+          )
+        : this.#start(settings);
     }
     return this.#starting;
   }
 
-  async #start(settings) {
+  async #start(settings, context) {
     const text = settingsText(settings);
     const libraries = librariesOf(this.#options);
     const wanted = this.eventNames().filter((event) => events.has(event));
@@ -50,9 +56,11 @@ class ElectronFramework extends EventEmitter {
     try {
       const outcome = await new Promise((resolve) => {
         this.#session = receive(resolve);
+        if (context) context.instance = this.#session;
         const list = [...this.#listening].map(([event, id]) => `${id} ${event}`);
         native().start(this.#session, libraries.library, libraries.preloaded, text, list);
       });
+      if (context) context.reply = outcome;
       const failure = startFailure(outcome, libraries);
       if (failure) throw failure;
     } catch (error) {
@@ -113,11 +121,23 @@ class ElectronFramework extends EventEmitter {
   }
 
   call(method, params, options = {}) {
+    if (!calls.isWatched) return this.#ask(method, params, options);
+    const context = this.#contextOf('async', method, params, options);
+    return calls.async(context, () => this.#ask(method, params, options, context));
+  }
+
+  #contextOf(mode, method, params, options) {
+    const { signal, timeout } = options ?? {};
+    const text = textIfPossible(() => paramsText(method, params));
+    return { id: newId(), instance: this.#session, method, mode, params: text, signal, timeout };
+  }
+
+  #ask(method, params, options, context) {
     return new Promise((resolve, reject) => {
       checkMethodName(method);
       this.#mustRun(method);
       const { signal, timeout, raw = false } = options;
-      const text = paramsText(method, params);
+      const text = context?.params ?? paramsText(method, params);
       if (signal?.aborted) throw aborted(method, signal);
 
       let timer;
@@ -134,12 +154,13 @@ class ElectronFramework extends EventEmitter {
       };
       const id = receive((reply) => {
         finish(id);
+        if (context) context.reply = reply;
         try {
           resolve(readReply(method, reply, raw));
         } catch (error) {
           reject(error);
         }
-      });
+      }, context?.id);
       const abort = () => end(id, aborted(method, signal));
 
       hold();
@@ -158,10 +179,17 @@ class ElectronFramework extends EventEmitter {
   }
 
   callSync(method, params, options) {
+    if (!calls.isWatched) return this.#askNow(method, params, options);
+    const context = this.#contextOf('sync', method, params, options);
+    return calls.sync(context, () => this.#askNow(method, params, options, context));
+  }
+
+  #askNow(method, params, options, context) {
     if (methods.get(method)?.isSync !== true) throw notSynchronous(method);
     this.#mustRun(method);
-    const reply = native().call(method, paramsText(method, params));
+    const reply = native().call(method, context?.params ?? paramsText(method, params));
     if (reply === undefined) throw notRunning(method);
+    if (context) context.reply = reply;
     return readReply(method, reply, options?.raw === true);
   }
 
@@ -238,7 +266,10 @@ class ElectronFramework extends EventEmitter {
   }
 
   #receiveEvent(event) {
-    return receive(() => this.emit(event));
+    return receive(() => {
+      if (heardEvents.hasSubscribers) heardEvents.publish({ instance: this.#session, name: event });
+      this.emit(event);
+    });
   }
 
   onTask(type, listener, { signal } = {}) {
@@ -250,7 +281,10 @@ class ElectronFramework extends EventEmitter {
     }
     this.#mustRun(`onTask ${type}`);
     const session = this.#session;
-    const id = receive((text) => listener(JSON.parse(text)));
+    const id = receive((text) => {
+      if (heardTasks.hasSubscribers) heardTasks.publish({ instance: session, type, text });
+      listener(JSON.parse(text));
+    });
     const subscription = new Subscription(() => {
       stopReceiving(id);
       this.#tasks.delete(subscription);
@@ -290,6 +324,14 @@ if (Symbol.asyncDispose) {
 function checkEvent(event) {
   if (!events.has(event) && !emitterEvents.has(event)) {
     throw new FrameworkError('ZEF_UNKNOWN_EVENT', `there is no event ${String(event)}`);
+  }
+}
+
+function textIfPossible(make) {
+  try {
+    return make();
+  } catch {
+    return undefined; // refused in a moment
   }
 }
 

@@ -3,6 +3,7 @@
 const fs = require('node:fs');
 const path = require('node:path');
 const { setImmediate } = require('node:timers'); // not one that a test has replaced
+const { lateReplies } = require('./channels.cjs');
 const { explainLoad, LoadFailure } = require('./loadfailure.cjs');
 
 const platform = `${process.platform}-${process.arch}`;
@@ -57,7 +58,11 @@ let holders = 0;
 
 function dispatch(id, text) {
   const receiver = receivers[id];
-  if (!receiver) return; // it ended while this was on the way
+  if (!receiver) {
+    // It ended while this was on the way. Events have no text.
+    if (text !== '' && lateReplies.hasSubscribers) lateReplies.publish({ id, reply: text });
+    return;
+  }
   try {
     receiver(text);
   } catch (error) {
@@ -91,10 +96,14 @@ function native() {
   return addon;
 }
 
+function newId() {
+  return ++lastId;
+}
+
 /** \returns the id under which the addon delivers to `receiver`. */
-function receive(receiver) {
-  receivers[++lastId] = receiver;
-  return lastId;
+function receive(receiver, id = newId()) {
+  receivers[id] = receiver;
+  return id;
 }
 
 function stopReceiving(id) {
@@ -135,6 +144,7 @@ function mockLibraries() {
 
 module.exports = {
   native,
+  newId,
   receive,
   stopReceiving,
   hold,

@@ -1,0 +1,80 @@
+'use strict';
+
+// What programs that watch this one subscribe to with node:diagnostics_channel. The channels are held
+// here because a channel that nobody holds is collected together with its subscribers.
+
+const { channel } = require('node:diagnostics_channel');
+
+/** A traced operation: five channels, one context object for each run of it. */
+class Trace {
+  #start;
+  #end;
+  #asyncStart;
+  #asyncEnd;
+  #error;
+
+  constructor(name) {
+    const part = (which) => channel(`tracing:zelectronframework.${name}:${which}`);
+    this.#start = part('start');
+    this.#end = part('end');
+    this.#asyncStart = part('asyncStart');
+    this.#asyncEnd = part('asyncEnd');
+    this.#error = part('error');
+  }
+
+  /** One look at each, because what a tracing channel says of all five differs between versions. */
+  get isWatched() {
+    return (
+      this.#start.hasSubscribers ||
+      this.#end.hasSubscribers ||
+      this.#asyncStart.hasSubscribers ||
+      this.#asyncEnd.hasSubscribers ||
+      this.#error.hasSubscribers
+    );
+  }
+
+  /** Runs what returns a promise; that promise is returned itself. */
+  async(context, run) {
+    this.#start.publish(context);
+    const promise = run(context);
+    this.#end.publish(context);
+    const settled = () => {
+      this.#asyncStart.publish(context);
+      this.#asyncEnd.publish(context);
+    };
+    promise.then(
+      (result) => {
+        context.result = result;
+        settled();
+      },
+      (error) => {
+        context.error = error;
+        this.#error.publish(context);
+        settled();
+      },
+    );
+    return promise;
+  }
+
+  sync(context, run) {
+    this.#start.publish(context);
+    try {
+      context.result = run(context);
+      return context.result;
+    } catch (error) {
+      context.error = error;
+      this.#error.publish(context);
+      throw error;
+    } finally {
+      this.#end.publish(context);
+    }
+  }
+}
+
+module.exports = {
+  calls: new Trace('call'),
+  starts: new Trace('init'),
+  heardEvents: channel('zelectronframework:event'),
+  heardTasks: channel('zelectronframework:task'),
+  lateReplies: channel('zelectronframework:late'),
+};
