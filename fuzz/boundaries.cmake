@@ -12,6 +12,12 @@ foreach(target fuzz_boundary fuzz_officemessages)
     add_dependencies(${target} zelectronframework vemolog zaccountlite)
 endforeach()
 
+# The random driver of the stress tests, with its choices made by the fuzzer.
+foreach(source callbacks client requests run traffic verdict)
+    target_sources(fuzz_boundary PRIVATE ${PROJECT_SOURCE_DIR}/tests/stress/${source}.cpp)
+endforeach()
+target_compile_definitions(fuzz_boundary PRIVATE ZEF_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
+
 foreach(target fuzz_paths fuzz_boundary fuzz_officemessages)
     target_link_options(${target} PRIVATE -fsanitize=fuzzer)
     set_target_properties(${target} PROPERTIES AUTOMOC OFF)

@@ -24,8 +24,7 @@ RunningLibrary::RunningLibrary()
     const auto logs = std::filesystem::temp_directory_path() / "zef_fuzz";
     m_loaded.log().setBaseDirectory(logs.string());
     m_loaded.log().setSilent(true);
-    // Never unloaded: the fuzzer goes on reading the counters of code that it has seen once.
-    require(dlopen((libraryFolder() + "/libzaccountlite.so").c_str(), RTLD_NOW), "no stand-in");
+    keepStandInLoaded();
 }
 
 void RunningLibrary::start()
@@ -33,14 +32,19 @@ void RunningLibrary::start()
     account().reset();
     account().clearRecords();
     account().setRecording(false);
-    m_isRunning = m_loaded.start(R"(,"standin":{"initFinishedAfterMs":0})");
-    require(m_isRunning, "init fails");
+    require(m_loaded.start(R"(,"standin":{"initFinishedAfterMs":0})"), "init fails");
 }
 
 void RunningLibrary::stop()
 {
     require(framework().uninit(), "uninit fails");
-    m_isRunning = false;
+}
+
+void keepStandInLoaded()
+{
+    static const bool isLoaded =
+        dlopen((libraryFolder() + "/libzaccountlite.so").c_str(), RTLD_NOW) != nullptr;
+    require(isLoaded, "no stand-in");
 }
 
 void require(bool holds, const char *what, const std::string &text)

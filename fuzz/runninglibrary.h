@@ -13,8 +13,6 @@ public:
     zelectronframeworkspace::IElectronFramework &framework() { return m_loaded.framework(); }
     zefstandin::AccountControl &account() { return m_loaded.account(); }
 
-    bool isRunning() const { return m_isRunning; }
-
     /// Ends the process when the library does not start or stop as it must.
     void start();
     void stop();
@@ -23,8 +21,10 @@ private:
     RunningLibrary();
 
     LoadedLibrary &m_loaded = LoadedLibrary::instance();
-    bool m_isRunning = false;
 };
+
+/// The account stand-in is never unloaded: the fuzzer reads the counters of all code it has seen.
+void keepStandInLoaded();
 
 /// Ends the process with a message when \a holds is false.
 void require(bool holds, const char *what, const std::string &text = {});

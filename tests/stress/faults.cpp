@@ -1,7 +1,7 @@
 // The checked forms of the file functions are inline definitions and cannot be replaced.
 #undef _FORTIFY_SOURCE
 
-#include "storm/faults.h"
+#include "stress/faults.h"
 
 #include <atomic>
 #include <cerrno>

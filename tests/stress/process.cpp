@@ -1,4 +1,4 @@
-#include "storm/process.h"
+#include "stress/process.h"
 
 #include <cstdlib>
 #include <filesystem>

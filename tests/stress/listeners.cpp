@@ -1,46 +1,49 @@
-#include "storm/modes.h"
-#include "storm/neighbours.h"
-#include "storm/verdict.h"
+#include "stress/callbacks.h"
+#include "stress/dice.h"
+#include "stress/modes.h"
+#include "stress/traffic.h"
+#include "stress/verdict.h"
 
 #include <cstdio>
 #include <mutex>
+#include <thread>
 
 using zelectronframeworkspace::ListenerHandle;
 
 namespace {
 
 /// A subscription that its own delivery ends and frees.
-class EndingListener final : public EventCounter
+class EndingListener final : public Counter
 {
 public:
-    EndingListener(Storm &storm, std::atomic<long> &removals)
-        : EventCounter(storm.climate), m_storm(storm), m_removals(removals)
+    EndingListener(Run &run, std::atomic<long> &removals)
+        : Counter(run, events), m_run(run), m_removals(removals)
     {
     }
 
     /// The object may be gone when this returns.
     void subscribe(const char *event)
     {
-        const ListenerHandle handle = m_storm.framework.addListener(event, this);
+        const ListenerHandle handle = m_run.framework.addListener(event, this);
         expect(handle != 0, "addListener is refused");
         m_handle = handle;
     }
 
 protected:
-    Afterwards receive(const char *text, std::size_t length) override
+    Afterwards receive(const std::string &text, std::size_t length) override
     {
-        EventCounter::receive(text, length);
+        Counter::receive(text, length);
         while (m_handle == 0) { // the event is faster than the subscriber
             std::this_thread::yield();
         }
-        m_storm.framework.removeListener(m_handle);
-        m_storm.framework.removeListener(m_handle); // a second time: nobody's
+        m_run.framework.removeListener(m_handle);
+        m_run.framework.removeListener(m_handle); // a second time: nobody's
         ++m_removals;
         return Afterwards::destroy;
     }
 
 private:
-    Storm &m_storm;
+    Run &m_run;
     std::atomic<long> &m_removals;
     std::atomic<ListenerHandle> m_handle{0};
 };
@@ -49,15 +52,15 @@ private:
 class Exchange
 {
 public:
-    explicit Exchange(Storm &storm) : m_storm(storm) {}
+    explicit Exchange(Run &run) : m_run(run) {}
     ~Exchange() { expect(m_entries.empty(), "subscriptions are left"); }
     Exchange(const Exchange &) = delete;
     Exchange &operator=(const Exchange &) = delete;
 
     void put(const char *event)
     {
-        auto callback = std::make_unique<EventCounter>(m_storm.climate);
-        const ListenerHandle handle = m_storm.framework.addListener(event, callback.get());
+        auto callback = std::make_unique<Counter>(m_run, Counter::events);
+        const ListenerHandle handle = m_run.framework.addListener(event, callback.get());
         expect(handle != 0, "addListener is refused");
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_entries.emplace_back(handle, std::move(callback));
@@ -66,7 +69,7 @@ public:
     /// Ends one subscription and frees its callback. \return false when there is none.
     bool endOne(std::uint64_t random)
     {
-        std::pair<ListenerHandle, std::unique_ptr<EventCounter>> entry;
+        std::pair<ListenerHandle, std::unique_ptr<Counter>> entry;
         {
             const std::lock_guard<std::mutex> lock(m_mutex);
             if (m_entries.empty()) {
@@ -76,31 +79,31 @@ public:
             entry = std::move(m_entries.back());
             m_entries.pop_back();
         }
-        m_storm.framework.removeListener(entry.first);
-        m_storm.framework.removeListener(entry.first);
+        m_run.framework.removeListener(entry.first);
+        m_run.framework.removeListener(entry.first);
         return true;
     }
 
 private:
-    Storm &m_storm;
+    Run &m_run;
     std::mutex m_mutex; // guards m_entries
-    std::vector<std::pair<ListenerHandle, std::unique_ptr<EventCounter>>> m_entries;
+    std::vector<std::pair<ListenerHandle, std::unique_ptr<Counter>>> m_entries;
 };
 
 /// A listener that ends others from inside its own delivery.
-class ReaperListener final : public EventCounter
+class ReaperListener final : public Counter
 {
 public:
-    ReaperListener(Storm &storm, Exchange &exchange, std::atomic<long> &removals)
-        : EventCounter(storm.climate), m_exchange(exchange), m_removals(removals)
+    ReaperListener(Run &run, Exchange &exchange, std::atomic<long> &removals)
+        : Counter(run, events), m_exchange(exchange), m_removals(removals)
     {
     }
 
 protected:
-    Afterwards receive(const char *text, std::size_t length) override
+    Afterwards receive(const std::string &text, std::size_t length) override
     {
         m_removals += m_exchange.endOne(static_cast<std::uint64_t>(deliveries()));
-        return EventCounter::receive(text, length);
+        return Counter::receive(text, length);
     }
 
 private:
@@ -110,13 +113,13 @@ private:
 
 struct Churn
 {
-    Churn(Storm &theStorm, const EventCounter &theCounter)
-        : storm(theStorm), counter(theCounter), exchange(theStorm)
+    Churn(Run &theRun, const Counter &theCounter)
+        : run(theRun), counter(theCounter), exchange(theRun)
     {
     }
 
-    Storm &storm;
-    const EventCounter &counter;
+    Run &run;
+    const Counter &counter;
     Exchange exchange;
     std::atomic<long> own{0};    ///< ended on one of the host's threads
     std::atomic<long> inside{0}; ///< ended inside the own delivery
@@ -134,17 +137,17 @@ void churn(Churn &churn, Budget &budget, std::uint64_t seed)
             const long seen = churn.counter.deliveries();
             waitFor([&] { return churn.counter.deliveries() != seen; });
         }
-        const char *event = kEvents[random.next() % kEventCount];
+        const char *event = random.pick(Interface::instance().events).c_str();
         if (random.oneIn(8)) {
             // Lives until its event has come, and then ends itself.
-            (new EndingListener(churn.storm, churn.inside))->subscribe(event);
+            (new EndingListener(churn.run, churn.inside))->subscribe(event);
             continue;
         }
         churn.exchange.put(event);
         if (!random.oneIn(16)) {
             churn.own += churn.exchange.endOne(random.next());
         }
-        churn.storm.framework.removeListener(random.next());
+        churn.run.framework.removeListener(random.next());
     }
 }
 
@@ -165,18 +168,18 @@ void churnOnAllThreads(Churn &theChurn, Budget &budget, const Options &options)
 
 void runListeners(const Options &options)
 {
-    Storm storm;
-    start(storm, R"({"initFinishedAfterMs":0})");
-    EventCounter counter(storm.climate);
-    storm.framework.addListener("account.initFinished", &counter);
-    expect(storm.account.waitUntilIdle(10000), "the account library does not come to rest");
+    Run run;
+    run.start(R"({"initFinishedAfterMs":-1})");
+    Counter counter(run, Counter::events);
+    run.framework.addListener("account.initFinished", &counter);
+    expect(run.account.waitUntilIdle(10000), "the account library does not come to rest");
 
-    Churn theChurn(storm, counter);
-    ReaperListener reaper(storm, theChurn.exchange, theChurn.others);
-    storm.framework.addListener("account.cookieUpdated", &reaper);
-    const long before = counter.deliveries();
+    Churn theChurn(run, counter);
+    ReaperListener reaper(run, theChurn.exchange, theChurn.others);
+    run.framework.addListener("account.cookieUpdated", &reaper);
     Budget budget(options);
-    Neighbours neighbours(storm, options.seed, &counter);
+    TrafficThreads threads(run, options.seed, &counter);
+    const Traffic &traffic = threads.traffic();
     churnOnAllThreads(theChurn, budget, options);
 
     // Every kind of event comes often enough to end what waits for it.
@@ -186,12 +189,12 @@ void runListeners(const Options &options)
            }),
            "subscriptions do not end");
     const double seconds = budget.seconds();
-    neighbours.stop();
-    expect(waitFor([&] { return counter.deliveries() - before >= neighbours.raised(); }),
+    threads.stop();
+    expect(waitFor([&] { return counter.deliveries() >= traffic.counted(); }),
            "a removal has ended somebody else's subscription");
-    stop(storm);
+    run.stop();
     std::printf("listeners: %ld removals on %d threads in %.1f s (%ld inside the own delivery, %ld "
                 "inside another), %ld events, %ld broken\n",
                 theChurn.own + theChurn.inside + theChurn.others, options.threads, seconds,
-                theChurn.inside.load(), theChurn.others.load(), neighbours.events(), brokenCount());
+                theChurn.inside.load(), theChurn.others.load(), traffic.events(), brokenCount());
 }

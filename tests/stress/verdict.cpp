@@ -1,4 +1,4 @@
-#include "storm/verdict.h"
+#include "stress/verdict.h"
 
 #include <atomic>
 #include <chrono>

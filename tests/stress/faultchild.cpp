@@ -3,8 +3,8 @@
 /// failure: zef_faultchild KIND NUMBER. Prints what failed and how the first start went; ends with
 /// 0 when every promise was kept.
 
-#include "storm/faults.h"
-#include "storm/verdict.h"
+#include "stress/faults.h"
+#include "stress/verdict.h"
 #include "support/loadedlibrary.h"
 
 #include <atomic>

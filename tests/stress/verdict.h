@@ -4,7 +4,7 @@
 #include <string>
 
 /// \file
-/// Promises of the library that a storm found broken. Thread: any.
+/// Promises of the library that a driver found broken. Thread: any.
 
 /// Notes a broken promise; the first few are printed to the standard error.
 void broken(const std::string &promise);

@@ -1,6 +1,5 @@
-#include "storm/modes.h"
-#include "storm/process.h"
-#include "storm/verdict.h"
+#include "stress/modes.h"
+#include "stress/verdict.h"
 
 #include <CLI/CLI.hpp>
 
@@ -29,8 +28,9 @@ int main(int argc, char **argv)
 try {
     Options options;
     std::string name = "mixed";
-    CLI::App app("Storms on the framework library; exit code 0 only when every promise was kept");
-    app.add_option("--mode", name, "the storm")
+    CLI::App app(
+        "Stress tests of the framework library; exit code 0 only when every promise was kept");
+    app.add_option("--mode", name, "the test")
         ->check(CLI::IsMember({"mixed", "listeners", "restart", "shutdown", "hostile", "soak"}));
     app.add_option("--threads", options.threads, "threads of the host")->check(CLI::Range(1, 256));
     app.add_option("--operations", options.operations,
@@ -42,10 +42,6 @@ try {
     const Mode &mode = kModes.at(name);
     if (options.operations <= 0 && options.seconds <= 0) {
         options.operations = mode.operations;
-    }
-    if (name == "soak" && options.seconds <= 0) {
-        options.seconds = 600;
-        options.operations = 0;
     }
     mode.run(options);
     return brokenCount() == 0 ? 0 : 1;
