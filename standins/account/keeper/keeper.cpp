@@ -143,15 +143,21 @@ void Keeper::recordAnswer(const QString &answer)
     m_records.addAnswer(answer);
 }
 
-void Keeper::hold(const PlannedAnswer &answer, int releaseAfterMs)
+void Keeper::answer(const PlannedAnswer &answer, const Script &script)
 {
-    const long id = m_held.add(answer);
-    if (releaseAfterMs < 0) {
+    if (!script.hold) {
+        for (int i = 0; i < script.times; ++i) {
+            deliver(answer);
+        }
         return;
     }
 
-    std::thread([this, id, releaseAfterMs] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(releaseAfterMs));
+    const long id = m_held.add(answer);
+    if (script.releaseAfterMs < 0) {
+        return;
+    }
+    std::thread([this, id, delay = std::chrono::milliseconds(script.releaseAfterMs)] {
+        std::this_thread::sleep_for(delay);
         if (const std::optional<PlannedAnswer> due = m_held.take(id, false)) {
             deliver(*due);
         }

@@ -62,7 +62,8 @@ public:
 
     // function objects of the callers
     HeldAnswers &held() { return m_held; }
-    void hold(const PlannedAnswer &answer, int releaseAfterMs);
+    /// Gives the final answer of an operation as its script says: held back, or so many times.
+    void answer(const PlannedAnswer &answer, const Script &script);
     void addMessageHandler(const MessageHandler &handler);
     QList<MessageHandler> messageHandlers(const QString &messageName,
                                           const QString &taskName) const;

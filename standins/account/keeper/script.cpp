@@ -1,6 +1,9 @@
 #include "keeper/script.h"
 
+#include <algorithm>
+#include <iterator>
 #include <limits>
+#include <variant>
 
 namespace zefstandin {
 
@@ -28,99 +31,86 @@ bool isNumber(const QVariant &value)
            value.type() == QVariant::LongLong;
 }
 
-bool readFlag(const QVariant &value, bool &flag)
+bool read(const QVariant &value, bool &flag)
 {
     flag = value.toBool();
     return value.type() == QVariant::Bool;
 }
 
-bool readNumber(const QVariant &value, int &number)
+bool read(const QVariant &value, int &number)
 {
     number = value.toInt();
     return isNumber(value);
 }
 
-bool readStatuses(const QVariant &value, Script &script)
+bool read(const QVariant &value, std::optional<QString> &text)
 {
-    QVector<int> statuses;
+    text = value.toString();
+    return value.type() == QVariant::String;
+}
+
+bool read(const QVariant &value, std::optional<QVariantMap> &map)
+{
+    map = value.toMap();
+    return value.type() == QVariant::Map;
+}
+
+bool read(const QVariant &value, std::optional<QVector<int>> &numbers)
+{
+    numbers.emplace();
     const QVariantList list = value.toList();
-    for (const QVariant &status : list) {
-        if (!isNumber(status)) {
-            return false;
+    for (const QVariant &number : list) {
+        numbers->append(number.toInt());
+    }
+    return value.type() == QVariant::List && std::all_of(list.begin(), list.end(), isNumber);
+}
+
+bool read(const QVariant &value, Script::Thread &thread)
+{
+    const QString name = value.toString();
+    thread = name == "caller" ? Script::Thread::caller : Script::Thread::library;
+    return name == "caller" || name == "library";
+}
+
+/// One key of a script and the member that takes its value.
+struct Key
+{
+    const char *name;
+    std::variant<bool Script::*, int Script::*, std::optional<QString> Script::*,
+                 std::optional<QVariantMap> Script::*, std::optional<QVector<int>> Script::*,
+                 Script::Thread Script::*>
+        member;
+};
+
+const Key kKeys[] = {
+    {"refuse", &Script::refuse},
+    {"null", &Script::nullResult},
+    {"throw", &Script::exception},
+    {"throwAfter", &Script::lateException},
+    {"reply", &Script::reply},
+    {"text", &Script::text},
+    {"statuses", &Script::statuses},
+    {"delayMs", &Script::delayMs},
+    {"times", &Script::times},
+    {"thread", &Script::thread},
+    {"hold", &Script::hold},
+    {"releaseAfterMs", &Script::releaseAfterMs},
+    {"dropAtUninit", &Script::dropAtUninit},
+    {"loopMs", &Script::loopMs},
+    {"quit", &Script::quit},
+    {"destroyContext", &Script::destroyContext},
+    {"keepNotifier", &Script::keepNotifier},
+    {"plainNotifier", &Script::plainNotifier},
+    {"skip", &Script::skip},
+    {"count", &Script::count},
+};
+
+bool readKey(const QString &name, const QVariant &value, Script &script)
+{
+    for (const Key &key : kKeys) {
+        if (name == key.name) {
+            return std::visit([&](auto member) { return read(value, script.*member); }, key.member);
         }
-        statuses.append(status.toInt());
-    }
-    script.statuses = statuses;
-    return value.type() == QVariant::List;
-}
-
-bool readThread(const QVariant &value, Script &script)
-{
-    script.inCaller = value.toString() == "caller";
-    return script.inCaller || value.toString() == "library";
-}
-
-bool readKey(const QString &key, const QVariant &value, Script &script)
-{
-    if (key == "refuse") {
-        return readFlag(value, script.refuse);
-    }
-    if (key == "null") {
-        return readFlag(value, script.nullResult);
-    }
-    if (key == "hold") {
-        return readFlag(value, script.hold);
-    }
-    if (key == "dropAtUninit") {
-        return readFlag(value, script.dropAtUninit);
-    }
-    if (key == "loopMs") {
-        return readNumber(value, script.loopMs);
-    }
-    if (key == "quit") {
-        return readFlag(value, script.quit);
-    }
-    if (key == "destroyContext") {
-        return readFlag(value, script.destroyContext);
-    }
-    if (key == "keepNotifier") {
-        return readFlag(value, script.keepNotifier);
-    }
-    if (key == "plainNotifier") {
-        return readFlag(value, script.plainNotifier);
-    }
-    if (key == "throwAfter") {
-        return script.lateException = value.toString(), value.type() == QVariant::String;
-    }
-    if (key == "delayMs") {
-        return readNumber(value, script.delayMs);
-    }
-    if (key == "times") {
-        return readNumber(value, script.times);
-    }
-    if (key == "releaseAfterMs") {
-        return readNumber(value, script.releaseAfterMs);
-    }
-    if (key == "skip") {
-        return readNumber(value, script.skip);
-    }
-    if (key == "count") {
-        return readNumber(value, script.count);
-    }
-    if (key == "statuses") {
-        return readStatuses(value, script);
-    }
-    if (key == "thread") {
-        return readThread(value, script);
-    }
-    if (key == "throw") {
-        return script.exception = value.toString(), value.type() == QVariant::String;
-    }
-    if (key == "text") {
-        return script.text = value.toString(), value.type() == QVariant::String;
-    }
-    if (key == "reply") {
-        return script.reply = value.toMap(), value.type() == QVariant::Map;
     }
     return false;
 }
@@ -210,9 +200,9 @@ QVariant oddValue(Dice &dice)
 
 QVariantMap oddReply(Dice &dice)
 {
-    static const char *const kKeys[] = {"result", "msg", "data", "taskResult", "bResult", ""};
+    static const char *const kReplyKeys[] = {"result", "msg", "data", "taskResult", "bResult", ""};
     QVariantMap reply;
-    for (const char *key : kKeys) {
+    for (const char *key : kReplyKeys) {
         if (!dice.oneIn(3)) {
             reply.insert(key, oddValue(dice));
         }
@@ -224,12 +214,8 @@ QVariantMap oddReply(Dice &dice)
 
 bool isKnownOperation(const QString &operation)
 {
-    for (const char *known : kKnownOperations) {
-        if (operation == known) {
-            return true;
-        }
-    }
-    return false;
+    return std::find(std::begin(kKnownOperations), std::end(kKnownOperations), operation) !=
+           std::end(kKnownOperations);
 }
 
 std::optional<Script> scriptFromMap(const QVariantMap &map)
@@ -260,7 +246,7 @@ Script hostileScript(unsigned seed, const QString &operation, unsigned ordinal)
     }
     script.delayMs = hostileDelay(dice, operation);
     script.times = dice.oneIn(8) ? 0 : dice.oneIn(8) ? 2 : 1;
-    script.inCaller = dice.oneIn(4);
+    script.thread = dice.oneIn(4) ? Script::Thread::caller : Script::Thread::library;
     script.dropAtUninit = dice.oneIn(8);
     if (dice.oneIn(3)) {
         script.statuses.emplace();

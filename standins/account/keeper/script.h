@@ -17,6 +17,8 @@ namespace zefstandin {
 /// What one call of one operation has to do instead of, or besides, its honest work.
 struct Script
 {
+    enum class Thread { library, caller };
+
     bool refuse = false;     ///< the failure result: false, or a null pointer
     bool nullResult = false; ///< GetInterface: true, but a null pointer
     std::optional<QString> exception;
@@ -26,7 +28,7 @@ struct Script
     std::optional<QVector<int>> statuses;
     int delayMs = 0;
     int times = 1;
-    bool inCaller = false; ///< answered inside the call
+    Thread thread = Thread::library; ///< caller: answered inside the call
     bool hold = false;
     int releaseAfterMs = -1;
     bool dropAtUninit = false;
@@ -37,7 +39,9 @@ struct Script
     bool plainNotifier = false;  ///< a notifier without signals
     int skip = 0;
     int count = -1;    ///< how many calls it applies to; -1: all
-    quint64 noise = 0; ///< not 0: what else to stir up, in hostile mode
+    quint64 noise = 0; ///< not 0: a signal and a message besides, in hostile mode
+
+    bool answersInCall() const { return thread == Thread::caller; }
 
     /// Throws the scripted exception, if there is one.
     void throwIfScripted() const

@@ -45,17 +45,17 @@ void CookieFactory::configure(const QVariantMap &standin)
 void CookieFactory::setSession(const QString &userId)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_jar.deleteCookie(m_session);
+    m_jar.deleteCookie(m_instance);
     if (userId.isEmpty()) {
         return;
     }
 
-    m_session = QNetworkCookie("sid", randomBase64Url(24));
-    m_session.setHttpOnly(true);
-    m_session.setSecure(m_accountUrl.scheme() == "https");
-    m_session.setPath("/");
-    m_session.normalize(m_accountUrl);
-    m_jar.insertCookie(m_session);
+    m_instance = QNetworkCookie("sid", randomBase64Url(24));
+    m_instance.setHttpOnly(true);
+    m_instance.setSecure(m_accountUrl.scheme() == "https");
+    m_instance.setPath("/");
+    m_instance.normalize(m_accountUrl);
+    m_jar.insertCookie(m_instance);
 }
 
 } // namespace zefstandin

@@ -1,6 +1,6 @@
 #include "account/iaccountsdk.h"
 #include "keeper/keeper.h"
-#include "library/session.h"
+#include "library/instance.h"
 
 #include <stdexcept>
 
@@ -39,8 +39,8 @@ public:
         if (begin("init").refuse) {
             return false;
         }
-        if (!m_session) {
-            m_session = new Session(params, logProxy);
+        if (!m_instance) {
+            m_instance = new Instance(params, logProxy);
         }
         return true;
     }
@@ -52,60 +52,60 @@ public:
         const Script script = keeper.decide("uninit");
         script.sleep();
         script.disturbHost();
-        endSession(script.keepNotifier);
+        endInstance(script.keepNotifier);
         script.throwIfScripted();
     }
 
     QObject *notifier() override
     {
         const Script script = begin("notifier");
-        if (script.refuse || !m_session) {
+        if (script.refuse || !m_instance) {
             return nullptr;
         }
-        return script.plainNotifier ? m_session->plainNotifier() : m_session->notifier();
+        return script.plainNotifier ? m_instance->plainNotifier() : m_instance->notifier();
     }
     IAccount *getAccount() override
     {
-        return begin("getAccount").refuse || !m_session ? nullptr : &m_session->accounts();
+        return begin("getAccount").refuse || !m_instance ? nullptr : &m_instance->accounts();
     }
-    IScheduler *getScheduler() override { return get("getScheduler", &Session::scheduler); }
+    IScheduler *getScheduler() override { return get("getScheduler", &Instance::scheduler); }
     IMessageTaskRegistry *getMessageTaskRegistry() override
     {
-        return get("getMessageTaskRegistry", &Session::messages);
+        return get("getMessageTaskRegistry", &Instance::messages);
     }
-    ILoginService *getLoginService() override { return get("getLoginService", &Session::login); }
-    ISignService *getSignService() override { return get("getSignService", &Session::sign); }
+    ILoginService *getLoginService() override { return get("getLoginService", &Instance::login); }
+    ISignService *getSignService() override { return get("getSignService", &Instance::sign); }
     ICookieFactory *getCookieFactory() override
     {
-        return begin("getCookieFactory").refuse || !m_session ? nullptr : &m_session->cookies();
+        return begin("getCookieFactory").refuse || !m_instance ? nullptr : &m_instance->cookies();
     }
     IInfoCollectHandler *getInfoCollectHandler() override
     {
-        return get("getInfoCollectHandler", &Session::infoCollect);
+        return get("getInfoCollectHandler", &Instance::infoCollect);
     }
     IAccessbaseService *getAccessbaseService() override
     {
-        return get("getAccessbaseService", &Session::accessbase);
+        return get("getAccessbaseService", &Instance::accessbase);
     }
-    IDomainMgr *getDomainMgr() override { return get("getDomainMgr", &Session::domainMgr); }
+    IDomainMgr *getDomainMgr() override { return get("getDomainMgr", &Instance::domainMgr); }
 
-    void endSession(bool keepNotifier)
+    void endInstance(bool keepNotifier)
     {
-        if (m_session && keepNotifier) {
-            m_session->leakNotifier();
+        if (m_instance && keepNotifier) {
+            m_instance->leakNotifier();
         }
-        delete m_session;
-        m_session = nullptr;
+        delete m_instance;
+        m_instance = nullptr;
     }
 
 private:
     template <typename Service>
-    Service *get(const char *operation, Service *(Session::*getter)())
+    Service *get(const char *operation, Service *(Instance::*getter)())
     {
-        return begin(operation).refuse || !m_session ? nullptr : (m_session->*getter)();
+        return begin(operation).refuse || !m_instance ? nullptr : (m_instance->*getter)();
     }
 
-    Session *m_session = nullptr; // set and cleared on the host thread, outside all other calls
+    Instance *m_instance = nullptr; // set and cleared on the host thread, outside all other calls
 };
 
 AccountSdk accountSdk;
@@ -136,7 +136,7 @@ bool GetInterface(IAccountSdk **sdk)
 void UninitInterface()
 {
     zefstandin::begin("UninitInterface");
-    zefstandin::accountSdk.endSession(false);
+    zefstandin::accountSdk.endInstance(false);
 }
 
 zefstandin::AccountControl *zefAccountStandinControl()

@@ -3,6 +3,10 @@
 #include <QUrl>
 #include <QUrlQuery>
 
+#include <algorithm>
+#include <iterator>
+#include <variant>
+
 namespace zefstandin {
 
 namespace {
@@ -56,20 +60,16 @@ Outcome signIn(Accounts &accounts, const QVariantMap &params)
             changes};
 }
 
-Outcome signOut(Accounts &accounts, const QVariantMap &params)
+Outcome signOut(Accounts &accounts, Person &account, const QVariantMap &params)
 {
-    Person *account = accounts.target(params);
-    if (!account) {
-        return {failReply(userIdOf(params).isEmpty() ? kNobody : kUserUnknown), {}};
-    }
-    if (!account->item.isLogin) {
+    if (!account.item.isLogin) {
         return {failReply(kNobody), {}};
     }
 
-    const QString userId = account->item.userId;
-    account->item.isLogin = false;
-    account->item.sessionStatus = "offline";
-    account->item.logoutReason = params.value("reason", "user").toString();
+    const QString userId = account.item.userId;
+    account.item.isLogin = false;
+    account.item.sessionStatus = "offline";
+    account.item.logoutReason = params.value("reason", "user").toString();
     if (params.value("removeAccount").toBool()) {
         accounts.remove(userId);
     }
@@ -103,53 +103,41 @@ Outcome switchTo(Accounts &accounts, const QVariantMap &params)
     return {okReply({{"userId", userId}}), changes};
 }
 
-Outcome upgrade(Accounts &accounts, const QVariantMap &params)
+Outcome upgrade(Accounts &, Person &account, const QVariantMap &params)
 {
-    Person *account = accounts.target(params);
-    if (!account) {
-        return {failReply(userIdOf(params).isEmpty() ? kNobody : kUserUnknown), {}};
-    }
     const QString companyId = params.value("companyId").toString();
     if (companyId.isEmpty()) {
         return {failReply("companyId is empty"), {}};
     }
-    if (account->item.isCompanyAccount) {
+    if (account.item.isCompanyAccount) {
         return {failReply("already a company account"), {}};
     }
 
-    setCompany(account->item, companyId, params.value("companyName").toString());
-    const QString userId = account->item.userId;
+    setCompany(account.item, companyId, params.value("companyName").toString());
+    const QString userId = account.item.userId;
     return {okReply({{"userId", userId}, {"companyId", companyId}}),
             {"companyInfoChanged", "authInfoChanged", "accountListInfoChanged"}};
 }
 
-Outcome downgrade(Accounts &accounts, const QVariantMap &params)
+Outcome downgrade(Accounts &, Person &account, const QVariantMap &)
 {
-    Person *account = accounts.target(params);
-    if (!account) {
-        return {failReply(userIdOf(params).isEmpty() ? kNobody : kUserUnknown), {}};
-    }
-    if (!account->item.isCompanyAccount) {
+    if (!account.item.isCompanyAccount) {
         return {failReply("not a company account"), {}};
     }
 
-    setCompany(account->item, {}, {});
-    const QString userId = account->item.userId;
+    setCompany(account.item, {}, {});
+    const QString userId = account.item.userId;
     return {okReply({{"userId", userId}}),
             {"companyInfoChanged", "authInfoChanged", "accountListInfoChanged"}};
 }
 
-Outcome update(Accounts &accounts, const QVariantMap &params)
+Outcome update(Accounts &, Person &account, const QVariantMap &params)
 {
-    Person *account = accounts.target(params);
-    if (!account) {
-        return {failReply(userIdOf(params).isEmpty() ? kNobody : kUserUnknown), {}};
-    }
     if (!params.contains("nickname") && !params.contains("avatarUrl")) {
         return {failReply("nothing to update"), {}};
     }
 
-    AccountListItem &item = account->item;
+    AccountListItem &item = account.item;
     item.nickname = params.value("nickname", item.nickname).toString();
     item.avatarUrl = params.value("avatarUrl", item.avatarUrl).toString();
     const QVariantMap data{
@@ -194,10 +182,11 @@ Outcome performLoginOperation(const QString &operation, Accounts &accounts,
                               const QVariantMap &params)
 {
     using Operation = Outcome (*)(Accounts &, const QVariantMap &);
-    static constexpr struct
+    using AccountOperation = Outcome (*)(Accounts &, Person &, const QVariantMap &);
+    static const struct
     {
         const char *name;
-        Operation function;
+        std::variant<Operation, AccountOperation> function;
     } kOperations[] = {{"loginCallback", signIn},
                        {"logout", signOut},
                        {"switchAccount", switchTo},
@@ -205,12 +194,19 @@ Outcome performLoginOperation(const QString &operation, Accounts &accounts,
                        {"downgradeAccount", downgrade},
                        {"updateAccountInfo", update},
                        {"getUrlWithAuthorizeCode", urlWithAuthorizeCode}};
-    for (const auto &entry : kOperations) {
-        if (operation == entry.name) {
-            return entry.function(accounts, params);
-        }
+    const auto entry = std::find_if(std::begin(kOperations), std::end(kOperations),
+                                    [&](const auto &known) { return operation == known.name; });
+    if (entry == std::end(kOperations)) {
+        return {failReply("unknown operation"), {}};
     }
-    return {failReply("unknown operation"), {}};
+    if (const auto *function = std::get_if<Operation>(&entry->function)) {
+        return (*function)(accounts, params);
+    }
+    Person *account = accounts.target(params);
+    if (!account) {
+        return {failReply(userIdOf(params).isEmpty() ? kNobody : kUserUnknown), {}};
+    }
+    return std::get<AccountOperation>(entry->function)(accounts, *account, params);
 }
 
 } // namespace zefstandin

@@ -1,8 +1,7 @@
 #include "library/loginservice.h"
 
 #include "jsontext.h"
-#include "keeper/delivery.h"
-#include "library/session.h"
+#include "library/instance.h"
 
 namespace zefstandin {
 
@@ -62,12 +61,12 @@ void LoginService::start(const char *operation, const QVariantMap &params,
     const auto job = [this, name, params, completion, script](bool isCancelled) {
         finish(name, params, completion, script, isCancelled);
     };
-    if (script.inCaller || m_session.answersInline()) {
+    if (script.answersInCall() || m_instance.answersInline()) {
         job(false);
     } else {
-        m_session.accountWorker().post(job, script.delayMs);
+        m_instance.accountWorker().post(job, script.delayMs);
     }
-    m_session.stir(script.noise);
+    m_instance.makeNoise(script.noise);
     script.throwLateIfScripted();
 }
 
@@ -88,29 +87,18 @@ void LoginService::finish(const QString &operation, const QVariantMap &params,
     if (isCancelled && script.dropAtUninit) {
         return;
     }
-    if (script.hold) {
-        PlannedAnswer answer;
-        answer.name = operation;
-        answer.params = params;
-        answer.completion = completion;
-        answer.reply = reply;
-        Keeper::instance().hold(answer, script.releaseAfterMs);
-        return;
-    }
-    for (int i = 0; i < script.times; ++i) {
-        deliver(operation, completion, reply);
-    }
+    Keeper::instance().answer({operation, params, completion, {}, 0, reply}, script);
 }
 
 QVariantMap LoginService::perform(const QString &operation, const QVariantMap &params)
 {
-    const Outcome outcome = m_session.accounts().perform(operation, params);
+    const Outcome outcome = m_instance.accounts().perform(operation, params);
     const auto changesCookies = [](const char *name) { return !qstrcmp(name, "cookieUpdated"); };
     if (std::any_of(outcome.signalNames.begin(), outcome.signalNames.end(), changesCookies)) {
-        m_session.cookies().setSession(m_session.accounts().currentUser());
+        m_instance.cookies().setSession(m_instance.accounts().currentUser());
     }
     for (const char *name : outcome.signalNames) {
-        m_session.raiseNow(name);
+        m_instance.raiseNow(name);
     }
     return outcome.reply;
 }

@@ -5,13 +5,13 @@
 
 namespace zefstandin {
 
-class Session;
+class Instance;
 
-/// Carries the operations out on the session's worker and answers from there.
+/// Carries the operations out on the account worker and answers from there.
 class LoginService final : public ILoginService
 {
 public:
-    explicit LoginService(Session &session) : m_session(session) {}
+    explicit LoginService(Instance &instance) : m_instance(instance) {}
 
     void loginCallback(const QVariantMap &params, const CallBackFunc &completion) override;
     void logout(const QVariantMap &params, const CallBackFunc &completion) override;
@@ -28,7 +28,7 @@ private:
                 const Script &script, bool isCancelled);
     QVariantMap perform(const QString &operation, const QVariantMap &params);
 
-    Session &m_session;
+    Instance &m_instance;
 };
 
 } // namespace zefstandin

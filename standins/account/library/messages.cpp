@@ -2,7 +2,7 @@
 
 #include "keeper/delivery.h"
 #include "keeper/messagecontext.h"
-#include "library/session.h"
+#include "library/instance.h"
 
 namespace zefstandin {
 
@@ -28,7 +28,7 @@ int Messages::send(const QVariantMap &message, Thread thread, MessageContext con
             taken += deliver(handler, MessageReference(message, context).reference);
             continue;
         }
-        m_session.run(thread, m_session.officeWorker(), [handler, message, context] {
+        m_instance.run(thread, m_instance.officeWorker(), [handler, message, context] {
             deliver(handler, MessageReference(message, context).reference);
         });
         ++taken;

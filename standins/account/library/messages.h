@@ -5,14 +5,14 @@
 
 namespace zefstandin {
 
-class Session;
+class Instance;
 
 /// Takes registrations and delivers the office suite's messages to them. A delivery does not ask
 /// whether the registered context object still exists.
 class Messages final : public IMessageTaskRegistry
 {
 public:
-    explicit Messages(Session &session) : m_session(session) {}
+    explicit Messages(Instance &instance) : m_instance(instance) {}
 
     void registerMessageTask(const QString &messageName, const QString &taskName, QObject *context,
                              const MessageTaskHandler &handler) override;
@@ -21,7 +21,7 @@ public:
     int send(const QVariantMap &message, Thread thread, MessageContext context);
 
 private:
-    Session &m_session;
+    Instance &m_instance;
 };
 
 } // namespace zefstandin

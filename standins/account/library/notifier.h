@@ -24,6 +24,15 @@ public:
                metaObject()->method(index).invoke(this, Qt::DirectConnection);
     }
 
+    /// The name of one of its signals; any number is good.
+    static QByteArray signalName(quint64 number)
+    {
+        // Signals are the first methods of a class.
+        const QMetaObject &meta = staticMetaObject;
+        const quint64 count = quint64(meta.methodCount() - meta.methodOffset());
+        return meta.method(meta.methodOffset() + int(number % count)).name();
+    }
+
 Q_SIGNALS:
     void initFinished();
     void currentAccountChanged();

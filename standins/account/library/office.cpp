@@ -2,7 +2,7 @@
 
 #include "jsontext.h"
 #include "keeper/delivery.h"
-#include "library/session.h"
+#include "library/instance.h"
 
 namespace zefstandin {
 
@@ -60,7 +60,7 @@ bool Office::submit(const QStringList &appIds, const QString &taskName, const QV
     const Script script = keeper.decide(operationName(taskName, params));
     script.disturbHost();
     script.throwIfScripted();
-    m_session.stir(script.noise);
+    m_instance.makeNoise(script.noise);
     if (script.destroyContext) {
         delete context.data();
     }
@@ -69,7 +69,7 @@ bool Office::submit(const QStringList &appIds, const QString &taskName, const QV
     }
 
     const TaskPointer task = makeTask(taskName, params, completion, script);
-    if (script.inCaller) {
+    if (script.answersInCall()) {
         step(task, 0, false);
     } else {
         post(task, 0);
@@ -133,14 +133,14 @@ QVariantMap Office::resultOf(const QString &name, const QVariantMap &params)
     const QString wanted = params.value("userId").toString();
     const QString userId =
         wanted.isEmpty() ? settings.value("userId", kDefaultUserId).toString() : wanted;
-    const std::optional<Person> person = m_session.accounts().person(userId);
+    const std::optional<Person> person = m_instance.accounts().person(userId);
     if (!person) {
         return refusal("user not signed in");
     }
     if (name == "grantAuthorizeCodeOffice") {
         return {{"bResult", true},
                 {"userId", userId},
-                {"authorizeCode", m_session.accounts().newCode(userId)},
+                {"authorizeCode", m_instance.accounts().newCode(userId)},
                 {"keepOnline", params.value("keepOnline").toBool()}};
     }
     return {{"bResult", true},
@@ -189,13 +189,14 @@ void Office::step(const TaskPointer &task, int index, bool isCancelled)
     const int status = task->statuses.at(index);
     const bool isLast = index + 1 == task->statuses.size();
     if (isLast) {
-        finish(task, status, task->reply);
+        Keeper::instance().answer(
+            {task->name, task->params, {}, task->completion, status, task->reply}, task->script);
         return;
     }
     if (!task->script.hold) {
         deliver(task->name, task->completion, status, {});
     }
-    if (task->script.inCaller || isCancelled) {
+    if (task->script.answersInCall() || isCancelled) {
         step(task, index + 1, isCancelled);
     } else {
         post(task, index + 1);
@@ -204,26 +205,9 @@ void Office::step(const TaskPointer &task, int index, bool isCancelled)
 
 void Office::post(const TaskPointer &task, int index)
 {
-    m_session.officeWorker().post(
+    m_instance.officeWorker().post(
         [this, task, index](bool isCancelled) { step(task, index, isCancelled); },
         task->script.delayMs);
-}
-
-void Office::finish(const TaskPointer &task, int status, const QVariantMap &reply)
-{
-    if (task->script.hold) {
-        PlannedAnswer answer;
-        answer.name = task->name;
-        answer.params = task->params;
-        answer.task = task->completion;
-        answer.status = status;
-        answer.reply = reply;
-        Keeper::instance().hold(answer, task->script.releaseAfterMs);
-        return;
-    }
-    for (int i = 0; i < task->script.times; ++i) {
-        deliver(task->name, task->completion, status, reply);
-    }
 }
 
 } // namespace zefstandin

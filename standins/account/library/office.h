@@ -7,13 +7,13 @@
 
 namespace zefstandin {
 
-class Session;
+class Instance;
 
 /// The office suite's side: answers the tasks on a worker of its own. Callable from any thread.
 class Office final : public IScheduler
 {
 public:
-    explicit Office(Session &session) : m_session(session) {}
+    explicit Office(Instance &instance) : m_instance(instance) {}
 
     void reserved0() override {}
     void reserved1() override {}
@@ -44,9 +44,8 @@ private:
     QVariantMap meetingResult(const QVariantMap &params);
     void step(const TaskPointer &task, int index, bool isCancelled);
     void post(const TaskPointer &task, int index);
-    void finish(const TaskPointer &task, int status, const QVariantMap &reply);
 
-    Session &m_session;
+    Instance &m_instance;
     mutable std::mutex m_mutex; // guards everything below
     QVariantMap m_settings;
     QVariantMap m_meetingStatus;

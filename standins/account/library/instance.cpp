@@ -1,4 +1,4 @@
-#include "library/session.h"
+#include "library/instance.h"
 
 #include "jsontext.h"
 #include "keeper/delivery.h"
@@ -62,7 +62,7 @@ QVariantMap DomainMgr::domains() const
     return m_domains;
 }
 
-Session::Session(const QVariantMap &settings, IZElectronLogProxy *logProxy)
+Instance::Instance(const QVariantMap &settings, IZElectronLogProxy *logProxy)
     : m_settings(settings),
       m_logProxy(logProxy),
       m_notifier(new Notifier([this] { announce(); })),
@@ -80,7 +80,7 @@ Session::Session(const QVariantMap &settings, IZElectronLogProxy *logProxy)
     note("init");
 }
 
-Session::~Session()
+Instance::~Instance()
 {
     note("uninit");
     Keeper::instance().detach(state());
@@ -88,24 +88,21 @@ Session::~Session()
     m_accountWorker.stop();
 }
 
-bool Session::raiseNow(const QByteArray &name)
+bool Instance::raiseNow(const QByteArray &name)
 {
     note(name);
     return m_notifier && m_notifier->raise(name);
 }
 
-void Session::stir(quint64 noise)
+void Instance::makeNoise(quint64 noise)
 {
-    static const char *const kSignals[] = {
-        "initFinished",       "currentAccountChanged",  "authInfoChanged", "userInfoChanged",
-        "companyInfoChanged", "accountListInfoChanged", "cookieUpdated"};
     static const char *const kTypes[] = {"enterMeeting", "getMeetingStatus", "closeMeetingApp", "",
                                          "EnterMeeting"};
     if (noise == 0) {
         return;
     }
 
-    const QByteArray signal = kSignals[noise % 7];
+    const QByteArray signal = Notifier::signalName(noise);
     const QVariantMap message{{"msgType", kTypes[noise / 7 % 5]},
                               {"meetingUrl", QString(int(noise / 35 % 3000), QChar('%'))},
                               {"accessCode", noise % 3 ? QVariant("%1") : QVariant(QVariantList())},
@@ -120,7 +117,7 @@ void Session::stir(quint64 noise)
     });
 }
 
-void Session::run(Thread thread, Worker &worker, const std::function<void()> &job)
+void Instance::run(Thread thread, Worker &worker, const std::function<void()> &job)
 {
     if (thread == Thread::caller) {
         job();
@@ -133,7 +130,7 @@ void Session::run(Thread thread, Worker &worker, const std::function<void()> &jo
     }
 }
 
-bool Session::raiseSignal(const QByteArray &name, Thread thread)
+bool Instance::raiseSignal(const QByteArray &name, Thread thread)
 {
     const QMetaObject *metaObject = m_notifier->metaObject();
     if (metaObject->indexOfSignal(name + "()") < metaObject->methodOffset()) {
@@ -143,12 +140,12 @@ bool Session::raiseSignal(const QByteArray &name, Thread thread)
     return true;
 }
 
-int Session::sendMessage(const QVariantMap &message, Thread thread, MessageContext context)
+int Instance::sendMessage(const QVariantMap &message, Thread thread, MessageContext context)
 {
     return m_messages.send(message, thread, context);
 }
 
-int Session::collect(const QVariantMap &map, Thread thread)
+int Instance::collect(const QVariantMap &map, Thread thread)
 {
     const QList<CallBackFunc> callbacks = Keeper::instance().collectCallbacks();
     for (const CallBackFunc &callback : callbacks) {
@@ -157,7 +154,7 @@ int Session::collect(const QVariantMap &map, Thread thread)
     return callbacks.size();
 }
 
-bool Session::writeLog(const QString &level, const QString &message, Thread thread)
+bool Instance::writeLog(const QString &level, const QString &message, Thread thread)
 {
     const LogFunction function = logFunction(level);
     if (!m_logProxy || !function) {
@@ -169,7 +166,7 @@ bool Session::writeLog(const QString &level, const QString &message, Thread thre
     return true;
 }
 
-void Session::applyState(const QVariantMap &standin)
+void Instance::applyState(const QVariantMap &standin)
 {
     m_accounts.configure(standin);
     m_cookies.configure(standin);
@@ -180,7 +177,7 @@ void Session::applyState(const QVariantMap &standin)
     }
 }
 
-QVariantMap Session::state()
+QVariantMap Instance::state()
 {
     QVariantMap state = m_accounts.description();
     state.insert("domains", m_domainMgr.domains());
@@ -189,7 +186,7 @@ QVariantMap Session::state()
     return state;
 }
 
-void Session::startTimeline(const QVariantList &timeline)
+void Instance::startTimeline(const QVariantList &timeline)
 {
     for (const QVariant &value : timeline) {
         const QVariantMap entry = value.toMap();
@@ -211,7 +208,7 @@ void Session::startTimeline(const QVariantList &timeline)
 }
 
 /// Raises initFinished() once somebody listens, with a pause in which the host can subscribe.
-void Session::announce()
+void Instance::announce()
 {
     if (m_announceAfterMs < 0 || m_isAnnounced.exchange(true)) {
         return;
@@ -224,7 +221,7 @@ void Session::announce()
     m_accountWorker.post(job, m_announceAfterMs);
 }
 
-void Session::note(const QString &message)
+void Instance::note(const QString &message)
 {
     if (m_isTalkative) {
         writeLog("info", message, Thread::caller);

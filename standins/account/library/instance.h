@@ -34,13 +34,13 @@ private:
 
 /// Everything between init and uninit of the root interface: state, services and the two threads.
 /// Made and deleted on the host thread; everything else callable from any thread.
-class Session final : public LibraryHooks
+class Instance final : public LibraryHooks
 {
 public:
-    Session(const QVariantMap &settings, IZElectronLogProxy *logProxy);
+    Instance(const QVariantMap &settings, IZElectronLogProxy *logProxy);
 
     /// Answers what is still owed, as cancelled, and ends the threads.
-    ~Session();
+    ~Instance();
 
     AccountService &accounts() { return m_accounts; }
     CookieFactory &cookies() { return m_cookies; }
@@ -66,7 +66,7 @@ public:
     bool raiseNow(const QByteArray &name);
 
     /// Hostile mode: one more signal and message that nobody asked for. 0 does nothing.
-    void stir(quint64 noise);
+    void makeNoise(quint64 noise);
 
     /// Runs \a job here, on \a worker or on the host thread.
     void run(Thread thread, Worker &worker, const std::function<void()> &job);
