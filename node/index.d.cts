@@ -199,6 +199,7 @@ export type ErrorCode =
   | 'ZEF_ADDON_MISSING'
   | 'ZEF_LIBRARY_MISSING'
   | 'ZEF_MOCK_MISSING'
+  | 'ZEF_MOCK_REFUSED'
   | 'ZEF_ARCHITECTURE'
   | 'ZEF_GLIBC'
   | 'ZEF_QT_VERSION'
@@ -436,3 +437,62 @@ export function mask<Context extends object>(
   context: Context,
   replace?: (name: string, value: string) => string,
 ): Context;
+
+/** What the mock does at one call of one operation of the account library. */
+export interface MockScript {
+  /** The operation's failure: null, false, an empty result or a "fail" reply. */
+  refuse?: boolean;
+  /** The reply, of any shape, in place of the honest one; nothing is changed then. */
+  reply?: Record<string, unknown>;
+  /** Result of an operation that returns a text or a signature. */
+  text?: string;
+  /** Milliseconds before the answer. */
+  delayMs?: number;
+  /** How often the answer is given: 0 never, 2 twice. */
+  times?: number;
+  /** The answer waits for `release`. */
+  hold?: boolean;
+  /** How many calls are left alone first, and how many it is for. */
+  skip?: number;
+  count?: number;
+  [key: string]: unknown;
+}
+
+/** What the mock is told while it runs. */
+export interface MockCommand {
+  accounts?: Record<string, unknown>[];
+  users?: Record<string, unknown>[];
+  currentUserId?: string;
+  office?: Record<string, unknown>;
+  /** By operation of the account library: a script for all calls to come, or a list of them. */
+  script?: Record<string, MockScript | MockScript[]>;
+  /** Raises an event, for example "cookieUpdated". */
+  signal?: string;
+  /** Sends a message of the office suite, for example `{ msgType: 'getMeetingStatus' }`. */
+  message?: Record<string, unknown>;
+  /** Hands an object to the subscribers of `accountInfoCollectTask`. */
+  collect?: Record<string, unknown>;
+  /** Gives all answers that are held. */
+  release?: boolean;
+  [key: string]: unknown;
+}
+
+export interface MockState {
+  running: boolean;
+  currentUserId?: string;
+  accounts?: Record<string, unknown>[];
+  users?: Record<string, unknown>[];
+  office?: Record<string, unknown>;
+  /** By operation, how many calls its scripts are still for; -1 for all. */
+  scripts: Record<string, number>;
+  /** The operations whose answers are held. */
+  held: string[];
+  [key: string]: unknown;
+}
+
+/**
+ * Tells the mock of the closed libraries what to do from now on. It is one for the whole process.
+ * @throws FrameworkError ZEF_MOCK_MISSING when it was not loaded, ZEF_MOCK_REFUSED when it knows no
+ * such thing or nobody hears it
+ */
+export function mock(command?: MockCommand): MockState;

@@ -1,4 +1,4 @@
 import zelectronframework from './index.cjs';
 
-export const { ElectronFramework, FrameworkError, Subscription, diagnose, mask } =
+export const { ElectronFramework, FrameworkError, Subscription, diagnose, mask, mock } =
   zelectronframework;

@@ -181,6 +181,13 @@ napi_value inspect(napi_env env, const Arguments &arguments)
     return object;
 }
 
+// mock(command) -> text of the answer, or undefined without the mock
+napi_value mock(napi_env env, const Arguments &arguments)
+{
+    const std::string answer = askMock(textFrom(env, arguments[0]));
+    return answer.empty() ? kNothing : valueOf(env, answer);
+}
+
 // state() -> { folder, glibc, qt, shares, replies }
 napi_value state(napi_env env, const Arguments &)
 {
@@ -226,6 +233,7 @@ NAPI_MODULE_INIT()
     define<asynCall>(env, exports, "asynCall");
     define<settle>(env, exports, "settle");
     define<inspect>(env, exports, "inspect");
+    define<mock>(env, exports, "mock");
     define<state>(env, exports, "state");
     return exports;
 }

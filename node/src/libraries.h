@@ -25,6 +25,10 @@ struct Inspection
 /// \param isLoading whether to load it for the moment; otherwise only what is loaded is found.
 Inspection inspectLibrary(const std::string &name, bool isLoading);
 
+/// Hands a JSON text to the mock of the account library, which is found only while it is loaded.
+/// \return its answer, JSON text; empty without the mock.
+std::string askMock(const std::string &command);
+
 /// Keeps libraries loaded for as long as it lives.
 class LoadedLibraries
 {

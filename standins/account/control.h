@@ -62,8 +62,8 @@ public:
     /// every mode below but the recording. A library that runs keeps its accounts.
     virtual void reset() = 0;
 
-    /// Scripts one operation, getter, initialisation step or task until reset(); "{}" removes the
-    /// script. Goes before a script of the settings.
+    /// Scripts one operation, getter, initialisation step or task until reset(), with one script or
+    /// a list of them; "{}" removes the script. Goes before a script of the settings.
     /// \return false when the operation is unknown or the text is not a valid script; nothing is
     ///         changed then.
     virtual bool script(const std::string &operation, const std::string &json) = 0;
@@ -74,9 +74,9 @@ public:
     /// \return false when the text is not a JSON object.
     virtual bool setState(const std::string &json) = 0;
 
-    /// The present state as JSON object: "currentUserId", "accounts", "domains", "settings" (those
-    /// given to init), "meetingStatus" (last report) and "running". After uninit: "running" false,
-    /// the others as they were.
+    /// The present state as JSON object: "currentUserId", "accounts", "users", "office", "domains",
+    /// "settings" (those given to init), "meetingStatus" (last report) and "running". After uninit:
+    /// "running" false, the others as they were.
     virtual std::string state() const = 0;
 
     /// Random misbehaviour of everything but the initialisation, repeatable by its seed; 0 ends it.
@@ -151,3 +151,14 @@ public:
 
 /// The one control object of the process; never null, never deleted by the caller.
 extern "C" zefstandin::AccountControl *zefAccountStandinControl();
+
+/// For programs that share no C++ type with the stand-in: carries out one JSON object.
+///
+/// \param json keys of the settings' "standin" object that a running library takes ("accounts",
+///             "users", "currentUserId", "cookies", "office", "script", ...), and "signal" (name to
+///             raise), "message" (of the office suite), "collect" (object to hand out) and "release"
+///             (true: gives all held answers). What arrives does so on a library thread.
+/// \return JSON text that the caller gives to free(): {"error": text}, which says what was not done; or
+///         state() with "scripts" (operation to number of calls that its script is still for, -1
+///         for all) and "held" (names of the operations whose answers are held).
+extern "C" char *zefAccountStandinCommand(const char *json);

@@ -51,8 +51,9 @@ public:
 
     bool script(const std::string &operation, const std::string &json) override
     {
-        const std::optional<QVariantMap> map = objectFromText(json);
-        return map && m_keeper.setScript(QString::fromStdString(operation), *map);
+        const QJsonDocument document = QJsonDocument::fromJson(QByteArray::fromStdString(json));
+        return !document.isNull() &&
+               m_keeper.setScript(QString::fromStdString(operation), document.toVariant());
     }
 
     bool setState(const std::string &json) override

@@ -10,6 +10,39 @@
 
 namespace zefstandin {
 
+namespace {
+
+/// The script for the call of that number, counted from 0; null for none.
+const Script *scriptOf(const QVector<Script> &scripts, int ordinal)
+{
+    for (const Script &script : scripts) {
+        ordinal -= script.skip;
+        if (ordinal < 0) {
+            return nullptr;
+        }
+        if (script.count < 0 || ordinal < script.count) {
+            return &script;
+        }
+        ordinal -= script.count;
+    }
+    return nullptr;
+}
+
+/// How many calls there are up to the last one with a script; -1 when that has no end.
+int length(const QVector<Script> &scripts)
+{
+    int calls = 0;
+    for (const Script &script : scripts) {
+        if (script.count < 0) {
+            return -1;
+        }
+        calls += script.skip + script.count;
+    }
+    return calls;
+}
+
+} // namespace
+
 Keeper &Keeper::instance()
 {
     // Never destroyed: threads may still answer while the process ends.
@@ -17,17 +50,17 @@ Keeper &Keeper::instance()
     return *keeper;
 }
 
-bool Keeper::setScript(const QString &operation, const QVariantMap &map)
+bool Keeper::setScript(const QString &operation, const QVariant &script)
 {
-    const std::optional<Script> script = scriptFromMap(map);
-    if (!script || !isKnownOperation(operation)) {
+    const std::optional<QVector<Script>> scripts = scriptsFrom(script);
+    if (!scripts || !isKnownOperation(operation)) {
         return false;
     }
 
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_scripts.remove(operation);
-    if (!map.isEmpty()) {
-        m_scripts.insert(operation, {*script, 0});
+    if (!scripts->isEmpty() && script != QVariantMap()) {
+        m_scripts.insert(operation, {*scripts, 0});
     }
     return true;
 }
@@ -38,9 +71,9 @@ void Keeper::setSettings(const QVariantMap &scripts, unsigned hostileSeed, bool 
     m_settingsScripts.clear();
     m_ordinals.clear();
     for (auto it = scripts.cbegin(); it != scripts.cend(); ++it) {
-        const std::optional<Script> script = scriptFromMap(it.value().toMap());
-        if (script && isKnownOperation(it.key())) {
-            m_settingsScripts.insert(it.key(), {*script, 0});
+        const std::optional<QVector<Script>> operation = scriptsFrom(it.value());
+        if (operation && isKnownOperation(it.key())) {
+            m_settingsScripts.insert(it.key(), {*operation, 0});
         } else {
             qWarning("account stand-in: no valid script for %s", qUtf8Printable(it.key()));
         }
@@ -93,14 +126,28 @@ Script Keeper::decide(const QString &operation)
         if (entry == scripts->end()) {
             continue;
         }
-        const int ordinal = entry->seen++ - entry->script.skip;
-        if (ordinal >= 0 && (entry->script.count < 0 || ordinal < entry->script.count)) {
-            return entry->script;
+        if (const Script *script = scriptOf(entry->scripts, entry->seen++)) {
+            return *script;
         }
     }
 
     const unsigned seed = m_hostileSeed ? m_hostileSeed : m_settingsHostileSeed;
     return seed ? hostileScript(seed, operation, ++m_ordinals[operation]) : Script();
+}
+
+QVariantMap Keeper::remaining() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    QVariantMap remaining;
+    for (const QHash<QString, Entry> *scripts : {&m_settingsScripts, &m_scripts}) {
+        for (auto it = scripts->cbegin(); it != scripts->cend(); ++it) {
+            const int calls = length(it->scripts);
+            if (calls < 0 || calls > it->seen) {
+                remaining.insert(it.key(), calls < 0 ? calls : calls - it->seen);
+            }
+        }
+    }
+    return remaining;
 }
 
 void Keeper::reset()

@@ -44,7 +44,8 @@ public:
     static Keeper &instance();
 
     // scripts and modes
-    bool setScript(const QString &operation, const QVariantMap &map);
+    /// \param script one script or a list; an empty one removes what was there.
+    bool setScript(const QString &operation, const QVariant &script);
     void setSettings(const QVariantMap &scripts, unsigned hostileSeed, bool noCost);
     void setHostile(unsigned seed);
     void setNoCost(bool noCost);
@@ -52,6 +53,8 @@ public:
     QVariantMap overlay() const;
     void addOverlay(const QVariantMap &standin);
     Script decide(const QString &operation);
+    /// By operation, how many calls its scripts are still for; -1 when that has no end.
+    QVariantMap remaining() const;
     void reset();
 
     // records
@@ -90,7 +93,7 @@ public:
 private:
     struct Entry
     {
-        Script script;
+        QVector<Script> scripts;
         int seen = 0;
     };
 

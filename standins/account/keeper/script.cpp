@@ -115,6 +115,18 @@ bool readKey(const QString &name, const QVariant &value, Script &script)
     return false;
 }
 
+std::optional<Script> scriptFromMap(const QVariantMap &map, int count)
+{
+    Script script;
+    script.count = count;
+    for (auto it = map.cbegin(); it != map.cend(); ++it) {
+        if (!readKey(it.key(), it.value(), script)) {
+            return std::nullopt;
+        }
+    }
+    return script;
+}
+
 bool isLifeCycleStep(const QString &operation)
 {
     return operation.endsWith("Interface") || operation == "init" || operation == "uninit" ||
@@ -218,15 +230,20 @@ bool isKnownOperation(const QString &operation)
            std::end(kKnownOperations);
 }
 
-std::optional<Script> scriptFromMap(const QVariantMap &map)
+std::optional<QVector<Script>> scriptsFrom(const QVariant &value)
 {
-    Script script;
-    for (auto it = map.cbegin(); it != map.cend(); ++it) {
-        if (!readKey(it.key(), it.value(), script)) {
+    constexpr int kAllCalls = -1;
+    const bool isList = value.type() == QVariant::List;
+    const QVariantList list = isList ? value.toList() : QVariantList{value};
+    QVector<Script> scripts;
+    for (const QVariant &entry : list) {
+        const std::optional<Script> script = scriptFromMap(entry.toMap(), isList ? 1 : kAllCalls);
+        if (!script || entry.type() != QVariant::Map) {
             return std::nullopt;
         }
+        scripts.append(*script);
     }
-    return script;
+    return scripts;
 }
 
 Script hostileScript(unsigned seed, const QString &operation, unsigned ordinal)

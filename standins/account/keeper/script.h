@@ -84,8 +84,10 @@ struct Script
 
 bool isKnownOperation(const QString &operation);
 
+/// The scripts for the calls to come of one operation, in order: from one script, or from a list of
+/// them, each for one call unless its "count" says otherwise.
 /// \return nothing when a key is unknown or a value has the wrong type.
-std::optional<Script> scriptFromMap(const QVariantMap &map);
+std::optional<QVector<Script>> scriptsFrom(const QVariant &value);
 
 /// The misbehaviour number \a ordinal of an operation; the same for the same arguments.
 Script hostileScript(unsigned seed, const QString &operation, unsigned ordinal);

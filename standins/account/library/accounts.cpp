@@ -56,7 +56,11 @@ QVariantMap Accounts::description() const
     for (const Person &account : m_accounts) {
         accounts.append(mapFromPerson(account));
     }
-    return {{"currentUserId", m_currentUserId}, {"accounts", accounts}};
+    QVariantList users;
+    for (const Person &user : m_users) {
+        users.append(mapFromPerson(user));
+    }
+    return {{"currentUserId", m_currentUserId}, {"accounts", accounts}, {"users", users}};
 }
 
 std::shared_ptr<const AccountSnapshot> Accounts::snapshot() const

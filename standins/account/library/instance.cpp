@@ -183,6 +183,7 @@ QVariantMap Instance::state()
     state.insert("domains", m_domainMgr.domains());
     state.insert("settings", m_settings);
     state.insert("meetingStatus", m_office.meetingStatus());
+    state.insert("office", m_office.settings());
     return state;
 }
 

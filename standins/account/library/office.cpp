@@ -87,6 +87,12 @@ void Office::configure(const QVariantMap &standin)
     }
 }
 
+QVariantMap Office::settings() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_settings;
+}
+
 QVariantMap Office::meetingStatus() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);

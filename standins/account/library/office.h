@@ -23,6 +23,8 @@ public:
     /// Takes "office" of a "standin" object; keys that are left out keep their values.
     void configure(const QVariantMap &standin);
 
+    QVariantMap settings() const;
+
     /// The last status that was reported; empty before the first.
     QVariantMap meetingStatus() const;
 

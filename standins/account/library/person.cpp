@@ -74,7 +74,10 @@ QVariantMap mapFromPerson(const Person &person)
     QVariantMap map{{"login_account_limit", person.item.loginAccountLimit},
                     {"coa_Id", person.coaId},
                     {"reg_time", person.registrationTime},
-                    {"keep_online", person.isKeepOnline}};
+                    {"keep_online", person.isKeepOnline},
+                    {"ssid", person.ssid},
+                    {"randcode", person.randcode},
+                    {"authorizeCode", person.authorizeCode}};
     for (const FlagKey &flag : kFlags) {
         map.insert(flag.key, person.item.*flag.field);
     }

@@ -1,0 +1,35 @@
+'use strict';
+
+const assert = require('node:assert/strict');
+const { test } = require('node:test');
+const { mock } = require('../index.cjs');
+const { failure, started, until } = require('./support.cjs');
+
+test('the mock does while it runs what it is told', async (t) => {
+  const framework = await started(t, { initFinishedAfterMs: -1 });
+  const heard = [];
+  framework.on('account.cookieUpdated', () => heard.push('cookieUpdated'));
+  framework.onTask('meetingDataChangeTask', (message) => heard.push(message.dataType));
+
+  mock({ signal: 'cookieUpdated' });
+  mock({ message: { msgType: 'getMeetingStatus' } });
+  await until(() => heard.length === 2, 'an event and a message');
+  assert.deepEqual(heard.sort(), ['cookieUpdated', 'getMeetingStatus']);
+
+  const { scripts } = mock({
+    accounts: [{ userid: '7', nickname: 'Eve', is_login: true }],
+    currentUserId: '7',
+    script: { logout: [{ refuse: true }, { skip: 1, reply: { result: 'fail', msg: 'second' } }] },
+  });
+  assert.deepEqual(scripts, { logout: 3 });
+  const logout = async () => (await framework.call('account.logout', {}, { raw: true })).msg;
+  assert.deepEqual(
+    [await logout(), await logout(), await logout(), await logout()],
+    ['refused', 'success', 'second', 'not signed in'],
+  );
+  assert.equal(mock().users[0].ssid, 'ssid-10001');
+
+  for (const command of [{ unknown: 1 }, { script: { logout: [{ odd: 1 }] } }, { signal: 'none' }]) {
+    assert.throws(() => mock(command), failure('ZEF_MOCK_REFUSED'));
+  }
+});
