@@ -9,6 +9,5 @@ set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64)
 # Multiarch keeps both architectures' files below one root: only the library folder differs.
 # Qt's moc and rcc are therefore the native ones.
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
-set(OPENSSL_ROOT_DIR /usr)
 # The native pkg-config serves, once it reads the other architecture's files.
 set(ENV{PKG_CONFIG_LIBDIR} /usr/lib/aarch64-linux-gnu/pkgconfig:/usr/share/pkgconfig)

@@ -70,13 +70,13 @@ need_architecture() {
 
 need_base() {
     need build-essential cmake ninja-build pkg-config qtbase5-dev libcli11-dev \
-        nlohmann-json3-dev libedit-dev libssl-dev openssl
+        nlohmann-json3-dev libedit-dev libmbedtls-dev
     need_program node nodejs # a test checks signatures with it
 }
 
 need_arm64() {
     need_architecture arm64
-    need g++-aarch64-linux-gnu qemu-user qtbase5-dev:arm64 libedit-dev:arm64 libssl-dev:arm64
+    need g++-aarch64-linux-gnu qemu-user qtbase5-dev:arm64 libedit-dev:arm64 libmbedtls-dev:arm64
 }
 
 # configure PRESET [CMAKE ARGUMENT...]

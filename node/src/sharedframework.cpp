@@ -3,10 +3,12 @@
 #include "libraries.h"
 
 #include <chrono>
-#include <thread>
+#include <memory>
+#include <system_error>
 #include <utility>
 
 #include <dlfcn.h>
+#include <pthread.h>
 
 using zelectronframeworkspace::IElectronFramework;
 
@@ -66,15 +68,24 @@ void SharedFramework::runApart(std::function<void()> change)
         m_changed.notify_all();
     };
     count(1);
-    try {
-        std::thread([change = std::move(change), count] {
-            change();
-            count(-1);
-        }).detach();
-    } catch (...) {
+    const auto run = [](void *argument) -> void * {
+        const std::unique_ptr<std::function<void()>> job(
+            static_cast<std::function<void()> *>(argument));
+        (*job)();
+        return nullptr;
+    };
+    auto job = std::make_unique<std::function<void()>>([change = std::move(change), count] {
+        change();
         count(-1);
-        throw;
+    });
+    // Not std::thread, whose part in the C++ library needs a host that is linked with libpthread.
+    pthread_t thread{};
+    if (const int error = pthread_create(&thread, nullptr, run, job.get())) {
+        count(-1);
+        throw std::system_error(error, std::generic_category());
     }
+    static_cast<void>(job.release()); // the thread deletes it
+    pthread_detach(thread);
 }
 
 void SharedFramework::settle()

@@ -87,10 +87,23 @@ void tst_AccountStandin::signaturesAreAcceptedElsewhere()
     QVERIFY(m_host.start());
     const QByteArray jwk =
         dataOf(m_host.call("account.getJwkPublicKeyStr"), "data").toString().toUtf8();
-    const QByteArray token =
-        dataOf(m_host.call("account.signLoginData", R"({"signData":"user=ann"})"), "data")
-            .toString()
-            .toUtf8();
+    const auto sign = [this](const QByteArray &text) {
+        const QByteArray params = R"({"signData":")" + text + R"("})";
+        return dataOf(m_host.call("account.signLoginData", params), "data").toString().toUtf8();
+    };
+    const QByteArray token = sign("user=ann");
+    QCOMPARE(sign("user=ann"), token); // signatures are deterministic, so ...
+    std::array<QByteArray, 8> together;
+    std::vector<std::thread> threads;
+    for (std::size_t i = 0; i < together.size(); ++i) {
+        threads.emplace_back([&, i] { together[i] = sign("user=" + QByteArray::number(int(i))); });
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    for (std::size_t i = 0; i < together.size(); ++i) {
+        QCOMPARE(together[i], sign("user=" + QByteArray::number(int(i)))); // ... threads do not mix
+    }
     const QJsonObject pair = dataOf(m_host.call("account.generatePKCEParam"), "data").toObject();
     const auto verify = [](const char *script, const QByteArrayList &arguments) {
         std::vector<std::string> command{"node", "-e", script};

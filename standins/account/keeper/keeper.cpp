@@ -1,6 +1,7 @@
 #include "keeper/keeper.h"
 
 #include "keeper/delivery.h"
+#include "keeper/thread.h"
 
 #include <QCoreApplication>
 #include <QDebug>
@@ -203,12 +204,18 @@ void Keeper::answer(const PlannedAnswer &answer, const Script &script)
     if (script.releaseAfterMs < 0) {
         return;
     }
-    std::thread([this, id, delay = std::chrono::milliseconds(script.releaseAfterMs)] {
-        std::this_thread::sleep_for(delay);
+    const auto release = [this, id] {
         if (const std::optional<PlannedAnswer> due = m_held.take(id, false)) {
             deliver(*due);
         }
-    }).detach();
+    };
+    const auto releaseLater = [release, delay = std::chrono::milliseconds(script.releaseAfterMs)] {
+        std::this_thread::sleep_for(delay);
+        release();
+    };
+    if (!startDetached(releaseLater)) {
+        release(); // the system gives no thread: answered at once
+    }
 }
 
 void Keeper::addMessageHandler(const MessageHandler &handler)
@@ -324,8 +331,7 @@ bool Keeper::run(Thread thread, const std::function<void()> &job)
 
     const std::function<void()> queued = [job, busy = busy()] { job(); };
     if (thread == Thread::library) {
-        std::thread(queued).detach();
-        return true;
+        return startDetached(queued);
     }
     QCoreApplication *application = QCoreApplication::instance();
     return application && QMetaObject::invokeMethod(application, queued, Qt::QueuedConnection);

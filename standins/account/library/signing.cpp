@@ -4,44 +4,44 @@
 
 #include <QCryptographicHash>
 #include <QDateTime>
+#include <QRandomGenerator>
 
-#include <openssl/bn.h>
-#include <openssl/core_names.h>
-#include <openssl/ec.h>
-#include <openssl/rand.h>
+#include <mbedtls/ecdsa.h>
+
+#include <array>
 
 namespace zefstandin {
 
 namespace {
 
-constexpr int kCoordinateBytes = 32; // of the curve P-256
+constexpr std::size_t kCoordinateBytes = 32; // of the curve P-256
+constexpr std::size_t kPointBytes = 1 + 2 * kCoordinateBytes;
 
-template <typename Type, void (*destroy)(Type *)>
-struct Free
+/// Initialised when it is made, freed with its scope.
+template <typename Type, void (*init)(Type *), void (*free)(Type *)>
+struct Scoped : Type
 {
-    void operator()(Type *object) const { destroy(object); }
+    Scoped() { init(this); }
+    ~Scoped() { free(this); }
+    Scoped(const Scoped &) = delete;
+    Scoped &operator=(const Scoped &) = delete;
 };
 
-using BigNumber = std::unique_ptr<BIGNUM, Free<BIGNUM, BN_free>>;
-using DigestContext = std::unique_ptr<EVP_MD_CTX, Free<EVP_MD_CTX, EVP_MD_CTX_free>>;
-using EcdsaPair = std::unique_ptr<ECDSA_SIG, Free<ECDSA_SIG, ECDSA_SIG_free>>;
+using Number = Scoped<mbedtls_mpi, mbedtls_mpi_init, mbedtls_mpi_free>;
+using Point = Scoped<mbedtls_ecp_point, mbedtls_ecp_point_init, mbedtls_ecp_point_free>;
 
-QByteArray fixedBytes(const BIGNUM *number)
+/// One for each operation: the library keeps tables in it, so that threads cannot share one.
+struct Curve : Scoped<mbedtls_ecp_group, mbedtls_ecp_group_init, mbedtls_ecp_group_free>
 {
-    QByteArray bytes(kCoordinateBytes, '\0');
-    auto *data = reinterpret_cast<unsigned char *>(bytes.data());
-    return BN_bn2binpad(number, data, kCoordinateBytes) == kCoordinateBytes ? bytes : QByteArray();
-}
+    Curve() : isLoaded(mbedtls_ecp_group_load(this, MBEDTLS_ECP_DP_SECP256R1) == 0) {}
+    const bool isLoaded;
+};
 
-/// JWS wants the two numbers side by side, OpenSSL gives them in DER.
-QByteArray rawSignature(const QByteArray &der)
+/// The system's random numbers, for the arithmetic as well, which hides the key behind them.
+int fillRandom(void *, unsigned char *bytes, std::size_t size)
 {
-    const auto *data = reinterpret_cast<const unsigned char *>(der.constData());
-    const EcdsaPair pair(d2i_ECDSA_SIG(nullptr, &data, der.size()));
-    if (!pair) {
-        return {};
-    }
-    return fixedBytes(ECDSA_SIG_get0_r(pair.get())) + fixedBytes(ECDSA_SIG_get0_s(pair.get()));
+    QRandomGenerator::system()->generate(bytes, bytes + size);
+    return 0;
 }
 
 } // namespace
@@ -54,9 +54,7 @@ QByteArray base64Url(const QByteArray &bytes)
 QByteArray randomBase64Url(int bytes)
 {
     QByteArray random(bytes, '\0');
-    if (RAND_bytes(reinterpret_cast<unsigned char *>(random.data()), bytes) != 1) {
-        return {};
-    }
+    QRandomGenerator::system()->generate(random.begin(), random.end());
     return base64Url(random);
 }
 
@@ -65,28 +63,39 @@ QByteArray pkceChallenge(const QByteArray &verifier)
     return base64Url(QCryptographicHash::hash(verifier, QCryptographicHash::Sha256));
 }
 
-SigningKey::SigningKey() : m_key(EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", "P-256"), EVP_PKEY_free)
+struct SigningKey::PrivateKey
 {
-    m_x = coordinate(OSSL_PKEY_PARAM_EC_PUB_X);
-    m_y = coordinate(OSSL_PKEY_PARAM_EC_PUB_Y);
+    Number number;
+};
+
+SigningKey::SigningKey()
+{
+    Curve curve;
+    Point point;
+    const auto key = std::make_shared<PrivateKey>();
+    std::array<unsigned char, kPointBytes> bytes{};
+    std::size_t written = 0;
+    if (!curve.isLoaded ||
+        mbedtls_ecp_gen_keypair(&curve, &key->number, &point, fillRandom, nullptr) != 0 ||
+        mbedtls_ecp_point_write_binary(&curve, &point, MBEDTLS_ECP_PF_UNCOMPRESSED, &written,
+                                       bytes.data(), bytes.size()) != 0) {
+        return;
+    }
+
+    const QByteArray coordinates(reinterpret_cast<const char *>(bytes.data()) + 1,
+                                 2 * kCoordinateBytes);
+    m_key = key;
+    m_x = base64Url(coordinates.left(kCoordinateBytes));
+    m_y = base64Url(coordinates.mid(kCoordinateBytes));
     // RFC 7638: the required members in this order, without blanks.
     const QByteArray members =
         R"({"crv":"P-256","kty":"EC","x":")" + m_x + R"(","y":")" + m_y + R"("})";
     m_thumbprint = base64Url(QCryptographicHash::hash(members, QCryptographicHash::Sha256));
 }
 
-QByteArray SigningKey::coordinate(const char *name) const
-{
-    BIGNUM *number = nullptr;
-    if (!m_key || EVP_PKEY_get_bn_param(m_key.get(), name, &number) != 1) {
-        return {};
-    }
-    return base64Url(fixedBytes(BigNumber(number).get()));
-}
-
 QByteArray SigningKey::publicJwk() const
 {
-    if (m_x.isEmpty() || m_y.isEmpty()) {
+    if (!m_key) {
         return {};
     }
     return compactJson({{"kty", "EC"},
@@ -114,30 +123,28 @@ QByteArray SigningKey::signCompact(const QByteArray &payload, const char *type, 
 
     const QByteArray input = base64Url(compactJson(header)) + '.' + base64Url(payload);
     const QByteArray raw = signature(input);
-    return raw.size() == 2 * kCoordinateBytes ? input + '.' + base64Url(raw) : QByteArray();
+    return raw.isEmpty() ? raw : input + '.' + base64Url(raw);
 }
 
 QByteArray SigningKey::signature(const QByteArray &input) const
 {
-    const DigestContext context(EVP_MD_CTX_new());
-    if (!m_key || !context ||
-        EVP_DigestSignInit(context.get(), nullptr, EVP_sha256(), nullptr, m_key.get()) != 1) {
+    Curve curve;
+    if (!m_key || !curve.isLoaded) {
         return {};
     }
 
-    const auto *data = reinterpret_cast<const unsigned char *>(input.constData());
-    const auto length = std::size_t(input.size());
-    std::size_t derLength = 0;
-    if (EVP_DigestSign(context.get(), nullptr, &derLength, data, length) != 1) {
+    const QByteArray hash = QCryptographicHash::hash(input, QCryptographicHash::Sha256);
+    const auto *data = reinterpret_cast<const unsigned char *>(hash.constData());
+    Number r;
+    Number s;
+    std::array<unsigned char, 2 * kCoordinateBytes> raw{}; // JWS wants the numbers side by side
+    if (mbedtls_ecdsa_sign_det_ext(&curve, &r, &s, &m_key->number, data, std::size_t(hash.size()),
+                                   MBEDTLS_MD_SHA256, fillRandom, nullptr) != 0 ||
+        mbedtls_mpi_write_binary(&r, raw.data(), kCoordinateBytes) != 0 ||
+        mbedtls_mpi_write_binary(&s, raw.data() + kCoordinateBytes, kCoordinateBytes) != 0) {
         return {};
     }
-    QByteArray der(int(derLength), '\0');
-    auto *out = reinterpret_cast<unsigned char *>(der.data());
-    if (EVP_DigestSign(context.get(), out, &derLength, data, length) != 1) {
-        return {};
-    }
-    der.truncate(int(derLength));
-    return rawSignature(der);
+    return {reinterpret_cast<const char *>(raw.data()), int(raw.size())};
 }
 
 QByteArray popClaims(const QString &method, const QString &uri, const QString &cv)

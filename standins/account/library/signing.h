@@ -3,8 +3,6 @@
 #include <QByteArray>
 #include <QString>
 
-#include <openssl/evp.h>
-
 #include <memory>
 
 namespace zefstandin {
@@ -18,6 +16,8 @@ QByteArray base64Url(const QByteArray &bytes);
 QByteArray pkceChallenge(const QByteArray &verifier);
 
 /// A P-256 key that exists in memory only. Callable from several threads.
+///
+/// Signatures are deterministic (RFC 6979): one text signed twice has one signature.
 class SigningKey
 {
 public:
@@ -32,10 +32,11 @@ public:
     QByteArray signCompact(const QByteArray &payload, const char *type, bool hasKey) const;
 
 private:
-    QByteArray coordinate(const char *name) const;
+    struct PrivateKey;
+
     QByteArray signature(const QByteArray &input) const;
 
-    std::shared_ptr<EVP_PKEY> m_key;
+    std::shared_ptr<const PrivateKey> m_key; // null when none could be made
     QByteArray m_x;
     QByteArray m_y;
     QByteArray m_thumbprint;

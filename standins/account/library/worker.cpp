@@ -1,7 +1,6 @@
 #include "library/worker.h"
 
 #include <algorithm>
-#include <system_error>
 
 namespace zefstandin {
 
@@ -36,14 +35,10 @@ void Worker::enqueue(Entry entry, int delayMs)
 
 bool Worker::hasThread()
 {
-    if (!m_thread.joinable()) {
-        try {
-            m_thread = std::thread([this] { run(); });
-        } catch (const std::system_error &) {
-            return false; // the system has none: jobs are run at once
-        }
+    if (!m_thread) {
+        m_thread = startThread([this] { run(); });
     }
-    return true;
+    return m_thread.has_value(); // the system may have none: jobs are run at once then
 }
 
 void Worker::stop()
@@ -51,11 +46,12 @@ void Worker::stop()
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_isStopping = true;
-        m_hasEnded = !m_thread.joinable();
+        m_hasEnded = !m_thread;
         m_wake.notify_one();
     }
-    if (m_thread.joinable()) {
-        m_thread.join();
+    if (m_thread) {
+        pthread_join(*m_thread, nullptr);
+        m_thread.reset();
     }
 }
 

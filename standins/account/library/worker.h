@@ -1,17 +1,17 @@
 #pragma once
 
 #include "keeper/keeper.h"
+#include "keeper/thread.h"
 
 #include <condition_variable>
 #include <functional>
 #include <map>
 #include <mutex>
-#include <thread>
 
 namespace zefstandin {
 
-/// A thread that runs jobs in order of their time. The std::thread is joined by stop(), so that no
-/// code of the library runs afterwards.
+/// A thread that runs jobs in order of their time. It is joined by stop(), so that no code of the
+/// library runs afterwards.
 class Worker
 {
 public:
@@ -47,7 +47,7 @@ private:
     std::multimap<Clock::time_point, Entry> m_entries; // equal times stay in order of arrival
     bool m_isStopping = false;
     bool m_hasEnded = false;
-    std::thread m_thread; // started by the first job; assigned under the mutex
+    std::optional<pthread_t> m_thread; // started by the first job; assigned under the mutex
 };
 
 } // namespace zefstandin
