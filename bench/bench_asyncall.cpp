@@ -63,8 +63,8 @@ int main(int argc, char **argv)
     benchmark::Initialize(&argc, argv);
     LoadedLibrary &library = startLibrary();
     for (const int depth : {1, 1000}) {
-        for (const auto &[name, function] : {std::pair("asyncall/ours", callOurs),
-                                             std::pair("asyncall/webchannel", callWebChannel)}) {
+        for (const auto &[name, function] : {std::pair("asyncall/ours", &callOurs),
+                                             std::pair("asyncall/webchannel", &callWebChannel)}) {
             benchmark::RegisterBenchmark(name, function)
                 ->Arg(depth)
                 ->UseRealTime()

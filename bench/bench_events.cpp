@@ -24,6 +24,7 @@ double secondsOf(Function function)
 std::vector<Handle> addListeners(int count, Sink &sink)
 {
     std::vector<Handle> handles;
+    handles.reserve(std::size_t(count));
     for (int i = 0; i < count; ++i) {
         handles.push_back(LoadedLibrary::instance().framework().addListener(kEvent, &sink));
     }

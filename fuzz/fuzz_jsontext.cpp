@@ -32,11 +32,13 @@ bool isSame(const QVariant &one, const QVariant &other);
 
 bool isSameMap(const QVariantMap &one, const QVariantMap &other)
 {
-    if (one.size() != other.size())
+    if (one.size() != other.size()) {
         return false;
+    }
     for (auto it = one.cbegin(), twin = other.cbegin(); it != one.cend(); ++it, ++twin) {
-        if (it.key() != twin.key() || !isSame(it.value(), twin.value()))
+        if (it.key() != twin.key() || !isSame(it.value(), twin.value())) {
             return false;
+        }
     }
     return true;
 }
@@ -44,12 +46,15 @@ bool isSameMap(const QVariantMap &one, const QVariantMap &other)
 // Types and null strings count, unlike in the comparison of two variants.
 bool isSame(const QVariant &one, const QVariant &other)
 {
-    if (one.userType() != other.userType() || one.isNull() != other.isNull())
+    if (one.userType() != other.userType() || one.isNull() != other.isNull()) {
         return false;
-    if (one.userType() == QMetaType::QVariantMap)
+    }
+    if (one.userType() == QMetaType::QVariantMap) {
         return isSameMap(one.toMap(), other.toMap());
-    if (one.userType() != QMetaType::QVariantList)
+    }
+    if (one.userType() != QMetaType::QVariantList) {
         return one == other;
+    }
     const QVariantList elements = one.toList();
     const QVariantList others = other.toList();
     return std::equal(elements.begin(), elements.end(), others.begin(), others.end(), isSame);
@@ -64,8 +69,9 @@ public:
 
     QByteArray cut()
     {
-        if (m_text.size() > 3 && m_text.startsWith("\xef\xbb\xbf"))
+        if (m_text.size() > 3 && m_text.startsWith("\xef\xbb\xbf")) {
             m_at = 3;
+        }
         return readValue();
     }
 
@@ -78,8 +84,9 @@ public:
 private:
     char peek()
     {
-        while (std::strchr(" \t\r\n", m_text[m_at]) && m_text[m_at])
+        while (std::strchr(" \t\r\n", m_text[m_at]) && m_text[m_at]) {
             ++m_at;
+        }
         return m_text[m_at];
     }
 
@@ -88,8 +95,9 @@ private:
         peek();
         const int start = m_at;
         for (++m_at; m_text[m_at] != '"'; ++m_at) {
-            if (m_text[m_at] == '\\')
+            if (m_text[m_at] == '\\') {
                 ++m_at;
+            }
         }
         ++m_at;
         return m_text.mid(start, m_at - start);
@@ -106,8 +114,9 @@ private:
             return readString();
         default:
             const int start = m_at;
-            while (!std::strchr(" \t\r\n,]}", m_text[m_at]))
+            while (!std::strchr(" \t\r\n,]}", m_text[m_at])) {
                 ++m_at;
+            }
             return m_text.mid(start, m_at - start);
         }
     }
@@ -119,8 +128,9 @@ private:
         QStringList comparedKeys;
         while (peek() != '}') {
             ++m_at;
-            if (peek() == '}')
+            if (peek() == '}') {
                 break;
+            }
             const QByteArray key = readString();
             peek();
             ++m_at;
@@ -129,8 +139,9 @@ private:
             // Behind another character, where a byte-order mark stays.
             comparedKeys += decoded("\"." + key.mid(1));
             for (QChar &unit : comparedKeys.last()) {
-                if (unit.isSurrogate() && !isPaired(comparedKeys.last(), &unit))
+                if (unit.isSurrogate() && !isPaired(comparedKeys.last(), &unit)) {
                     unit = QChar::ReplacementCharacter;
+                }
             }
         }
         ++m_at;
@@ -141,8 +152,9 @@ private:
                 m_hasDuplicates = true;
                 continue;
             }
-            if (comparedKeys.count(comparedKeys[i]) != keys.count(keys[i]))
+            if (comparedKeys.count(comparedKeys[i]) != keys.count(keys[i])) {
                 m_isBeyondQt = true;
+            }
             object += (object.size() > 1 ? "," : "") + members[i];
         }
         return object + "}";
@@ -151,8 +163,9 @@ private:
     static QString decoded(const QByteArray &string)
     {
         const auto isUsual = [](char byte) { return byte > 0 && byte != '\\'; };
-        if (std::all_of(string.begin(), string.end(), isUsual))
+        if (std::all_of(string.begin(), string.end(), isUsual)) {
             return QString::fromLatin1(string.constData() + 1, string.size() - 2);
+        }
         return QJsonDocument::fromJson("[" + string + "]").array().at(0).toString();
     }
 
@@ -167,8 +180,9 @@ private:
         QByteArray array = "[";
         while (peek() != ']') {
             ++m_at;
-            if (peek() == ']')
+            if (peek() == ']') {
                 break;
+            }
             array += (array.size() > 1 ? "," : "") + readValue();
         }
         ++m_at;
@@ -197,18 +211,22 @@ void compareTexts(const QByteArray &text)
     if (isObject) {
         DuplicateCutter cutter(text);
         const QByteArray cut = cutter.cut();
-        if (cutter.isBeyondQt())
+        if (cutter.isBeyondQt()) {
             return;
-        if (cutter.hasDuplicates())
+        }
+        if (cutter.hasDuplicates()) {
             qts = QJsonDocument::fromJson(cut).toVariant().toMap();
+        }
     }
-    if (!isSameMap(ours, qts))
+    if (!isSameMap(ours, qts)) {
         differ("read differently", jsonTextFromMap(ours), text);
+    }
 
     const QByteArray written = jsonTextFromMap(ours);
     const QByteArray expected = QJsonDocument::fromVariant(ours).toJson(QJsonDocument::Compact);
-    if (written != expected)
+    if (written != expected) {
         differ("wrote what was read differently", written, expected);
+    }
 }
 
 // ---- maps ----
@@ -226,10 +244,11 @@ public:
             const QString key = string();
             const bool isMulti = byte() == 0xff;
             const QVariant made = value(depth);
-            if (isMulti)
+            if (isMulti) {
                 static_cast<QMultiMap<QString, QVariant> &>(map).insert(key, made);
-            else
+            } else {
                 map.insert(key, made);
+            }
         }
         return map;
     }
@@ -260,24 +279,27 @@ private:
     {
         const bool isWide = byte() % 4 == 0;
         const QByteArray units = bytes();
-        if (!isWide)
+        if (!isWide) {
             return QString::fromLatin1(units);
+        }
         return QString(reinterpret_cast<const QChar *>(units.constData()), units.size() / 2);
     }
 
     QVariantList list(int depth)
     {
         QVariantList list;
-        for (int count = byte() % 8; count > 0; --count)
+        for (int count = byte() % 8; count > 0; --count) {
             list.append(value(depth));
+        }
         return list;
     }
 
     QVariantHash hash(int depth)
     {
         QVariantHash hash;
-        for (int count = byte() % 4; count > 0; --count)
+        for (int count = byte() % 4; count > 0; --count) {
             hash.insert(string(), value(depth));
+        }
         return hash;
     }
 
@@ -351,12 +373,14 @@ void compareMaps(const QVariantMap &map)
 {
     const QByteArray expected = QJsonDocument::fromVariant(map).toJson(QJsonDocument::Compact);
     const QByteArray written = jsonTextFromMap(map);
-    if (written != expected)
+    if (written != expected) {
         differ("wrote differently", written, expected);
+    }
     QByteArray appended = "before";
     appendJsonText(appended, map);
-    if (appended != "before" + expected)
+    if (appended != "before" + expected) {
         differ("appended differently", appended, expected);
+    }
 
     // The two strings have the same meaning, and a member of its own each.
     QVariantMap flat;
@@ -370,16 +394,18 @@ void compareMaps(const QVariantMap &map)
     }
     const QByteArray expectedFlat = QJsonDocument::fromVariant(flat).toJson(QJsonDocument::Compact);
     const QString writtenFlat = object.take();
-    if (writtenFlat != QString::fromUtf8(expectedFlat))
+    if (writtenFlat != QString::fromUtf8(expectedFlat)) {
         differ("wrote a flat object differently", writtenFlat.toUtf8(), expectedFlat);
+    }
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    if (size == 0)
+    if (size == 0) {
         return 0;
+    }
     if (data[0] == 'm') {
         compareMaps(Maker(data + 1, size - 1).map(0));
         return 0;

@@ -18,12 +18,19 @@ candidates() {
     done
 }
 
-# keep_compiled: of the sources on standard input, those that the everyday build compiles.
+# keep_compiled: of the sources on standard input, those that some target compiles.
 keep_compiled() {
     local file
     while read -r file; do
-        ! grep -qF "\"file\": \"$PWD/$file\"" build/dev/compile_commands.json || printf '%s\n' "$file"
+        ! grep -qF "\"file\": \"$PWD/$file\"" build/lint/compile_commands.json || printf '%s\n' "$file"
     done
+}
+
+# write_moc_files: clang-tidy reads what moc writes, so that has to be there.
+write_moc_files() {
+    local targets
+    mapfile -t targets < <(ninja -C build/lint -t targets all | sed -n 's/^\([^/:]*_autogen\):.*/\1/p')
+    ninja -C build/lint "${targets[@]}"
 }
 
 # Each check is called as CHECK FILE...
@@ -41,11 +48,8 @@ check_scripts() { shellcheck -x "$@"; }
 
 check_format() { clang-format --dry-run --Werror "$@"; }
 
-# The compile commands are handed on without the flags that only GCC knows.
 check_tidy() {
-    mkdir -p build/tidy
-    sed 's/ -fno-gnu-unique//' build/dev/compile_commands.json >build/tidy/compile_commands.json
-    printf '%s\0' "$@" | xargs -0 -n 1 -P "$(nproc)" clang-tidy --quiet -p build/tidy \
+    printf '%s\0' "$@" | xargs -0 -n 1 -P "$(nproc)" clang-tidy --quiet -p build/lint \
         --extra-arg=-Wno-gnu-zero-variadic-macro-arguments 2>&1 |
         sed '/^[0-9]* warnings* generated\.$/d'
 }
@@ -74,9 +78,11 @@ check "Checking that includes lead down" check_floors "${sources[@]}"
 check "Checking JavaScript and TypeScript" check_web "${web[@]}"
 check "Checking the OpenRPC document" check_openrpc interface/modules.json
 
-# clang-tidy reads the files that moc writes, so the build comes first.
 build dev
 check "Checking that generated files are fresh" check_generated interface/modules.json
+(cd node && quietly "Fetching the npm packages of node" npm ci --ignore-scripts)
+configure lint
+quietly "Writing what moc makes" write_moc_files
 mapfile -t compiled < <(candidates '*.cpp' | keep_compiled)
 check "Looking for faults with clang-tidy" check_tidy "${compiled[@]}"
 

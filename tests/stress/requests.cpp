@@ -13,7 +13,7 @@ const char *const kOffThread = "not support thread safe";
 Request requestOf(const QJsonObject &method, std::size_t &queueCount)
 {
     QJsonObject params;
-    for (const QJsonValue &given : method["examples"].toArray()[0].toObject()["params"].toArray()) {
+    for (const auto &given : method["examples"].toArray()[0].toObject()["params"].toArray()) {
         params.insert(given.toObject()["name"].toString(), given.toObject()["value"]);
     }
     const bool isLater = method["x-answer"] == QJsonValue("library thread");
@@ -30,10 +30,10 @@ Interface readInterface()
     }
     const QJsonObject modules = QJsonDocument::fromJson(file.readAll()).object();
     Interface found;
-    for (const QJsonValue &method : modules["methods"].toArray()) {
+    for (const auto &method : modules["methods"].toArray()) {
         found.requests.push_back(requestOf(method.toObject(), found.queueCount));
     }
-    for (const QJsonValue &event : modules["x-events"].toArray()) {
+    for (const auto &event : modules["x-events"].toArray()) {
         found.events.push_back(event.toObject()["name"].toString().toStdString());
     }
     const std::vector<Request> misses{
