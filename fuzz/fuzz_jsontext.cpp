@@ -1,7 +1,9 @@
 // Holds the JSON codec against Qt's: the same maps with the same types from any text, the same
 // bytes from any map. The first byte chooses the direction.
 
-#include "json/jsontext.h"
+#include "json/jsonobjecttext.h"
+#include "json/jsonreader.h"
+#include "json/jsonwriter.h"
 
 #include <QDateTime>
 #include <QJsonArray>
@@ -376,11 +378,6 @@ void compareMaps(const QVariantMap &map)
     if (written != expected) {
         differ("wrote differently", written, expected);
     }
-    QByteArray appended = "before";
-    appendJsonText(appended, map);
-    if (appended != "before" + expected) {
-        differ("appended differently", appended, expected);
-    }
 
     // The two strings have the same meaning, and a member of its own each.
     QVariantMap flat;
@@ -411,12 +408,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         return 0;
     }
 
-    // As bytes of a length, without the NUL behind them; what follows a NUL is not compared, since
-    // the boundary's texts end there.
+    // In a block of its own size, so that AddressSanitizer sees a step behind its NUL. What follows
+    // a NUL is not compared: the boundary's texts end there.
     const auto *text = reinterpret_cast<const char *>(data);
-    const std::unique_ptr<char[]> copy(new char[size]);
+    const std::unique_ptr<char[]> copy(new char[size + 1]);
     std::memcpy(copy.get(), text, size);
-    mapFromJsonText(copy.get(), int(size));
+    copy[size] = 0;
+    mapFromJsonText(copy.get());
     compareTexts(QByteArray(text, int(strnlen(text, size))));
     return 0;
 }

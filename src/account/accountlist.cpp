@@ -1,7 +1,7 @@
 #include "account/accountlist.h"
 
 #include "account/accountservices.h"
-#include "json/jsontext.h"
+#include "json/jsonobjecttext.h"
 
 #include <QStringList>
 

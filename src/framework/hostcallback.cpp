@@ -1,7 +1,7 @@
 #include "framework/hostcallback.h"
 
 #include "base/delivery.h"
-#include "json/jsontext.h"
+#include "json/jsonwriter.h"
 
 using zelectronframeworkspace::IElectronCallback;
 using zelectronframeworkspace::kLengthNotGiven;

@@ -8,7 +8,8 @@
 #include "log/guarded.h"
 #include "log/logline.h"
 #include "meeting/zcallbackfuncmanager.h"
-#include "json/jsontext.h"
+#include "json/jsonreader.h"
+#include "json/jsonwriter.h"
 
 #include <utility>
 

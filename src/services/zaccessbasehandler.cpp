@@ -2,7 +2,7 @@
 
 #include "account/accountservices.h"
 #include "dispatch/servicereply.h"
-#include "json/jsontext.h"
+#include "json/jsonwriter.h"
 
 namespace {
 
@@ -15,15 +15,15 @@ IAccessbaseService *accessbaseServiceOrReply(const CallBackFunc &callback)
 /// {"header":{code:text, ...}}, each code's value as a text; there is at least one.
 QString headerRequest(const QVariantMap &codes)
 {
-    QByteArray text;
+    JsonWriter text;
     for (auto code = codes.cbegin(); code != codes.cend(); ++code) {
-        text += text.isEmpty() ? R"({"header":{)" : ",";
-        appendJsonString(text, code.key());
-        text += ':';
-        appendJsonString(text, code.value().toString());
+        text.append(text.length() == 0 ? QLatin1String(R"({"header":{)") : QLatin1String(","));
+        text.string(code.key());
+        text.punctuation(':');
+        text.string(code.value().toString());
     }
-    text += "}}";
-    return QString::fromUtf8(text);
+    text.append(QLatin1String("}}"));
+    return QString::fromUtf8(text.text(), text.length());
 }
 
 } // namespace

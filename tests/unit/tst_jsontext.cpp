@@ -1,4 +1,6 @@
-#include "json/jsontext.h"
+#include "json/jsonobjecttext.h"
+#include "json/jsonreader.h"
+#include "json/jsonwriter.h"
 
 #include <QDateTime>
 #include <QJsonArray>
@@ -23,7 +25,6 @@ private Q_SLOTS:
     void readsDownToDepthLimit();
     void lastOfDuplicatesCounts_data();
     void lastOfDuplicatesCounts();
-    void readsNoFurtherThanLength();
 
     // writing
     void writesValue_data();
@@ -31,7 +32,7 @@ private Q_SLOTS:
     void writesKeysInOrder();
     void writesBelowDepthLimit();
     void writesMarksAtEveryPlace();
-    void appendsBehindText();
+    void piecesFollowEachOther();
 
     // flat objects
     void flatObjectEqualsMap();
@@ -150,6 +151,7 @@ void tst_JsonText::readsDownToDepthLimit()
     QCOMPARE(readByQt(nestedArrays(1023)).size(), 1);
     QVERIFY(mapFromJsonText(nestedArrays(1024).constData()).isEmpty());
     QVERIFY(readByQt(nestedArrays(1024)).isEmpty());
+    QVERIFY(mapFromJsonText(nullptr).isEmpty());
     QVERIFY(mapFromJsonText(QByteArray(1000000, '{').constData()).isEmpty());
     QVERIFY(mapFromJsonText(QByteArray("{\"a\":").repeated(1000000).constData()).isEmpty());
 }
@@ -184,16 +186,6 @@ void tst_JsonText::lastOfDuplicatesCounts()
     QFETCH(QByteArray, expected);
 
     QCOMPARE(jsonTextFromMap(mapFromJsonText(text.constData())), expected);
-}
-
-void tst_JsonText::readsNoFurtherThanLength()
-{
-    const QByteArray text = "{\"a\":1}}";
-    QCOMPARE(mapFromJsonText(text.constData(), 7), (QVariantMap{{"a", 1LL}}));
-    QVERIFY(mapFromJsonText(text.constData(), 8).isEmpty());
-    QVERIFY(mapFromJsonText(text.constData(), 0).isEmpty());
-    QVERIFY(mapFromJsonText(nullptr).isEmpty());
-    QVERIFY(mapFromJsonText(nullptr, 5).isEmpty());
 }
 
 void tst_JsonText::writesValue_data()
@@ -310,14 +302,21 @@ void tst_JsonText::writesMarksAtEveryPlace()
     }
 }
 
-void tst_JsonText::appendsBehindText()
+void tst_JsonText::piecesFollowEachOther()
 {
-    QByteArray text = "log: ";
-    text.reserve(4000);
-    appendJsonText(text, {{"a", QString(1000, '\x01')}});
-    QCOMPARE(text, "log: {\"a\":\"" + QByteArray("\\u0001").repeated(1000) + "\"}");
-    appendJsonString(text, "\"");
-    QVERIFY(text.endsWith("}\"\\\"\""));
+    JsonWriter writer;
+    for (const int count : {1, 1000}) {
+        const QByteArray text(5 * count, 'x');
+        writer.append(QLatin1String(text));
+        writer.string(QString(count, QChar(1)));
+        writer.wholeNumber(-7);
+        const QByteArray expected = text + '"' + QByteArray("\\u0001").repeated(count) + "\"-7";
+        QCOMPARE(QByteArray(writer.text(), writer.length()), expected);
+        writer.clear();
+    }
+    writer.boolean(true);
+    QCOMPARE(writer.take(), QByteArray("true"));
+    QCOMPARE(writer.take(), QByteArray());
 }
 
 void tst_JsonText::flatObjectEqualsMap()

@@ -1,0 +1,422 @@
+#include "json/jsonreader.h"
+
+#include <QtEndian>
+
+#include <array>
+#include <climits>
+#include <cmath>
+#include <cstring>
+
+namespace {
+
+/// Qt's own: objects and arrays within each other. It also bounds the stack.
+constexpr int kDepthLimit = 1024;
+constexpr double kLongLongLimit = 9223372036854775808.0; // 2^63
+/// Any number of so many digits is a qlonglong.
+constexpr int kSafeDigits = 18;
+
+/// The character that a letter behind a backslash stands for: most stand for themselves.
+constexpr std::array<char, 128> makeEscapedCharacters()
+{
+    std::array<char, 128> characters{};
+    for (std::size_t letter = 0; letter < characters.size(); ++letter) {
+        characters[letter] = char(letter);
+    }
+    characters['b'] = '\b';
+    characters['f'] = '\f';
+    characters['n'] = '\n';
+    characters['r'] = '\r';
+    characters['t'] = '\t';
+    return characters;
+}
+constexpr std::array<char, 128> kEscapedCharacters = makeEscapedCharacters();
+
+int hexValue(char digit)
+{
+    if (digit >= '0' && digit <= '9') {
+        return digit - '0';
+    }
+    const char lower = char(digit | 0x20);
+    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+}
+
+void putCode(uint code, ushort *&out)
+{
+    if (QChar::requiresSurrogates(code)) {
+        *out++ = QChar::highSurrogate(code);
+        *out++ = QChar::lowSurrogate(code);
+    } else {
+        *out++ = ushort(code);
+    }
+}
+
+/// Reads one document with the grammar of Qt's parser, its leniencies included: strings may hold
+/// control characters, and a backslash may stand before any character. After a false result the
+/// position and the values are meaningless; the caller drops them all.
+class Reader
+{
+public:
+    Reader(const char *text, int length) : m_at(text), m_end(text + length) {}
+
+    bool document(QVariantMap &map)
+    {
+        if (m_end - m_at > 3) {
+            skipByteOrderMark();
+        }
+        return token('{') && object(map) && !skipSpace();
+    }
+
+private:
+    void skipByteOrderMark()
+    {
+        if (m_end - m_at >= 3 && std::memcmp(m_at, "\xef\xbb\xbf", 3) == 0) {
+            m_at += 3;
+        }
+    }
+
+    bool skipSpace()
+    {
+        while (m_at != m_end && (*m_at == ' ' || *m_at == '\n' || *m_at == '\r' || *m_at == '\t')) {
+            ++m_at;
+        }
+        return m_at != m_end;
+    }
+
+    bool token(char expected)
+    {
+        if (!skipSpace() || *m_at != expected) {
+            return false;
+        }
+        ++m_at;
+        return true;
+    }
+
+    bool word(const char *text, int length)
+    {
+        if (m_end - m_at < length || std::memcmp(m_at, text, std::size_t(length)) != 0) {
+            return false;
+        }
+        m_at += length;
+        return true;
+    }
+
+    void skipDigits()
+    {
+        while (m_at != m_end && *m_at >= '0' && *m_at <= '9') {
+            ++m_at;
+        }
+    }
+
+    bool value(QVariant &value);
+    template <typename Container, bool (Reader::*readContent)(Container &)>
+    bool nested(QVariant &value);
+    bool object(QVariantMap &map);
+    bool array(QVariantList &list);
+    bool number(QVariant &value);
+    bool unusualNumber(const char *start, bool isWhole, QVariant &value) const;
+    bool string(QString &string);
+    bool markedString(const char *start, QString &string);
+    bool escape(ushort *&out);
+    bool multiByte(ushort *&out);
+    template <bool StopsAtNonAscii>
+    const char *runEnd(const char *at) const;
+
+    const char *m_at;
+    const char *const m_end;
+    int m_depth = 0;
+};
+
+/// The caller has skipped the space; something follows.
+bool Reader::value(QVariant &value)
+{
+    QString text;
+    switch (*m_at) {
+    case '"':
+        ++m_at;
+        if (!string(text)) {
+            return false;
+        }
+        value = text;
+        return true;
+    case '{':
+        return nested<QVariantMap, &Reader::object>(value);
+    case '[':
+        return nested<QVariantList, &Reader::array>(value);
+    case 't':
+        value = true;
+        return word("true", 4);
+    case 'f':
+        value = false;
+        return word("false", 5);
+    case 'n':
+        value = QVariant::fromValue(nullptr);
+        return word("null", 4);
+    default:
+        return number(value);
+    }
+}
+
+template <typename Container, bool (Reader::*readContent)(Container &)>
+bool Reader::nested(QVariant &value)
+{
+    ++m_at;
+    if (m_depth == kDepthLimit - 1) {
+        return false;
+    }
+    ++m_depth;
+    Container container;
+    if (!(this->*readContent)(container)) {
+        return false;
+    }
+    --m_depth;
+    value = container;
+    return true;
+}
+
+bool Reader::object(QVariantMap &map)
+{
+    if (token('}')) {
+        return true;
+    }
+    QString key;
+    do {
+        if (!token('"') || !string(key) || !token(':') || !skipSpace()) {
+            return false;
+        }
+        // Read in place: inserting replaces what an earlier member of this key left. The hint saves
+        // the search when members come in the order of their keys, as other writers sort them too.
+        if (!value(*map.insert(map.constEnd(), key, QVariant()))) {
+            return false;
+        }
+    } while (token(','));
+    return token('}');
+}
+
+bool Reader::array(QVariantList &list)
+{
+    if (token(']')) {
+        return true;
+    }
+    do {
+        if (!skipSpace()) {
+            return false;
+        }
+        list.append(QVariant());
+        if (!value(list.last())) {
+            return false;
+        }
+    } while (token(','));
+    return token(']');
+}
+
+bool Reader::number(QVariant &value)
+{
+    const char *const start = m_at;
+    const bool isNegative = *m_at == '-';
+    m_at += isNegative;
+    const char *const digits = m_at;
+    if (m_at != m_end && *m_at == '0') {
+        ++m_at;
+    } else {
+        skipDigits();
+    }
+    const auto digitCount = m_at - digits;
+
+    bool isWhole = true;
+    if (m_at != m_end && *m_at == '.') {
+        isWhole = false;
+        ++m_at;
+        skipDigits();
+    }
+    if (m_at != m_end && (*m_at == 'e' || *m_at == 'E')) {
+        isWhole = false;
+        ++m_at;
+        if (m_at != m_end && (*m_at == '-' || *m_at == '+')) {
+            ++m_at;
+        }
+        skipDigits();
+    }
+
+    if (!isWhole || digitCount == 0 || digitCount > kSafeDigits) {
+        return unusualNumber(start, isWhole, value);
+    }
+    qlonglong number = 0;
+    for (const char *digit = digits; digit != m_at; ++digit) {
+        number = number * 10 + (*digit - '0');
+    }
+    value = isNegative ? -number : number;
+    return true;
+}
+
+/// Leaves to Qt what a number is worth and whether it is one: "-", "1." and "1e" come here, too.
+bool Reader::unusualNumber(const char *start, bool isWhole, QVariant &value) const
+{
+    const QByteArray text = QByteArray::fromRawData(start, int(m_at - start));
+    bool isOk = false;
+    const qlonglong whole = isWhole ? text.toLongLong(&isOk) : 0;
+    if (isOk) {
+        value = whole;
+        return true;
+    }
+    const double number = text.toDouble(&isOk);
+    if (!isOk) {
+        return false;
+    }
+    const bool isLongLong =
+        number >= -kLongLongLimit && number < kLongLongLimit && std::trunc(number) == number;
+    value = isLongLong ? QVariant(qlonglong(number)) : QVariant(number);
+    return true;
+}
+
+inline int firstMarked(quint64 marks)
+{
+    return int(qCountTrailingZeroBits(qFromLittleEndian(marks)) / 8);
+}
+
+/// The first quote or backslash or, if asked for, non-ASCII byte. A block at a time: a byte of the
+/// marks is 0xff where it is one.
+template <bool StopsAtNonAscii>
+const char *Reader::runEnd(const char *at) const
+{
+    constexpr int kBlock = 16;
+    using Block = uchar __attribute__((vector_size(kBlock)));
+    for (; m_end - at >= kBlock; at += kBlock) {
+        Block bytes;
+        std::memcpy(&bytes, at, sizeof bytes);
+        auto isMarked = (bytes == '"') | (bytes == '\\');
+        if (StopsAtNonAscii) {
+            isMarked |= bytes >= 0x80;
+        }
+        std::array<quint64, 2> marks;
+        std::memcpy(marks.data(), &isMarked, sizeof marks);
+        if (marks[0]) {
+            return at + firstMarked(marks[0]);
+        }
+        if (marks[1]) {
+            return at + kBlock / 2 + firstMarked(marks[1]);
+        }
+    }
+    while (at != m_end && *at != '"' && *at != '\\' && !(StopsAtNonAscii && uchar(*at) >= 0x80)) {
+        ++at;
+    }
+    return at;
+}
+
+/// Begins behind the opening quote and ends behind the closing one.
+bool Reader::string(QString &string)
+{
+    const char *const start = m_at;
+    m_at = runEnd<true>(start);
+    if (m_at == m_end) {
+        return false;
+    }
+    if (*m_at != '"') {
+        return markedString(start, string);
+    }
+    string = QString::fromLatin1(start, int(m_at - start));
+    ++m_at;
+    return true;
+}
+
+/// A string with escapes or non-ASCII characters, whose first mark m_at has reached.
+bool Reader::markedString(const char *start, QString &string)
+{
+    bool hasEscapes = false;
+    const char *close = runEnd<false>(m_at);
+    while (close != m_end && *close == '\\') {
+        hasEscapes = true;
+        if (m_end - close < 2) {
+            return false;
+        }
+        close = runEnd<false>(close + 2);
+    }
+    if (close == m_end) {
+        return false;
+    }
+
+    // No character needs more UTF-16 units than bytes.
+    string = QString(int(close - start), Qt::Uninitialized);
+    auto *const begin = reinterpret_cast<ushort *>(string.data());
+    ushort *out = begin;
+    // Qt drops a byte-order mark where it decodes a string as a whole, and that is without escapes.
+    m_at = start;
+    if (!hasEscapes) {
+        skipByteOrderMark();
+    }
+    while (m_at < close) {
+        const uchar unit = uchar(*m_at);
+        if (unit != '\\' && unit < 0x80) {
+            *out++ = unit;
+            ++m_at;
+        } else if (!(unit == '\\' ? escape(out) : multiByte(out))) {
+            return false;
+        }
+    }
+    string.resize(int(out - begin));
+    ++m_at;
+    return true;
+}
+
+/// Begins at the backslash; a character follows it.
+inline bool Reader::escape(ushort *&out)
+{
+    const char letter = m_at[1];
+    m_at += 2;
+    if (letter == 'u') {
+        int unit = 0;
+        for (int i = 0; i < 4; ++i, ++m_at) {
+            const int digit = m_at != m_end ? hexValue(*m_at) : -1;
+            if (digit < 0) {
+                return false;
+            }
+            unit = unit << 4 | digit;
+        }
+        *out++ = ushort(unit);
+        return true;
+    }
+
+    // Qt takes a byte that is not ASCII for a code point of its value, with the sign that `char`
+    // has on the machine: what it makes of one is no character that anybody meant.
+    const bool isAscii = uchar(letter) < 0x80;
+    const uint code = isAscii ? uchar(kEscapedCharacters[uchar(letter)]) : uint(letter);
+    putCode(code, out);
+    return true;
+}
+
+inline bool Reader::multiByte(ushort *&out)
+{
+    const uint first = uchar(*m_at);
+    const int length = first < 0xe0 ? 2 : first < 0xf0 ? 3 : 4;
+    // Below 0xc2 are continuations and the overlong forms of two bytes.
+    if (first < 0xc2 || first > 0xf4 || m_end - m_at < length) {
+        return false;
+    }
+
+    uint code = first & (0x7fu >> length);
+    for (int i = 1; i < length; ++i) {
+        const uint byte = uchar(m_at[i]);
+        if ((byte & 0xc0) != 0x80) {
+            return false;
+        }
+        code = code << 6 | (byte & 0x3f);
+    }
+    m_at += length;
+    const uint smallest = length == 2 ? 0x80 : length == 3 ? 0x800 : 0x10000;
+    if (code < smallest || code > QChar::LastValidCodePoint || QChar::isSurrogate(code)) {
+        return false;
+    }
+    putCode(code, out);
+    return true;
+}
+
+} // namespace
+
+QVariantMap mapFromJsonText(const char *text)
+{
+    const std::size_t length = text ? std::strlen(text) : 0;
+    QVariantMap map;
+    if (length > INT_MAX || !Reader(text, int(length)).document(map)) {
+        map.clear();
+    }
+    return map;
+}

@@ -1,0 +1,314 @@
+#include "json/jsonwriter.h"
+
+#include <QJsonDocument>
+#include <QtEndian>
+
+#include <algorithm>
+#include <array>
+#include <climits>
+#include <cmath>
+#include <utility>
+
+namespace {
+
+/// Objects and arrays within each other that are written here; Qt goes on below.
+constexpr int kDepthLimit = 1024;
+/// Up to here every whole number is a double of its own, so that its digits are those Qt writes.
+constexpr double kExactWholeNumbers = 9007199254740992.0; // 2^53
+
+/// The letter behind the backslash for each ASCII character that is escaped, else 0.
+constexpr std::array<char, 128> makeEscapeLetters()
+{
+    std::array<char, 128> letters{};
+    for (std::size_t control = 0; control < 0x20; ++control) {
+        letters[control] = 'u';
+    }
+    letters['\b'] = 'b';
+    letters['\f'] = 'f';
+    letters['\n'] = 'n';
+    letters['\r'] = 'r';
+    letters['\t'] = 't';
+    letters['"'] = '"';
+    letters['\\'] = '\\';
+    return letters;
+}
+constexpr std::array<char, 128> kEscapeLetters = makeEscapeLetters();
+
+inline void putEscaped(ushort unit, char letter, char *&out)
+{
+    *out++ = '\\';
+    *out++ = letter;
+    if (Q_LIKELY(letter != 'u')) {
+        return;
+    }
+    for (int shift = 12; shift >= 0; shift -= 4) {
+        *out++ = "0123456789abcdef"[unit >> shift & 0xf];
+    }
+}
+
+inline void putNonAscii(uint code, char *&out)
+{
+    if (code < 0x800) {
+        *out++ = char(0xc0 | code >> 6);
+    } else if (code < 0x10000) {
+        *out++ = char(0xe0 | code >> 12);
+        *out++ = char(0x80 | (code >> 6 & 0x3f));
+    } else {
+        *out++ = char(0xf0 | code >> 18);
+        *out++ = char(0x80 | (code >> 12 & 0x3f));
+        *out++ = char(0x80 | (code >> 6 & 0x3f));
+    }
+    *out++ = char(0x80 | (code & 0x3f));
+}
+
+/// One character, which may be a surrogate pair, in at most six bytes. Gives where the next begins.
+inline const ushort *putCharacter(const ushort *at, const ushort *end, char *&out)
+{
+    const ushort unit = *at++;
+    if (unit < 0x80) {
+        if (const char letter = kEscapeLetters[unit]) {
+            putEscaped(unit, letter, out);
+        } else {
+            *out++ = char(unit);
+        }
+    } else if (!QChar::isSurrogate(unit)) {
+        putNonAscii(unit, out);
+    } else if (QChar::isHighSurrogate(unit) && at != end && QChar::isLowSurrogate(*at)) {
+        putNonAscii(QChar::surrogateToUcs4(unit, *at++), out);
+    } else {
+        putEscaped(unit, 'u', out);
+    }
+    return at;
+}
+
+/// The units of a string that are looked at together: compilers turn this vector arithmetic into
+/// SIMD instructions.
+constexpr int kChunk = 8;
+using Chunk = ushort __attribute__((vector_size(kChunk * sizeof(ushort))));
+using ByteChunk = uchar __attribute__((vector_size(kChunk)));
+
+/// Writes the units as if each were one byte of the text, and again from behind each that is not.
+inline const ushort *putChunk(const ushort *at, const ushort *end, char *&out)
+{
+    Chunk units;
+    std::memcpy(&units, at, sizeof units);
+    const auto isMarked = (units - 0x20 >= 0x60) | (units == '"') | (units == '\\');
+    const ByteChunk narrowUnits = __builtin_convertvector(units, ByteChunk);
+    const ByteChunk narrowMarks = __builtin_convertvector(isMarked, ByteChunk);
+    quint64 bytes = qFromLittleEndian<quint64>(&narrowUnits);
+    quint64 marks = qFromLittleEndian<quint64>(&narrowMarks);
+
+    int left = kChunk;
+    while (marks) {
+        qToLittleEndian(bytes, out);
+        const int plain = int(qCountTrailingZeroBits(marks) / 8);
+        out += plain;
+        at += plain;
+        left -= plain + 1;
+        if (*at >= 0x80) {
+            return putCharacter(at, end, out);
+        }
+        putEscaped(*at, kEscapeLetters[*at], out);
+        ++at;
+        if (left == 0) {
+            return at;
+        }
+        bytes >>= 8 * (plain + 1);
+        marks >>= 8 * (plain + 1);
+    }
+    qToLittleEndian(bytes, out);
+    out += left;
+    return at + left;
+}
+
+template <typename T>
+const T &held(const QVariant &value)
+{
+    return *static_cast<const T *>(value.constData());
+}
+
+void writeValue(JsonWriter &out, const QVariant &value, int depth);
+
+/// What is rare, or whose meaning is left to Qt as well as its form.
+void writeThroughQt(JsonWriter &out, const QVariant &value)
+{
+    const QVariant list = QVariantList{value};
+    const QByteArray text = QJsonDocument::fromVariant(list).toJson(QJsonDocument::Compact);
+    out.append(QLatin1String(text.constData() + 1, text.size() - 2));
+}
+
+void writeNumber(JsonWriter &out, const QVariant &value, double number)
+{
+    // The comparison is false for what is not a number, too.
+    if (!(std::abs(number) <= kExactWholeNumbers)) {
+        writeThroughQt(out, value);
+    } else if (double(qlonglong(number)) == number) {
+        out.wholeNumber(qlonglong(number));
+    } else {
+        const auto text = QByteArray::number(number, 'g', QLocale::FloatingPointShortest);
+        out.append(QLatin1String(text));
+    }
+}
+
+template <typename List, typename Write>
+void writeArray(JsonWriter &out, const List &list, Write writeElement)
+{
+    char before = '[';
+    for (const auto &element : list) {
+        out.punctuation(before);
+        writeElement(element);
+        before = ',';
+    }
+    if (list.isEmpty()) {
+        out.punctuation('[');
+    }
+    out.punctuation(']');
+}
+
+void writeObject(JsonWriter &out, const QVariantMap &map, int depth)
+{
+    char before = '{';
+    const auto end = map.cend();
+    for (auto member = map.cbegin(); member != end;) {
+        const auto current = member++;
+        // A map filled with insertMulti(): the oldest value, which comes last, is the member.
+        if (member != end && member.key() == current.key()) {
+            continue;
+        }
+        out.punctuation(before);
+        out.string(current.key());
+        out.punctuation(':');
+        writeValue(out, current.value(), depth);
+        before = ',';
+    }
+    if (map.isEmpty()) {
+        out.punctuation('{');
+    }
+    out.punctuation('}');
+}
+
+/// \p depth counts the objects and arrays about the value. Below the limit Qt goes on alone.
+void writeValue(JsonWriter &out, const QVariant &value, int depth)
+{
+    switch (value.userType()) {
+    case QMetaType::UnknownType:
+    case QMetaType::Nullptr:
+        return out.append(QLatin1String("null"));
+    case QMetaType::Bool:
+        return out.boolean(held<bool>(value));
+    case QMetaType::Int:
+        return out.wholeNumber(held<int>(value));
+    case QMetaType::UInt:
+        return out.wholeNumber(held<uint>(value));
+    case QMetaType::LongLong:
+        return writeNumber(out, value, double(held<qlonglong>(value)));
+    case QMetaType::Double:
+        return writeNumber(out, value, held<double>(value));
+    case QMetaType::QString:
+        return out.string(held<QString>(value));
+    case QMetaType::QByteArray:
+        return out.bytes(held<QByteArray>(value));
+    case QMetaType::QStringList:
+        return writeArray(out, held<QStringList>(value),
+                          [&out](const QString &element) { out.string(element); });
+    case QMetaType::QVariantList:
+        if (depth == kDepthLimit) {
+            break;
+        }
+        return writeArray(out, held<QVariantList>(value), [&out, depth](const QVariant &element) {
+            writeValue(out, element, depth + 1);
+        });
+    case QMetaType::QVariantMap:
+        if (depth == kDepthLimit) {
+            break;
+        }
+        return writeObject(out, held<QVariantMap>(value), depth + 1);
+    default:
+        break;
+    }
+    writeThroughQt(out, value);
+}
+
+} // namespace
+
+QByteArray jsonTextFromMap(const QVariantMap &map)
+{
+    JsonWriter writer;
+    writeObject(writer, map, 1);
+    return writer.take();
+}
+
+QByteArray JsonWriter::take()
+{
+    m_text.resize(length());
+    m_begin = m_at = m_limit = nullptr;
+    return std::exchange(m_text, {});
+}
+
+/// By half only: a long text is not the only one of its length at the time.
+Q_NEVER_INLINE void JsonWriter::grow(int more)
+{
+    const int written = length();
+    if (written > INT_MAX / 2 - more) {
+        qBadAlloc();
+    }
+    // reserve() takes as much as it is asked for, resize() alone would take the double.
+    m_text.reserve(written + written / 2 + 4 * kRoom + more);
+    m_text.resize(m_text.capacity());
+    m_begin = m_text.data();
+    m_at = m_begin + written;
+    m_limit = m_begin + m_text.size();
+}
+
+void JsonWriter::wholeNumber(qlonglong number)
+{
+    std::array<char, 20> digits;
+    auto first = digits.size();
+    quint64 rest = number < 0 ? 0 - quint64(number) : quint64(number);
+    do {
+        digits[--first] = char('0' + rest % 10);
+        rest /= 10;
+    } while (rest);
+    if (number < 0) {
+        digits[--first] = '-';
+    }
+    append(QLatin1String(&digits[first], int(digits.size() - first)));
+}
+
+void JsonWriter::string(const QString &string)
+{
+    auto *at = reinterpret_cast<const ushort *>(string.constData());
+    const ushort *const end = at + string.size();
+    makeRoom(string.size());
+    *m_at++ = '"';
+    // A variable of its own stays in a register while bytes are stored, m_at would not.
+    char *out = m_at;
+    while (end - at >= kChunk) {
+        if (Q_UNLIKELY(m_limit - out < kRoom)) {
+            m_at = out;
+            grow(0);
+            out = m_at;
+        }
+        // Text that is not ASCII comes in runs, where looking at a chunk gains nothing.
+        at = *at < 0x80 ? putChunk(at, end, out) : putCharacter(at, end, out);
+    }
+    m_at = out;
+    makeRoom();
+    out = m_at;
+    while (at != end) {
+        at = putCharacter(at, end, out);
+    }
+    *out++ = '"';
+    m_at = out;
+}
+
+void JsonWriter::bytes(const QByteArray &bytes)
+{
+    // A size of -1, which no byte array has, would make compilers warn of the strlen() it means.
+    const QString text = QString::fromUtf8(bytes.constData(), std::max(bytes.size(), 0));
+    if (text.isEmpty()) {
+        append(QLatin1String("null"));
+    } else {
+        string(text);
+    }
+}
