@@ -1,170 +1,37 @@
 import { EventEmitter } from 'node:events';
+import type {
+  Events,
+  Methods,
+  MockCommand,
+  MockState,
+  Settings,
+  SyncMethodName,
+  TaskMessages,
+} from './lib/interface.cjs';
 
+export * from './lib/interface.cjs';
+
+/** What JSON holds, as it arrives. */
 export type JsonValue = string | number | boolean | null | JsonValue[] | JsonObject;
 export interface JsonObject {
   [key: string]: JsonValue | undefined;
 }
 
+/** An object that is sent as JSON: a literal, an instance of a class, of an interface's type. */
+export interface JsonLike {
+  // biome-ignore lint/suspicious/noExplicitAny: what lets interfaces and classes pass
+  readonly [key: string]: any;
+}
+
 /** What a method without parameters takes. */
 export type NoParams = Record<string, never> | undefined;
 
-/** One known account. The three optional keys belong to the current one. */
-export interface AccountEntry {
-  is_company_account: boolean;
-  is_current: boolean;
-  is_login: boolean;
-  need_tfa: boolean;
-  userid: string;
-  nickname: string;
-  avatar_url: string;
-  company_id: string;
-  company_name: string;
-  company_logo: string;
-  company_custom_domain: string;
-  status: string;
-  session_status: string;
-  reason: string;
-  loginmode: string;
-  logout_reason: string;
-  link_text: string;
-  link_url: string;
-  login_account_limit: number;
-  keep_online?: boolean;
-  reg_time?: string;
-  coa_Id?: string;
-}
-
-/** The one entry of the list while no account is known; its texts may be empty. */
-export interface NoAccountEntry {
-  userid: string;
-  coa_Id: string;
-  company_id: string;
-  is_current?: undefined;
-  is_login?: undefined;
-  nickname?: undefined;
-}
-
-/** A cookie, ready to be set in a web view. */
-export interface CookieEntry {
-  name: string;
-  value: string;
-  httpOnly: boolean;
-  secure: boolean;
-  path: string;
-  domain: string;
-  url: string;
-  sameSite: 'no_restriction';
-}
-
-/** 1 is the system's configuration, 2 HTTP, 3 SOCKS5, any other number none. */
-export interface ProxySettings {
-  proxyType?: number;
-  proxyHost?: string;
-  proxyPort?: number;
-  proxyUser?: string;
-  proxyPassWord?: string;
-}
-
-/** What a service handed out. */
-export interface Answer<Value = string> {
-  result: 'ok';
-  data: Value;
-}
-
-/** Answered by the account library, in its own words. */
-interface PassedOn {
-  params: JsonObject | undefined;
-  data: JsonObject | undefined;
-}
-
-/** Every method: what it takes, what it gives, and its data in a raw reply where that differs. */
-export interface Methods {
-  'utils.getLogPath': { params: NoParams; data: { path: string } };
-
-  'account.loginCallback': PassedOn;
-  'account.quickLogin': {
-    params: { extParam?: JsonObject; keepOnline?: boolean; userId?: string } | undefined;
-    data: JsonObject | undefined;
-  };
-  'account.loginWithSsid': PassedOn;
-  'account.loginWithRandcode': PassedOn;
-  'account.logout': PassedOn;
-  'account.switchAccount': PassedOn;
-  'account.upgradeAccount': PassedOn;
-  'account.downgradeAccount': PassedOn;
-  'account.updateAccountInfo': PassedOn;
-  'account.getUrlWithAuthorizeCode': PassedOn;
-  'account.getOfficeUserInfo': { params: NoParams; data: JsonObject };
-  'account.getAccountListInfo': {
-    params: NoParams;
-    data: { accountListInfo: (AccountEntry | NoAccountEntry)[] };
-    raw: { accountListInfo: string[] };
-  };
-  'account.queryWebviewCookies': {
-    params: { url: string };
-    data: { cookieList: CookieEntry[] };
-    raw: { cookieList: string[] };
-  };
-  'account.getJwkPublicKeyStr': { params: NoParams; data: Answer };
-  'account.signPopToken': {
-    params: { method: string; uri: string; cv: string };
-    data: Answer;
-  };
-  'account.signLoginData': { params: { signData: string }; data: Answer };
-  'account.generatePKCEParam': {
-    params: NoParams;
-    data: Answer<{ code_verifier: string; code_challenge: string }>;
-  };
-
-  'meeting.changeMeetingStatus': {
-    params: { event: string; busyType: string; data: JsonObject };
-    data: undefined;
-  };
-
-  'network.updateProxyInfo': { params: ProxySettings; data: { result: 'ok' } };
-  'network.setCustomDomain': { params: Record<string, string>; data: { result: 'ok' } };
-
-  'accessbase.getDeviceInfo': { params: NoParams; data: Answer };
-  'accessbase.getDeviceNetworkStatus': { params: NoParams; data: Answer };
-  'accessbase.getDeviceHeader': { params: { deviceCode: JsonObject }; data: Answer };
-}
-
 export type MethodName = keyof Methods;
-
-/** The methods that run on the caller's thread as well. */
-export type SyncMethodName =
-  | 'utils.getLogPath'
-  | 'account.queryWebviewCookies'
-  | 'account.getJwkPublicKeyStr'
-  | 'account.signPopToken'
-  | 'account.signLoginData'
-  | 'account.generatePKCEParam'
-  | 'account.getAccountListInfo'
-  | 'accessbase.getDeviceInfo'
-  | 'accessbase.getDeviceNetworkStatus'
-  | 'accessbase.getDeviceHeader';
-
-export type EventName =
-  | 'account.initFinished'
-  | 'account.currentAccountChanged'
-  | 'account.authInfoChanged'
-  | 'account.userInfoChanged'
-  | 'account.companyInfoChanged'
-  | 'account.accountListInfoChanged'
-  | 'account.cookieUpdated';
+export type EventName = keyof Events;
+export type TaskType = keyof TaskMessages;
 
 /** What the office suite asks of the meeting application. */
-export type MeetingMessage =
-  | { dataType: 'enterMeeting'; data: { meetingUrl: string; accessCode: string } }
-  | { dataType: 'getMeetingStatus'; data?: undefined }
-  | { dataType: 'closeMeetingApp'; data: { logoutAccount: boolean } };
-
-export interface TaskMessages {
-  meetingDataChangeTask: MeetingMessage;
-  accountInfoCollectTask: JsonObject;
-}
-
-export type TaskType = keyof TaskMessages;
+export type MeetingMessage = TaskMessages['meetingDataChangeTask'];
 
 /** A reply as the framework gives it; "data" only where there is some. */
 export type Reply<Data = JsonObject> =
@@ -220,7 +87,11 @@ export interface SerializedError {
 
 /** Every failure of this package. */
 export class FrameworkError extends Error {
-  constructor(code: ErrorCode, message: string, more?: Partial<SerializedError> & ErrorOptions);
+  constructor(
+    code: ErrorCode,
+    message: string,
+    more?: Partial<SerializedError> & { cause?: unknown },
+  );
   readonly code: ErrorCode;
   readonly method?: string;
   /** The "fail" reply, where there was one. */
@@ -235,36 +106,23 @@ export class FrameworkError extends Error {
 export interface FrameworkOptions {
   /** Uses the mock of the two closed libraries that the package brings along. */
   mock?: boolean;
-  /** The framework library, where it is not the one of the package. */
+  /** Path of the framework library, where it is not the one of the package. */
   libraryPath?: string;
-  /** The closed libraries, where they do not lie beside the framework library. */
+  /** Path of the account library, where it is not in the same folder as the framework library. */
   accountLibrary?: string;
+  /** Path of the log library, where it is not in the same folder as the framework library. */
   logLibrary?: string;
 }
 
-export interface Settings {
-  app: {
-    appName: string;
-    productName: string;
-    version: string;
-    localStoragePath: string;
-    international?: boolean;
-  };
-  network?: { proxy?: ProxySettings };
-  /** What the mock knows at its start. */
-  standin?: JsonObject;
-  /** The account library reads the whole object. */
-  [key: string]: unknown;
-}
-
 export interface SignalOptions {
+  /** Ends the waiting or the subscription when it aborts. */
   signal?: AbortSignal;
 }
 
 export interface CallOptions extends SignalOptions {
   /** Milliseconds until the call rejects with ZEF_TIMEOUT. Without it there is no limit. */
   timeout?: number;
-  /** Resolves to the whole reply, "fail" ones included, with entries left as texts. */
+  /** Resolves to the whole reply, "fail" ones included, with JSON texts in it left as texts. */
   raw?: boolean;
 }
 
@@ -274,6 +132,10 @@ type Parameters<M extends MethodName, Options> = undefined extends Methods[M]['p
 
 type Raw<Options> = Options & { raw: true };
 type NotRaw<Options> = Options & { raw?: false };
+interface SyncOptions {
+  /** Returns the whole reply, "fail" ones included, with JSON texts in it left as texts. */
+  raw?: boolean;
+}
 
 export class Subscription {
   private constructor();
@@ -314,26 +176,39 @@ export class ElectronFramework extends EventEmitter {
     method: M,
     ...rest: Parameters<M, NotRaw<CallOptions>>
   ): Promise<Methods[M]['data']>;
+  call<M extends MethodName>(
+    method: M,
+    params: Methods[M]['params'],
+    options: CallOptions,
+  ): Promise<Methods[M]['data'] | ReplyOf<M>>;
 
   /** Runs a method on this thread, which waits meanwhile. */
   callSync<M extends SyncMethodName>(
     method: M,
     params: Methods[M]['params'],
-    options: { raw: true },
+    options: Raw<SyncOptions>,
   ): ReplyOf<M>;
   callSync<M extends SyncMethodName>(
     method: M,
-    ...rest: Parameters<M, { raw?: false }>
+    ...rest: Parameters<M, NotRaw<SyncOptions>>
   ): Methods[M]['data'];
+  callSync<M extends SyncMethodName>(
+    method: M,
+    params: Methods[M]['params'],
+    options: SyncOptions,
+  ): Methods[M]['data'] | ReplyOf<M>;
 
   on(event: EventName, listener: () => void, options?: SignalOptions): this;
   once(event: EventName, listener: () => void, options?: SignalOptions): this;
   off(event: EventName, listener: () => void): this;
   addListener(event: EventName, listener: () => void, options?: SignalOptions): this;
   prependListener(event: EventName, listener: () => void): this;
+  prependOnceListener(event: EventName, listener: () => void): this;
   removeListener(event: EventName, listener: () => void): this;
   removeAllListeners(event?: EventName): this;
   listenerCount(event: EventName): number;
+  /** Calls the listeners as if the event had come. */
+  emit(event: EventName): boolean;
 
   /** As on(), for `using` and for listeners that nobody else has to know. */
   subscribe(event: EventName, listener: () => void, options?: SignalOptions): Subscription;
@@ -437,58 +312,6 @@ export function mask<Context extends object>(
   context: Context,
   replace?: (name: string, value: string) => string,
 ): Context;
-
-/** What the mock does at one call of one operation of the account library. */
-export interface MockScript {
-  /** The operation's failure: null, false, an empty result or a "fail" reply. */
-  refuse?: boolean;
-  /** The reply, of any shape, in place of the honest one; nothing is changed then. */
-  reply?: Record<string, unknown>;
-  /** Result of an operation that returns a text or a signature. */
-  text?: string;
-  /** Milliseconds before the answer. */
-  delayMs?: number;
-  /** How often the answer is given: 0 never, 2 twice. */
-  times?: number;
-  /** The answer waits for `release`. */
-  hold?: boolean;
-  /** How many calls are left alone first, and how many it is for. */
-  skip?: number;
-  count?: number;
-  [key: string]: unknown;
-}
-
-/** What the mock is told while it runs. */
-export interface MockCommand {
-  accounts?: Record<string, unknown>[];
-  users?: Record<string, unknown>[];
-  currentUserId?: string;
-  office?: Record<string, unknown>;
-  /** By operation of the account library: a script for all calls to come, or a list of them. */
-  script?: Record<string, MockScript | MockScript[]>;
-  /** Raises an event, for example "cookieUpdated". */
-  signal?: string;
-  /** Sends a message of the office suite, for example `{ msgType: 'getMeetingStatus' }`. */
-  message?: Record<string, unknown>;
-  /** Hands an object to the subscribers of `accountInfoCollectTask`. */
-  collect?: Record<string, unknown>;
-  /** Gives all answers that are held. */
-  release?: boolean;
-  [key: string]: unknown;
-}
-
-export interface MockState {
-  running: boolean;
-  currentUserId?: string;
-  accounts?: Record<string, unknown>[];
-  users?: Record<string, unknown>[];
-  office?: Record<string, unknown>;
-  /** By operation, how many calls its scripts are still for; -1 for all. */
-  scripts: Record<string, number>;
-  /** The operations whose answers are held. */
-  held: string[];
-  [key: string]: unknown;
-}
 
 /**
  * Tells the mock of the closed libraries what to do from now on. It is one for the whole process.

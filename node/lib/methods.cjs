@@ -1,38 +1,36 @@
 'use strict';
 
-// isSync:   runs on any thread, so that callSync may call it.
-// entries:  the key of "data" whose texts are JSON objects.
-// isKept:   the account library answers it and may do so twice.
-const sync = { isSync: true, isKept: false };
-const queued = { isSync: false, isKept: false };
-const passedOn = { isSync: false, isKept: true };
+// Generated from interface/ by ./dev generate; a change belongs there.
 
+// isSync: runs on any thread, so that callSync may call it.
+// isKept: the account library answers it and may do so twice.
+// texts:  the key of "data" whose texts are JSON.
 const methods = new Map(
   Object.entries({
-    'utils.getLogPath': sync,
-    'account.loginCallback': passedOn,
-    'account.queryWebviewCookies': { ...sync, entries: 'cookieList' },
-    'account.quickLogin': passedOn,
-    'account.getJwkPublicKeyStr': sync,
-    'account.signPopToken': sync,
-    'account.signLoginData': sync,
-    'account.generatePKCEParam': sync,
-    'account.logout': passedOn,
-    'account.getAccountListInfo': { ...sync, entries: 'accountListInfo' },
-    'account.getOfficeUserInfo': passedOn,
-    'account.switchAccount': passedOn,
-    'account.upgradeAccount': passedOn,
-    'account.downgradeAccount': passedOn,
-    'account.updateAccountInfo': passedOn,
-    'account.getUrlWithAuthorizeCode': passedOn,
-    'account.loginWithSsid': passedOn,
-    'account.loginWithRandcode': passedOn,
-    'meeting.changeMeetingStatus': passedOn,
-    'network.updateProxyInfo': queued,
-    'network.setCustomDomain': queued,
-    'accessbase.getDeviceInfo': sync,
-    'accessbase.getDeviceNetworkStatus': sync,
-    'accessbase.getDeviceHeader': sync,
+    'accessbase.getDeviceInfo': { isSync: true, isKept: false, texts: 'data' },
+    'accessbase.getDeviceNetworkStatus': { isSync: true, isKept: false, texts: 'data' },
+    'accessbase.getDeviceHeader': { isSync: true, isKept: false, texts: 'data' },
+    'account.loginCallback': { isSync: false, isKept: true },
+    'account.queryWebviewCookies': { isSync: true, isKept: false, texts: 'cookieList' },
+    'account.quickLogin': { isSync: false, isKept: true },
+    'account.getJwkPublicKeyStr': { isSync: true, isKept: false, texts: 'data' },
+    'account.signPopToken': { isSync: true, isKept: false },
+    'account.signLoginData': { isSync: true, isKept: false },
+    'account.generatePKCEParam': { isSync: true, isKept: false },
+    'account.logout': { isSync: false, isKept: true },
+    'account.getAccountListInfo': { isSync: true, isKept: false, texts: 'accountListInfo' },
+    'account.getOfficeUserInfo': { isSync: false, isKept: true },
+    'account.switchAccount': { isSync: false, isKept: true },
+    'account.upgradeAccount': { isSync: false, isKept: true },
+    'account.downgradeAccount': { isSync: false, isKept: true },
+    'account.updateAccountInfo': { isSync: false, isKept: true },
+    'account.getUrlWithAuthorizeCode': { isSync: false, isKept: true },
+    'account.loginWithSsid': { isSync: false, isKept: true },
+    'account.loginWithRandcode': { isSync: false, isKept: true },
+    'meeting.changeMeetingStatus': { isSync: false, isKept: true },
+    'network.updateProxyInfo': { isSync: false, isKept: false },
+    'network.setCustomDomain': { isSync: false, isKept: false },
+    'utils.getLogPath': { isSync: true, isKept: false },
   }),
 );
 
@@ -46,6 +44,6 @@ const events = new Set([
   'account.cookieUpdated',
 ]);
 
-const taskTypes = new Set(['meetingDataChangeTask', 'accountInfoCollectTask']);
+const taskTypes = new Set(['accountInfoCollectTask', 'meetingDataChangeTask']);
 
 module.exports = { methods, events, taskTypes };

@@ -48,12 +48,14 @@ function parseReply(method, text) {
   });
 }
 
-/** The account library's texts become objects; what is no JSON stays the text that it is. */
-function parsedEntry(text) {
+/** Texts of JSON objects become these objects; everything else stays as it is. */
+function parsed(value) {
+  if (Array.isArray(value)) return value.map(parsed);
+  if (typeof value !== 'string' || value[0] !== '{') return value;
   try {
-    return JSON.parse(text);
+    return JSON.parse(value);
   } catch {
-    return text;
+    return value;
   }
 }
 
@@ -67,10 +69,8 @@ function readReply(method, text, raw) {
     throw new FrameworkError(code, `${method}: ${message}`, { method, reply });
   }
   const { data } = reply;
-  const entries = methods.get(method)?.entries;
-  if (entries !== undefined && Array.isArray(data?.[entries])) {
-    data[entries] = data[entries].map(parsedEntry);
-  }
+  const texts = methods.get(method)?.texts;
+  if (texts !== undefined && data?.[texts] !== undefined) data[texts] = parsed(data[texts]);
   return data;
 }
 

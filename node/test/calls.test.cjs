@@ -1,6 +1,7 @@
 'use strict';
 
 const assert = require('node:assert/strict');
+const { createPublicKey } = require('node:crypto');
 const fs = require('node:fs');
 const { test } = require('node:test');
 const { ElectronFramework, FrameworkError } = require('../index.cjs');
@@ -14,7 +15,7 @@ test('both ways of calling give the data of the reply', async (t) => {
   assert.ok(fs.statSync(path).isDirectory());
   assert.deepEqual(framework.callSync('utils.getLogPath'), { path });
   const header = framework.callSync('accessbase.getDeviceHeader', { deviceCode: { ö: '€\0𝄞' } });
-  assert.equal(JSON.parse(header.data).ö, '€\0𝄞');
+  assert.equal(header.data.ö, '€\0𝄞');
 });
 
 test('texts longer than any buffer come back whole', async (t) => {
@@ -22,11 +23,11 @@ test('texts longer than any buffer come back whole', async (t) => {
   for (const length of [1000, 1019, 1020, 1023, 1024, 1025, 300000]) {
     const code = 'ü'.repeat(length);
     const header = framework.callSync('accessbase.getDeviceHeader', { deviceCode: { code } });
-    assert.equal(JSON.parse(header.data).code, code);
+    assert.equal(header.data.code, code);
   }
 });
 
-test('account and cookie entries are objects, or texts in a raw reply', async (t) => {
+test('JSON texts in data arrive parsed, or as texts in a raw reply', async (t) => {
   const framework = await started(t, {
     accounts: [{ userid: '7', nickname: 'Ada', is_login: true, login_account_limit: 3 }],
     currentUserId: '7',
@@ -45,6 +46,12 @@ test('account and cookie entries are objects, or texts in a raw reply', async (t
   const raw = await framework.call('account.getAccountListInfo', undefined, { raw: true });
   assert.equal(raw.result, 'ok');
   assert.equal(JSON.parse(raw.data.accountListInfo[0]).nickname, 'Ada');
+
+  const key = framework.callSync('account.getJwkPublicKeyStr').data;
+  assert.ok(createPublicKey({ key, format: 'jwk' }));
+  standin.script('getDeviceInfo', '{"text":"no JSON"}');
+  t.after(() => standin.script('getDeviceInfo', '{}'));
+  assert.equal((await framework.call('accessbase.getDeviceInfo')).data, 'no JSON');
 });
 
 test('a "fail" reply rejects with its words, or is given raw', async (t) => {

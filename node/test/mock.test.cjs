@@ -29,7 +29,11 @@ test('the mock does while it runs what it is told', async (t) => {
   );
   assert.equal(mock().users[0].ssid, 'ssid-10001');
 
-  for (const command of [{ unknown: 1 }, { script: { logout: [{ odd: 1 }] } }, { signal: 'none' }]) {
+  for (const command of [
+    { unknown: 1 },
+    { script: { logout: [{ odd: 1 }] } },
+    { signal: 'none' },
+  ]) {
     assert.throws(() => mock(command), failure('ZEF_MOCK_REFUSED'));
   }
 });

@@ -8,7 +8,6 @@ const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
 const { after, before, test } = require('node:test');
-const { methods, events, taskTypes } = require('../lib/methods.cjs');
 const { platform } = require('../lib/native.cjs');
 
 const packageFolder = path.join(__dirname, '..');
@@ -192,18 +191,6 @@ test('a bundler follows the requires', () => {
       process.arch === 'x64' ? ['../prebuilds/linux-arm64/*'] : ['../prebuilds/linux-x64/*'],
   });
   assert.equal(run(process.execPath, ['entry.js'], bundle), "[ 'Ada' ]\n");
-});
-
-test('typings and tables name the same methods, events and tasks', () => {
-  const typings = fs.readFileSync(path.join(packageFolder, 'index.d.cts'), 'utf8');
-  const part = (from) => typings.slice(typings.indexOf(from)).split(/\n(?:interface|export) /)[0];
-  const names = (text, pattern) => [...text.matchAll(pattern)].map((match) => match[1]).sort();
-  const dotted = /'(\w+\.\w+)'/g;
-  assert.deepEqual(names(part('interface Methods'), dotted), [...methods.keys()].sort());
-  const sync = [...methods].filter(([, { isSync }]) => isSync).map(([name]) => name);
-  assert.deepEqual(names(part('type SyncMethodName'), dotted), sync.sort());
-  assert.deepEqual(names(part('type EventName'), dotted), [...events].sort());
-  assert.deepEqual(names(part('interface TaskMessages'), /(\w+Task)/g), [...taskTypes].sort());
 });
 
 test('the README explains every error code, and the code knows every one of them', () => {

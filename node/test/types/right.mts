@@ -1,3 +1,4 @@
+import { createPublicKey } from 'node:crypto';
 import { on, once } from 'node:events';
 import {
   type AccountEntry,
@@ -28,6 +29,8 @@ const cookies = framework.callSync('account.queryWebviewCookies', { url: 'https:
 same<Equal<typeof cookies.cookieList, CookieEntry[]>>();
 const raw = await framework.call('account.getAccountListInfo', undefined, { raw: true });
 if (raw.result === 'ok' && raw.data) same<Equal<typeof raw.data.accountListInfo, string[]>>();
+const { data: key } = framework.callSync('account.getJwkPublicKeyStr');
+if (key !== null && typeof key !== 'string') createPublicKey({ key, format: 'jwk' });
 const pkce = await framework.call('account.generatePKCEParam', {}, { timeout: 5 });
 same<Equal<typeof pkce.data.code_verifier, string>>();
 await framework.call('account.logout', { userId: '1', deep: { list: [1, null] } });

@@ -1,5 +1,5 @@
 // Each line below a directive must not compile; one that does is an error of its own.
-import { diagnose, ElectronFramework, FrameworkError } from 'zelectronframework';
+import { diagnose, ElectronFramework, FrameworkError, mock } from 'zelectronframework';
 
 const framework = new ElectronFramework();
 const app = { appName: 'a', productName: 'a', version: '1', localStoragePath: '/tmp' };
@@ -94,3 +94,25 @@ if (new FrameworkError('ZEF_CLOSED', '').code === 'ZEF_ClOSED') diagnose();
 framework.running = true;
 // @ts-expect-error a name that Electron's own emitter might know
 diagnose({ asar: true });
+// @ts-expect-error not once either
+framework.prependOnceListener('account.userInfo', () => {});
+// @ts-expect-error no such event
+framework.emit('userInfoChanged');
+// @ts-expect-error may be no object when the account library wrote none
+framework.callSync('accessbase.getDeviceInfo').data.deviceId;
+// @ts-expect-error may be the reply
+(await framework.call('utils.getLogPath', {}, { raw: Boolean(url) })).path;
+
+// the mock
+// @ts-expect-error no such key
+framework.init({ app, standin: { account: [] } });
+// @ts-expect-error a person needs an id
+framework.init({ app, standin: { accounts: [{ nickname: 'Ada' }] } });
+// @ts-expect-error no such operation
+mock({ script: { signOut: { refuse: true } } });
+// @ts-expect-error no such key of a script
+mock({ script: { logout: { fail: true } } });
+// @ts-expect-error its name has no module here
+mock({ signal: 'account.cookieUpdated' });
+// @ts-expect-error no such message
+mock({ message: { msgType: 'leaveMeeting' } });
