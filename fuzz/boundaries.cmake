@@ -1,6 +1,8 @@
 # The targets beside that of the JSON codec.
-zef_program(fuzz_paths fuzz_paths.cpp)
-target_link_libraries(fuzz_paths PRIVATE zef_core)
+foreach(target fuzz_logline fuzz_paths)
+    zef_program(${target} ${target}.cpp)
+    target_link_libraries(${target} PRIVATE zef_core)
+endforeach()
 
 # Through the built library, with the stand-ins of the same build.
 foreach(target fuzz_boundary fuzz_officemessages)
@@ -18,7 +20,7 @@ foreach(source callbacks client requests run traffic verdict)
 endforeach()
 target_compile_definitions(fuzz_boundary PRIVATE ZEF_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
 
-foreach(target fuzz_paths fuzz_boundary fuzz_officemessages)
+foreach(target fuzz_logline fuzz_paths fuzz_boundary fuzz_officemessages)
     target_link_options(${target} PRIVATE -fsanitize=fuzzer)
     set_target_properties(${target} PROPERTIES AUTOMOC OFF)
 endforeach()

@@ -381,9 +381,11 @@ void compareMaps(const QVariantMap &map)
 
     // The two strings have the same meaning, and a member of its own each.
     QVariantMap flat;
+    QByteArrayList keys; // they outlive the object's text
     JsonObjectText object;
     for (auto it = map.cbegin(); it != map.cend(); ++it) {
-        const QByteArray key = "k" + QByteArray::number(flat.size() + 100);
+        keys.append("k" + QByteArray::number(flat.size() + 100));
+        const QByteArray &key = keys.last();
         const QByteArray bytes = it.key().toUtf8();
         const bool isBytes = flat.size() % 3 == 0;
         flat.insert(QString::fromLatin1(key), isBytes ? QVariant(bytes) : QVariant(it.key()));

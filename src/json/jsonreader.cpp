@@ -1,5 +1,7 @@
 #include "json/jsonreader.h"
 
+#include "json/utf8.h"
+
 #include <QtEndian>
 
 #include <array>
@@ -385,28 +387,13 @@ inline bool Reader::escape(ushort *&out)
 
 inline bool Reader::multiByte(ushort *&out)
 {
-    const uint first = uchar(*m_at);
-    const int length = first < 0xe0 ? 2 : first < 0xf0 ? 3 : 4;
-    // Below 0xc2 are continuations and the overlong forms of two bytes.
-    if (first < 0xc2 || first > 0xf4 || m_end - m_at < length) {
-        return false;
-    }
-
-    uint code = first & (0x7fu >> length);
-    for (int i = 1; i < length; ++i) {
-        const uint byte = uchar(m_at[i]);
-        if ((byte & 0xc0) != 0x80) {
-            return false;
-        }
-        code = code << 6 | (byte & 0x3f);
-    }
+    uint code = 0;
+    const int length = decodeUtf8(m_at, m_end, code);
     m_at += length;
-    const uint smallest = length == 2 ? 0x80 : length == 3 ? 0x800 : 0x10000;
-    if (code < smallest || code > QChar::LastValidCodePoint || QChar::isSurrogate(code)) {
-        return false;
+    if (length) {
+        putCode(code, out);
     }
-    putCode(code, out);
-    return true;
+    return length;
 }
 
 } // namespace

@@ -60,19 +60,24 @@ void ZElectronLogProxy::nameLog()
     callLibrary(m_explicitDefineProductNameForLogPath, name.c_str());
 }
 
+void ZElectronLogProxy::write(const wchar_t *level, const wchar_t *module, const wchar_t *message)
+{
+    callLibrary(m_writeMsg, level, module, message);
+}
+
 void ZElectronLogProxy::info(const std::wstring &module, const std::wstring &message)
 {
-    callLibrary(m_writeMsg, L"Info", module.c_str(), message.c_str());
+    write(L"Info", module.c_str(), message.c_str());
 }
 
 void ZElectronLogProxy::warning(const std::wstring &module, const std::wstring &message)
 {
-    callLibrary(m_writeMsg, L"Warning", module.c_str(), message.c_str());
+    write(L"Warning", module.c_str(), message.c_str());
 }
 
 void ZElectronLogProxy::error(const std::wstring &module, const std::wstring &message)
 {
-    callLibrary(m_writeMsg, L"Error", module.c_str(), message.c_str());
+    write(L"Error", module.c_str(), message.c_str());
 }
 
 QString ZElectronLogProxy::getLogPath() const

@@ -28,6 +28,9 @@ public:
     void warning(const std::wstring &module, const std::wstring &message) override;
     void error(const std::wstring &module, const std::wstring &message) override;
 
+    /// Writes one line at a level of the log library: L"Info", L"Warning" or L"Error".
+    void write(const wchar_t *level, const wchar_t *module, const wchar_t *message);
+
     /// Whether a line written now reaches anybody.
     bool isWriting() const { return m_writeMsg != nullptr; }
 

@@ -14,6 +14,7 @@ private Q_SLOTS:
 
     void foreignTextArrivesAsItIs_data();
     void foreignTextArrivesAsItIs();
+    void everyPlaceConvertsAsByQt();
     void placesTakeTheirValues();
     void levelsAndModule();
     void nothingIsWrittenWithoutProxy();
@@ -49,6 +50,12 @@ void tst_LogLine::foreignTextArrivesAsItIs_data()
                                   << QString::fromUtf8("a\u00e9\u4e2d");
     QTest::newRow("beyond U+FFFF") << QByteArray("\U0001F600") << QString::fromUtf8("\U0001F600");
     QTest::newRow("invalid UTF-8") << QByteArray("a\xff z") << QString::fromUtf8("a\ufffd z");
+    QTest::newRow("long") << QByteArray("a\u00e9").repeated(5000)
+                          << QString::fromUtf8("a\u00e9").repeated(5000);
+    QTest::newRow("mark at the head") << QByteArray("\ufeffa") << "a";
+    QTest::newRow("mark behind ASCII")
+        << QByteArray("{\"a\":\"\ufeff\"}") << QString("{\"a\":\"%1\"}").arg(QChar(0xfeff));
+    QTest::newRow("two marks") << QByteArray("\ufeff\ufeff") << QString(QChar(0xfeff));
 }
 
 void tst_LogLine::foreignTextArrivesAsItIs()
@@ -64,6 +71,26 @@ void tst_LogLine::foreignTextArrivesAsItIs()
     QCOMPARE(m_control->lines().size(), std::size_t(3));
     for (const zefstandin::LogLine &written : m_control->lines()) {
         QVERIFY(written.message == line);
+    }
+}
+
+// Text is looked at in pieces: each kind of character has to be seen wherever in a piece it lies.
+void tst_LogLine::everyPlaceConvertsAsByQt()
+{
+    const QList<QByteArray> kinds{
+        "\u00e9", "\u4e2d\u6587", "\U0001F600", "\ufeff", "\uffff",
+        // not UTF-8: lone bytes, overlong forms, surrogates, too great, cut
+        "\x80", "\xc1\xbf", "\xe0\x9f\xbf", "\xf0\x8f\xbf\xbf", "\xed\xa0\x80", "\xf4\x90\x80\x80",
+        "\xf8\x88", "\xe4\xb8", "\xf0\x9f\x98"};
+    for (const QByteArray &kind : kinds) {
+        for (int place = 0; place <= 40; ++place) {
+            QByteArray utf8(40, 'x');
+            utf8.insert(place, kind).insert(place * 7 % 40, kind);
+            m_control->reset();
+            logInfo("f", "%1|", {utf8});
+            const std::wstring expected = L"f " + QString::fromUtf8(utf8).toStdWString() + L"|";
+            QVERIFY2(m_control->lines().at(0).message == expected, utf8.toPercentEncoding());
+        }
     }
 }
 
