@@ -53,12 +53,15 @@ export type ErrorCode =
   | 'ZEF_ABORTED'
   | 'ZEF_BAD_ARGUMENT'
   | 'ZEF_BAD_REPLY'
+  | 'ZEF_REPLY_TOO_LONG'
+  | 'ZEF_INTERNAL'
   | 'ZEF_UNKNOWN_EVENT'
   | 'ZEF_UNKNOWN_TASK'
   | 'ZEF_TASK_REFUSED'
   // start
   | 'ZEF_SETTINGS'
   | 'ZEF_INIT_REFUSED'
+  | 'ZEF_OTHER_SETTINGS'
   | 'ZEF_ACCOUNT_LIBRARY_MISSING'
   | 'ZEF_LOG_LIBRARY_MISSING'
   // loading
@@ -74,6 +77,7 @@ export type ErrorCode =
   | 'ZEF_DEPENDENCY_MISSING'
   | 'ZEF_NOT_THE_LIBRARY'
   | 'ZEF_OTHER_LIBRARY'
+  | 'ZEF_LIBRARY_NAME'
   | 'ZEF_LOAD';
 
 export interface SerializedError {
@@ -112,6 +116,13 @@ export interface FrameworkOptions {
   accountLibrary?: string;
   /** Path of the log library, where it is not in the same folder as the framework library. */
   logLibrary?: string;
+  /** Milliseconds for every call() that names none of its own. */
+  timeout?: number;
+}
+
+export interface InitOptions {
+  /** Takes the framework as it runs, whatever its settings are; starts it where none runs. */
+  join?: boolean;
 }
 
 export interface SignalOptions {
@@ -154,12 +165,15 @@ export class ElectronFramework extends EventEmitter {
   readonly running: boolean;
 
   /**
-   * Starts the framework, or joins the running one, whose settings then stay.
+   * Starts the framework, or joins the one that runs with the same libraries and settings.
    * Rejects with a FrameworkError that says what is missing.
    */
-  init(settings: Settings): Promise<this>;
+  init(settings: Settings, options?: InitOptions): Promise<this>;
 
-  /** Ends calls that are open with ZEF_CLOSED, then stops. Never rejects; may be repeated. */
+  /**
+   * Ends calls that are open with ZEF_CLOSED, delivers nothing more, and stops the framework unless
+   * another object uses it. Never rejects; may be repeated.
+   */
   close(): Promise<void>;
   [Symbol.asyncDispose](): Promise<void>;
 
@@ -198,6 +212,7 @@ export class ElectronFramework extends EventEmitter {
     options: SyncOptions,
   ): Methods[M]['data'] | ReplyOf<M>;
 
+  /** Listeners may be added before init() and stay. An event that is still waiting stands for all that follow. */
   on(event: EventName, listener: () => void, options?: SignalOptions): this;
   once(event: EventName, listener: () => void, options?: SignalOptions): this;
   off(event: EventName, listener: () => void): this;
@@ -213,12 +228,22 @@ export class ElectronFramework extends EventEmitter {
   /** As on(), for `using` and for listeners that nobody else has to know. */
   subscribe(event: EventName, listener: () => void, options?: SignalOptions): Subscription;
 
-  /** Listens to task messages until disposed of, or until close(). Only while running. */
+  /**
+   * Listens to task messages until disposed of; before init() too, so that none is missed. While more
+   * than 64 MB of messages wait to be taken, further ones are dropped with a process warning of the
+   * code ZEF_DROPPED.
+   */
   onTask<T extends TaskType>(
     type: T,
     listener: (message: TaskMessages[T]) => void,
     options?: SignalOptions,
   ): Subscription;
+
+  /** Task messages for `for await`, from now on; ends with `break` or its signal. */
+  tasks<T extends TaskType>(
+    type: T,
+    options?: SignalOptions,
+  ): AsyncIterableIterator<TaskMessages[T]>;
 
   /** Lets the process run on for events and task messages; without it they keep nothing alive. */
   ref(): this;

@@ -5,7 +5,8 @@ const path = require('node:path');
 const { FrameworkError } = require('./errors.cjs');
 const { explainLoad, highestVersion } = require('./loadfailure.cjs');
 const { native, platform } = require('./native.cjs');
-const { findClosedLibrary, librariesOf } = require('./start.cjs');
+const { checkedOptions } = require('./options.cjs');
+const { closedLibrary, librariesOf } = require('./start.cjs');
 
 const logRemedy =
   'put it beside libzelectronframework.so or name it with the option logLibrary; without it nothing is logged';
@@ -13,7 +14,7 @@ const accountRemedy =
   'put it beside libzelectronframework.so, name it with the option accountLibrary, or use mock: true';
 
 /** Loads what can be loaded and says what was found; starts nothing. */
-function diagnose(options = {}) {
+function diagnose(options) {
   const report = {
     platform,
     node: process.versions.node,
@@ -37,7 +38,7 @@ function diagnose(options = {}) {
 }
 
 function inspected(options, note) {
-  const libraries = librariesOf(options);
+  const libraries = librariesOf(checkedOptions('diagnose', 'framework', options));
   const before = native().inspect('libglib-2.0.so.0', false);
   const framework = native().inspect(libraries.library, true);
   if (framework.error) {
@@ -59,11 +60,12 @@ function inspected(options, note) {
   };
 }
 
-function closedLibraries({ library, preloaded }) {
+function closedLibraries({ library, closed }) {
   return ['libvemolog.so', 'libzaccountlite.so'].map((name) => {
-    const file = preloaded.find((candidate) => path.basename(candidate) === name);
-    if (!file) return findClosedLibrary(name, library);
-    return { name, file, error: native().inspect(file, true).error };
+    const named = closed.find((each) => each.name === name);
+    const file = named?.file ?? closedLibrary(name, library);
+    const { path: found, error } = native().inspect(file, true);
+    return { name, file: found || file, error };
   });
 }
 

@@ -26,4 +26,18 @@ class FrameworkError extends Error {
   }
 }
 
-module.exports = { FrameworkError };
+/** Remembers who called `operation`; only what fails later looks at it. */
+function callerOf(operation) {
+  const caller = {};
+  Error.captureStackTrace(caller, operation);
+  return caller;
+}
+
+/** Gives an error that was made later, in another turn of the event loop, the stack of its caller. */
+function calledFrom(caller, error) {
+  const frames = caller.stack.slice(caller.stack.indexOf('\n'));
+  error.stack = `${error.name}: ${error.message}${frames}`;
+  return error;
+}
+
+module.exports = { FrameworkError, callerOf, calledFrom };

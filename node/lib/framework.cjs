@@ -1,80 +1,97 @@
 'use strict';
 
-const { EventEmitter } = require('node:events');
+const { on, EventEmitter } = require('node:events');
 const { calls, starts, heardEvents, heardTasks } = require('./channels.cjs');
-const { FrameworkError } = require('./errors.cjs');
+const { FrameworkEmitter } = require('./emitter.cjs');
+const { FrameworkError, callerOf, calledFrom } = require('./errors.cjs');
 const { methods, events, taskTypes } = require('./methods.cjs');
-const { native, newId, receive, stopReceiving, hold, letGo } = require('./native.cjs');
+const { native } = require('./native.cjs');
+const { checkedOptions, checkListener, startTimer } = require('./options.cjs');
 const { checkMethodName, paramsText, readReply } = require('./replies.cjs');
-const { librariesOf, settingsText, startFailure } = require('./start.cjs');
-const { Subscription, onAbort } = require('./subscription.cjs');
+const { Session, run, asFrameworkError } = require('./session.cjs');
+const { librariesOf, settingsText, startFailure, taskRefused } = require('./start.cjs');
+const { Subscription } = require('./subscription.cjs');
 
-/** Events that every emitter has; they come from the emitter itself. */
-const emitterEvents = new Set(['error', 'newListener', 'removeListener']);
-
-class ElectronFramework extends EventEmitter {
+class ElectronFramework extends FrameworkEmitter {
   #options;
   #state = 'closed'; // 'starting', 'running', 'closing'
-  #session; // while starting or running: the id under which the addon knows this object
+  #session; // unless closed
+  #settings; // as text, of the session
   #starting;
   #closing;
-  #openCalls = Object.create(null); // id -> function that ends the call with an error; as receivers
-  #listening = new Map(); // event -> id, for what the addon listens to
-  #tasks = new Set(); // subscriptions
+  #openCalls = Object.create(null); // id -> function that ends the call with an error
+  #listening = new Map(); // event or task type -> id, for what the session listens to
+  #taskListeners = new Map(); // task type -> set of functions
   #isReferenced = false;
 
-  constructor(options = {}) {
-    super();
-    this.#options = { ...options };
+  constructor(options) {
+    super((event) => this.#followListeners(event));
+    this.#options = { ...checkedOptions('new ElectronFramework', 'framework', options) };
   }
 
   get running() {
     return this.#state === 'running';
   }
 
-  init(settings) {
-    if (this.#state === 'closing') return this.#closing.then(() => this.init(settings));
+  init(settings, options) {
+    if (this.#state === 'closing') return this.#closing.then(() => this.init(settings, options));
+    if (!starts.isWatched) return this.#begin(settings, options);
+    const text = ifPossible(() => settingsText(settings));
+    const context = { id: ifPossible(() => native().newId()), settings: text };
+    return starts.async(context, () => this.#begin(settings, options, context));
+  }
+
+  async #begin(settings, options, context) {
+    const { join = false } = checkedOptions('init', 'init', options);
     if (this.#state === 'closed') {
-      this.#starting = starts.isWatched
-        ? starts.async(
-            { id: newId(), settings: textIfPossible(() => settingsText(settings)) },
-            (context) => this.#start(settings, context),
-          )
-        : this.#start(settings);
+      this.#starting = this.#start(settingsText(settings), join, context);
+    } else if (!join && settingsText(settings) !== this.#settings) {
+      throw startFailure('settings', {});
     }
     return this.#starting;
   }
 
-  async #start(settings, context) {
-    const text = settingsText(settings);
+  async #start(settings, isJoining, context) {
     const libraries = librariesOf(this.#options);
-    const wanted = this.eventNames().filter((event) => events.has(event));
-    for (const event of wanted) this.#listening.set(event, this.#receiveEvent(event));
-
-    hold();
+    const session = new Session();
+    if (context) context.instance = session.id;
+    this.#session = session;
+    this.#settings = settings;
     this.#state = 'starting';
     try {
-      const outcome = await new Promise((resolve) => {
-        this.#session = receive(resolve);
-        if (context) context.instance = this.#session;
-        const list = [...this.#listening].map(([event, id]) => `${id} ${event}`);
-        native().start(this.#session, libraries.library, libraries.preloaded, text, list);
-      });
+      const early = (names, receive) =>
+        names.map((name) => {
+          const id = receive(name);
+          this.#listening.set(name, id);
+          return [name, id];
+        });
+      const outcome = await session.start(
+        libraries,
+        settings,
+        isJoining,
+        early(this.#heard(events), (event) => this.#receiveEvent(event)),
+        early(this.#heard(taskTypes), (type) => this.#receiveTask(type)),
+      );
       if (context) context.reply = outcome;
       const failure = startFailure(outcome, libraries);
       if (failure) throw failure;
+      this.#state = 'running';
+      for (const event of events) this.#followListeners(event);
+      for (const type of this.#heard(taskTypes)) this.#subscribeTask(type);
     } catch (error) {
-      native().stop(this.#session, 0);
+      await session.stop();
       this.#forgetSession();
-      this.#state = 'closed';
-      throw error;
-    } finally {
-      letGo();
+      throw asFrameworkError(error);
     }
-    this.#state = 'running';
-    for (const event of events) this.#followListeners(event);
-    if (this.#isReferenced) hold();
+    if (this.#isReferenced) session.hold();
     return this;
+  }
+
+  /** Those of the names that somebody listens to. */
+  #heard(names) {
+    return [...names].filter(
+      (name) => this.listenerCount(name) > 0 || this.#taskListeners.get(name)?.size > 0,
+    );
   }
 
   close() {
@@ -90,92 +107,81 @@ class ElectronFramework extends EventEmitter {
 
   async #stop() {
     this.#state = 'closing';
-    if (this.#isReferenced) letGo();
-    for (const [id, end] of Object.entries(this.#openCalls)) {
-      end(id, new FrameworkError('ZEF_CLOSED', 'the framework was closed before the answer came'));
+    for (const end of Object.values(this.#openCalls)) {
+      end(new FrameworkError('ZEF_CLOSED', 'the framework was closed before the answer came'));
     }
-    for (const task of [...this.#tasks]) task.dispose();
-
-    hold();
-    try {
-      const session = this.#session;
-      await new Promise((resolve) => {
-        const done = receive(() => {
-          stopReceiving(done);
-          resolve();
-        });
-        if (!native().stop(session, done)) resolve();
-      });
-    } finally {
-      letGo();
-      this.#forgetSession();
-      this.#state = 'closed';
-    }
+    await this.#session.stop();
+    this.#forgetSession();
   }
 
   #forgetSession() {
-    stopReceiving(this.#session);
     this.#session = undefined;
-    for (const id of this.#listening.values()) stopReceiving(id);
     this.#listening.clear();
+    this.#state = 'closed';
   }
 
-  call(method, params, options = {}) {
-    if (!calls.isWatched) return this.#ask(method, params, options);
+  call(method, params, options) {
+    const caller = callerOf(this.call);
+    if (!calls.isWatched) return this.#ask(caller, method, params, options);
     const context = this.#contextOf('async', method, params, options);
-    return calls.async(context, () => this.#ask(method, params, options, context));
+    return calls.async(context, () => this.#ask(caller, method, params, options, context));
   }
 
   #contextOf(mode, method, params, options) {
     const { signal, timeout } = options ?? {};
-    const text = textIfPossible(() => paramsText(method, params));
-    return { id: newId(), instance: this.#session, method, mode, params: text, signal, timeout };
+    const text = ifPossible(() => paramsText(method, params));
+    const id = ifPossible(() => native().newId());
+    return { id, instance: this.#session?.id, method, mode, params: text, signal, timeout };
   }
 
-  #ask(method, params, options, context) {
+  #ask(caller, method, params, options, context) {
     return new Promise((resolve, reject) => {
-      checkMethodName(method);
-      this.#mustRun(method);
-      const { signal, timeout, raw = false } = options;
-      const text = context?.params ?? paramsText(method, params);
-      if (signal?.aborted) throw aborted(method, signal);
-
-      let timer;
-      const finish = (id) => {
-        stopReceiving(id);
-        delete this.#openCalls[id];
-        clearTimeout(timer);
-        signal?.removeEventListener('abort', abort);
-        letGo();
-      };
-      const end = (id, error) => {
-        finish(id);
-        reject(error);
-      };
-      const id = receive((reply) => {
-        finish(id);
-        if (context) context.reply = reply;
-        try {
-          resolve(readReply(method, reply, raw));
-        } catch (error) {
-          reject(error);
-        }
-      }, context?.id);
-      const abort = () => end(id, aborted(method, signal));
-
-      hold();
-      this.#openCalls[id] = end;
-      // A method that is not listed may belong to a newer library, whose habits are not known.
-      const isKept = methods.get(method)?.isKept ?? true;
-      if (!native().asynCall(id, method, text, isKept)) {
-        end(id, notRunning(method));
-        return;
-      }
-      signal?.addEventListener('abort', abort, { once: true });
-      if (timeout !== undefined) {
-        timer = setTimeout(() => end(id, timedOut(method, timeout)), timeout);
+      const fail = (error) => reject(calledFrom(caller, asFrameworkError(error)));
+      try {
+        this.#send(method, params, options, context, resolve, fail);
+      } catch (error) {
+        fail(error);
       }
     });
+  }
+
+  #send(method, params, options, context, resolve, fail) {
+    checkMethodName(method);
+    const given = checkedOptions(method, 'call', options);
+    const { signal, timeout = this.#options.timeout, raw } = given;
+    this.#mustRun(method);
+    const text = context?.params ?? paramsText(method, params);
+    if (signal?.aborted) throw aborted(method, signal);
+
+    const session = this.#session;
+    const id = context?.id ?? native().newId();
+    if (!native().asynCall(session.id, id, method, text)) throw notRunning(method);
+    const finish = () => {
+      session.forget(id);
+      delete this.#openCalls[id];
+      clearTimeout(timer);
+      signal?.removeEventListener('abort', abort);
+      session.letGo();
+    };
+    const end = (error) => {
+      finish();
+      fail(error);
+    };
+    const abort = () => end(aborted(method, signal));
+    const receiver = (reply) => {
+      finish();
+      if (context) context.reply = reply;
+      try {
+        resolve(readReply(method, reply, raw));
+      } catch (error) {
+        fail(error);
+      }
+    };
+    session.receive(receiver, id);
+    session.hold();
+    this.#openCalls[id] = end;
+    signal?.addEventListener('abort', abort, { once: true });
+    const timer = startTimer(timeout, () => end(timedOut(method, timeout)));
   }
 
   callSync(method, params, options) {
@@ -186,128 +192,109 @@ class ElectronFramework extends EventEmitter {
 
   #askNow(method, params, options, context) {
     if (methods.get(method)?.isSync !== true) throw notSynchronous(method);
+    const { raw } = checkedOptions(method, 'callSync', options);
     this.#mustRun(method);
-    const reply = native().call(method, context?.params ?? paramsText(method, params));
+    const text = context?.params ?? paramsText(method, params);
+    const reply = callNow(method, text);
     if (reply === undefined) throw notRunning(method);
     if (context) context.reply = reply;
-    return readReply(method, reply, options?.raw === true);
+    return readReply(method, reply, raw);
   }
 
   #mustRun(method) {
     if (this.#state !== 'running') throw notRunning(method);
   }
 
-  on(event, listener, { signal } = {}) {
-    checkEvent(event);
-    if (signal?.aborted) return this;
-    super.on(event, listener);
-    onAbort(signal, () => this.off(event, listener));
-    this.#followListeners(event);
-    return this;
-  }
-
-  once(event, listener, { signal } = {}) {
-    checkEvent(event);
-    if (signal?.aborted) return this;
-    super.once(event, listener); // through on()
-    onAbort(signal, () => this.off(event, listener));
-    return this;
-  }
-
-  addListener(event, listener, options) {
-    return this.on(event, listener, options);
-  }
-
-  prependListener(event, listener) {
-    checkEvent(event);
-    super.prependListener(event, listener);
-    this.#followListeners(event);
-    return this;
-  }
-
-  off(event, listener) {
-    super.removeListener(event, listener);
-    this.#followListeners(event);
-    return this;
-  }
-
-  removeListener(event, listener) {
-    return this.off(event, listener);
-  }
-
-  removeAllListeners(...names) {
-    super.removeAllListeners(...names);
-    for (const event of events) this.#followListeners(event);
-    return this;
-  }
-
-  subscribe(event, listener, { signal } = {}) {
-    const own = (...values) => listener(...values); // the same listener may subscribe again
-    this.on(event, own);
-    const subscription = new Subscription(() => this.off(event, own));
-    subscription.endWith(signal);
-    return subscription;
-  }
-
   /** Listens at the library exactly while somebody listens here. */
   #followListeners(event) {
-    if (!events.has(event) || !this.running) return;
+    if (!this.running || !events.has(event)) return;
     const id = this.#listening.get(event);
     if (this.listenerCount(event) > 0) {
       if (id !== undefined) return;
       const added = this.#receiveEvent(event);
       this.#listening.set(event, added);
-      native().listen(this.#session, added, event);
+      native().listen(this.#session.id, added, event);
     } else if (id !== undefined) {
       this.#listening.delete(event);
-      stopReceiving(id);
-      native().unlisten(this.#session, id);
+      this.#session.forget(id);
+      native().unlisten(this.#session.id, id);
     }
   }
 
   #receiveEvent(event) {
-    return receive(() => {
-      if (heardEvents.hasSubscribers) heardEvents.publish({ instance: this.#session, name: event });
+    const session = this.#session;
+    return session.receive(() => {
+      if (heardEvents.hasSubscribers) heardEvents.publish({ instance: session.id, name: event });
       this.emit(event);
     });
   }
 
-  onTask(type, listener, { signal } = {}) {
+  onTask(type, listener, options) {
+    const where = `onTask ${String(type)}`;
     if (!taskTypes.has(type)) {
       throw new FrameworkError('ZEF_UNKNOWN_TASK', `there is no task type ${String(type)}`);
     }
-    if (typeof listener !== 'function') {
-      throw new FrameworkError('ZEF_BAD_ARGUMENT', 'onTask: a function is needed as listener');
+    checkListener(where, listener);
+    const { signal } = checkedOptions(where, 'listener', options);
+    const listeners = this.#taskListeners.get(type) ?? new Set();
+    this.#taskListeners.set(type, listeners);
+    const own = (message) => listener(message); // the same listener may listen twice
+    const begin = () => {
+      if (this.running) this.#subscribeTask(type);
+      listeners.add(own);
+    };
+    return new Subscription(() => listeners.delete(own), signal, begin);
+  }
+
+  /** Once in a session; that nobody listens any more costs next to nothing. */
+  #subscribeTask(type) {
+    if (this.#listening.has(type)) return;
+    const id = this.#receiveTask(type);
+    if (!native().subscribeTask(this.#session.id, id, type)) {
+      this.#session.forget(id);
+      throw taskRefused(type);
     }
-    this.#mustRun(`onTask ${type}`);
+    this.#listening.set(type, id);
+  }
+
+  #receiveTask(type) {
     const session = this.#session;
-    const id = receive((text) => {
-      if (heardTasks.hasSubscribers) heardTasks.publish({ instance: session, type, text });
-      listener(JSON.parse(text));
+    return session.receive((text) => {
+      if (heardTasks.hasSubscribers) heardTasks.publish({ instance: session.id, type, text });
+      for (const listener of [...this.#taskListeners.get(type)]) run(listener, JSON.parse(text));
     });
-    const subscription = new Subscription(() => {
-      stopReceiving(id);
-      this.#tasks.delete(subscription);
-      if (this.#session === session) native().unsubscribeTask(session, id);
-    });
-    if (!native().subscribeTask(session, id, type)) {
-      stopReceiving(id);
-      throw new FrameworkError('ZEF_TASK_REFUSED', `the account library refused ${type}`);
-    }
-    this.#tasks.add(subscription);
-    subscription.endWith(signal);
-    return subscription;
+  }
+
+  /** The messages of a task type, for `for await`. */
+  tasks(type, options) {
+    const { signal } = checkedOptions(`tasks ${String(type)}`, 'listener', options);
+    const arrivals = new EventEmitter();
+    const subscription = this.onTask(type, (message) => arrivals.emit('message', message), options);
+    const iterator = on(arrivals, 'message', { signal });
+    return {
+      async next() {
+        const { value, done } = await iterator.next();
+        return { value: value?.[0], done };
+      },
+      return() {
+        subscription.dispose();
+        return iterator.return();
+      },
+      [Symbol.asyncIterator]() {
+        return this;
+      },
+    };
   }
 
   /** Keeps the process running for events and task messages, until unref() or close(). */
   ref() {
-    if (!this.#isReferenced && this.running) hold();
+    if (!this.#isReferenced && this.running) this.#session.hold();
     this.#isReferenced = true;
     return this;
   }
 
   unref() {
-    if (this.#isReferenced && this.running) letGo();
+    if (this.#isReferenced && this.running) this.#session.letGo();
     this.#isReferenced = false;
     return this;
   }
@@ -321,17 +308,20 @@ if (Symbol.asyncDispose) {
   });
 }
 
-function checkEvent(event) {
-  if (!events.has(event) && !emitterEvents.has(event)) {
-    throw new FrameworkError('ZEF_UNKNOWN_EVENT', `there is no event ${String(event)}`);
-  }
-}
-
-function textIfPossible(make) {
+/** \returns undefined for what is refused in a moment. */
+function ifPossible(make) {
   try {
     return make();
   } catch {
-    return undefined; // refused in a moment
+    return undefined;
+  }
+}
+
+function callNow(method, text) {
+  try {
+    return native().call(method, text);
+  } catch (error) {
+    throw asFrameworkError(error);
   }
 }
 

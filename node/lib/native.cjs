@@ -2,8 +2,6 @@
 
 const fs = require('node:fs');
 const path = require('node:path');
-const { setImmediate } = require('node:timers'); // not one that a test has replaced
-const { lateReplies } = require('./channels.cjs');
 const { explainLoad, LoadFailure } = require('./loadfailure.cjs');
 
 const platform = `${process.platform}-${process.arch}`;
@@ -50,74 +48,19 @@ function loadAddon() {
 }
 
 let addon;
-// id -> function. Not a Map: under many short-lived entries the tables that it has outgrown keep each
-// other alive, and garbage collections of less than a millisecond take ten and more.
-const receivers = Object.create(null);
-let lastId = 0;
-let holders = 0;
+const hookName = Symbol.for('zelectronframework.exit');
 
-function dispatch(id, text) {
-  const receiver = receivers[id];
-  if (!receiver) {
-    // It ended while this was on the way. Events have no text.
-    if (text !== '' && lateReplies.hasSubscribers) lateReplies.publish({ id, reply: text });
-    return;
-  }
-  try {
-    receiver(text);
-  } catch (error) {
-    // As from any callback: to 'uncaughtException'. Thrown here it would be lost in the addon.
-    process.nextTick(() => {
-      throw error;
-    });
-  }
-}
-
-/**
- * Hands on what has arrived. Much of it takes several turns of the event loop, so that timers and
- * everything else have their turn between.
- */
-function collect() {
-  const mail = addon.take();
-  if (mail.length === 0) return;
-  setImmediate(collect);
-  for (let i = 0; i < mail.length; i += 2) dispatch(mail[i], mail[i + 1]);
-}
-
-/** The addon, loaded and opened at its first use. */
+/** The addon, loaded at its first use. */
 function native() {
   if (!addon) {
-    const loaded = loadAddon();
-    loaded.open(collect);
-    // The addon's own hook is not run by process.exit().
-    process.once('exit', () => loaded.settle());
-    addon = loaded;
+    addon = loadAddon();
+    // The addon's own hook is not run by process.exit(). One will do for every copy of this package.
+    if (!process[hookName]) {
+      process[hookName] = true;
+      process.once('exit', () => addon.settle());
+    }
   }
   return addon;
-}
-
-function newId() {
-  return ++lastId;
-}
-
-/** \returns the id under which the addon delivers to `receiver`. */
-function receive(receiver, id = newId()) {
-  receivers[id] = receiver;
-  return id;
-}
-
-function stopReceiving(id) {
-  delete receivers[id];
-}
-
-/** The event loop goes on while there is a hold that was not let go. */
-function hold() {
-  if (holders === 0) native().keepAlive(true);
-  holders += 1;
-}
-
-function letGo() {
-  if (--holders === 0) native().keepAlive(false);
 }
 
 /** Where the framework library is looked for: beside the addon that was really loaded. */
@@ -128,29 +71,19 @@ function defaultLibrary() {
 /** The stand-ins, in the order in which they need each other. */
 function mockLibraries() {
   const folder = unpacked(path.join(packageFolder, 'mock', platform));
-  const files = ['libvemolog.so', 'libzaccountkeeper.so', 'libzaccountlite.so'].map((name) =>
-    path.join(folder, name),
-  );
-  const missing = files.find((file) => !isFile(file));
+  const libraries = ['libvemolog.so', 'libzaccountkeeper.so', 'libzaccountlite.so'].map((name) => ({
+    name,
+    file: path.join(folder, name),
+  }));
+  const missing = libraries.find(({ file }) => !isFile(file));
   if (missing) {
     throw new LoadFailure(
       'ZEF_MOCK_MISSING',
-      `the mock is not complete: ${missing} is missing`,
+      `the mock is not complete: ${missing.file} is missing`,
       'reinstall the package; if the application is packaged, unpack node_modules/zelectronframework',
     ).described();
   }
-  return files;
+  return libraries;
 }
 
-module.exports = {
-  native,
-  newId,
-  receive,
-  stopReceiving,
-  hold,
-  letGo,
-  defaultLibrary,
-  mockLibraries,
-  unpacked,
-  platform,
-};
+module.exports = { native, defaultLibrary, mockLibraries, unpacked, platform };

@@ -61,6 +61,10 @@ function parsed(value) {
 
 /** \returns what a call resolves to: the data, or with `raw` the reply as it came. */
 function readReply(method, text, raw) {
+  if (text === null) {
+    const message = `${method}: the reply is longer than JavaScript's longest text`;
+    throw new FrameworkError('ZEF_REPLY_TOO_LONG', message, { method });
+  }
   const reply = parseReply(method, text);
   if (raw) return reply;
   if (reply.result === 'fail') {

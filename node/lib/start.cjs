@@ -4,7 +4,7 @@ const fs = require('node:fs');
 const path = require('node:path');
 const { FrameworkError } = require('./errors.cjs');
 const { explainLoad } = require('./loadfailure.cjs');
-const { native, defaultLibrary, mockLibraries, unpacked } = require('./native.cjs');
+const { defaultLibrary, mockLibraries, unpacked } = require('./native.cjs');
 
 const requiredTexts = ['appName', 'productName', 'version', 'localStoragePath'];
 
@@ -29,80 +29,115 @@ function settingsText(settings) {
   }
 }
 
-/** What is loaded for an object of these options: the library, and what it shall find by name. */
-function librariesOf({ mock = false, libraryPath, accountLibrary, logLibrary } = {}) {
+/** The file itself, so that two ways to it are one. */
+function real(file) {
+  const outside = unpacked(path.resolve(file));
+  return fs.existsSync(outside) ? fs.realpathSync(outside) : outside;
+}
+
+/** Where the framework looks for a closed library that nobody named: beside itself first. */
+function closedLibrary(name, library) {
+  const beside = path.join(path.dirname(library), name);
+  return fs.existsSync(beside) ? beside : name;
+}
+
+/**
+ * What is loaded for an object of these options: the library, the closed ones that were named, and
+ * where the account library is where it was not.
+ */
+function librariesOf({ mock = false, libraryPath, accountLibrary, logLibrary }) {
   if (mock && (accountLibrary || logLibrary)) {
     throw new FrameworkError('ZEF_BAD_ARGUMENT', 'mock takes the place of both closed libraries');
   }
-  const named = [logLibrary, accountLibrary].filter(Boolean);
+  const library = libraryPath ? real(libraryPath) : defaultLibrary();
+  const named = [
+    ['libvemolog.so', logLibrary],
+    ['libzaccountlite.so', accountLibrary],
+  ].filter(([, file]) => file !== undefined);
   return {
-    library: libraryPath ? unpacked(path.resolve(libraryPath)) : defaultLibrary(),
-    preloaded: mock ? mockLibraries() : named.map((file) => unpacked(path.resolve(file))),
+    library,
+    closed: mock ? mockLibraries() : named.map(([name, file]) => ({ name, file: real(file) })),
+    account: mock || accountLibrary ? '' : closedLibrary('libzaccountlite.so', library),
   };
 }
 
-/** Where the framework would find a closed library; it looks beside itself first. */
-function findClosedLibrary(name, library) {
-  const beside = path.join(path.dirname(library), name);
-  const file = fs.existsSync(beside) ? beside : name;
-  const { path: found, error } = native().inspect(file, true);
-  return error ? { name, file, error } : { name, file: found };
-}
+const described = (code, message, remedy) =>
+  new FrameworkError(code, `${message}\n  Remedy: ${remedy}`, { remedy });
 
-function accountLibraryFailure(account) {
-  if (path.isAbsolute(account.file)) {
-    return explainLoad(account.file, account.error).described();
-  }
-  const remedy =
-    'put it beside libzelectronframework.so, name it with the option accountLibrary, or use mock: true';
-  return new FrameworkError(
-    'ZEF_ACCOUNT_LIBRARY_MISSING',
-    `init: the account library ${account.name} cannot be loaded: ${account.error}\n  Remedy: ${remedy}`,
-    { remedy },
-  );
-}
+/** What each outcome of the addon stands for; its particulars are a reason or a file. */
+const failures = {
+  load: (reason, { library }) => explainLoad(library, reason).described(),
 
-function refusal({ library, preloaded }) {
-  if (preloaded.length === 0) {
-    const account = findClosedLibrary('libzaccountlite.so', library);
-    if (account.error) return accountLibraryFailure(account);
-  }
-  return new FrameworkError(
-    'ZEF_INIT_REFUSED',
-    'init: the account library refused to start; the reason is in its log',
-    { remedy: 'check the settings and read the log of the account library' },
-  );
-}
+  preload: (reason, { closed }) => {
+    const { file } = closed.find((each) => reason.includes(each.file)) ?? closed[0];
+    return explainLoad(file, reason).described();
+  },
+
+  account: (reason, { account }) =>
+    path.isAbsolute(account)
+      ? explainLoad(account, reason).described()
+      : described(
+          'ZEF_ACCOUNT_LIBRARY_MISSING',
+          `init: the account library ${account} cannot be loaded: ${reason}`,
+          'put it beside libzelectronframework.so, name it with the option accountLibrary, or use mock: true',
+        ),
+
+  name: (file, { closed }) => {
+    const { name } = closed.find((each) => each.file === file);
+    return described(
+      'ZEF_LIBRARY_NAME',
+      `init: ${file} does not call itself ${name}, so that the framework cannot find it`,
+      `link it with the SONAME ${name} (patchelf --set-soname ${name})`,
+    );
+  },
+
+  symbol: (reason, { library }) =>
+    described(
+      'ZEF_NOT_THE_LIBRARY',
+      `${library} is not the framework library: ${reason}`,
+      'name libzelectronframework.so with the option libraryPath',
+    ),
+
+  other: (file, { library }) =>
+    described(
+      'ZEF_OTHER_LIBRARY',
+      `init: this process uses ${file} already and cannot take ${library}`,
+      'use one installed copy of this package and one libraryPath in a process',
+    ),
+
+  closed: (file, { closed }) =>
+    described(
+      'ZEF_OTHER_LIBRARY',
+      `init: this process has started with other closed libraries (${file}) than ` +
+        `${closed.at(-1)?.file ?? 'those beside the framework library'}`,
+      'use the same mock, accountLibrary and logLibrary in the whole process, or another process',
+    ),
+
+  settings: () =>
+    described(
+      'ZEF_OTHER_SETTINGS',
+      'init: the framework runs with other settings',
+      'close it first, give the same settings, or join it as it is: init(settings, { join: true })',
+    ),
+
+  task: (type) => taskRefused(type),
+
+  refused: () =>
+    described(
+      'ZEF_INIT_REFUSED',
+      'init: the account library refused to start; the reason is in its log',
+      'check the settings and read the log of the account library',
+    ),
+};
 
 /** \returns the error that an outcome of the addon stands for, or undefined for a start. */
 function startFailure(outcome, libraries) {
   const [kind] = outcome.split(' ', 1);
-  const reason = outcome.slice(kind.length + 1);
-  switch (kind) {
-    case 'started':
-    case 'joined':
-      return undefined;
-    case 'load':
-      return explainLoad(libraries.library, reason).described();
-    case 'preload': {
-      const file = libraries.preloaded.find((name) => reason.includes(name));
-      return explainLoad(file ?? libraries.preloaded[0], reason).described();
-    }
-    case 'symbol':
-      return new FrameworkError(
-        'ZEF_NOT_THE_LIBRARY',
-        `${libraries.library} is not the framework library: ${reason}`,
-        { remedy: 'name libzelectronframework.so with the option libraryPath' },
-      );
-    case 'other':
-      return new FrameworkError(
-        'ZEF_OTHER_LIBRARY',
-        `this process has loaded ${reason} already and cannot take ${libraries.library}`,
-        { remedy: 'use one libraryPath in a process' },
-      );
-    default:
-      return refusal(libraries);
-  }
+  return failures[kind]?.(outcome.slice(kind.length + 1), libraries);
 }
 
-module.exports = { settingsText, librariesOf, startFailure, findClosedLibrary };
+function taskRefused(type) {
+  return new FrameworkError('ZEF_TASK_REFUSED', `the account library refused ${type}`);
+}
+
+module.exports = { settingsText, librariesOf, startFailure, taskRefused, closedLibrary };

@@ -1,12 +1,17 @@
 'use strict';
 
-/** Something that was subscribed to; ends once, and with `using` at the end of the block. */
+/** Something that was subscribed to; ends once, with its signal, and with `using` at the end of the block. */
 class Subscription {
   #end;
   #signal;
 
-  constructor(end) {
+  /** \param begin is called, and afterwards `end`, unless the signal is aborted already. */
+  constructor(end, signal, begin) {
+    if (signal?.aborted) return;
+    begin();
     this.#end = end;
+    this.#signal = signal;
+    signal?.addEventListener('abort', this.dispose, { once: true });
   }
 
   dispose = () => {
@@ -15,16 +20,6 @@ class Subscription {
     this.#signal?.removeEventListener('abort', this.dispose);
     end?.();
   };
-
-  /** Ends with the signal as well. */
-  endWith(signal) {
-    if (signal?.aborted) {
-      this.dispose();
-      return;
-    }
-    this.#signal = signal;
-    onAbort(signal, this.dispose);
-  }
 }
 
 if (Symbol.dispose) {
@@ -35,8 +30,4 @@ if (Symbol.dispose) {
   });
 }
 
-function onAbort(signal, end) {
-  signal?.addEventListener('abort', end, { once: true });
-}
-
-module.exports = { Subscription, onAbort };
+module.exports = { Subscription };

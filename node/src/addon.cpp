@@ -3,6 +3,9 @@
 #include "sharedframework.h"
 #include "values.h"
 
+#include <stdexcept>
+#include <utility>
+
 using zelectronframeworkspace::IElectronCallback;
 using zelectronframeworkspace::IElectronFramework;
 
@@ -18,7 +21,7 @@ public:
 
     void onCallback(const char *text, std::size_t length) override
     {
-        napi_create_string_utf8(m_env, text, length, &m_value);
+        m_value = valueOf(m_env, std::string_view(text, length));
     }
 
     napi_value value() const { return m_value; }
@@ -28,72 +31,83 @@ private:
     napi_value m_value = nullptr;
 };
 
-Session &sessionOf(napi_env env, napi_value id)
+std::shared_ptr<Session> sessionOf(napi_env env, napi_value id)
 {
-    const auto session = Environment::of(env).session(idFrom(env, id));
+    auto session = Environment::of(env).session(idFrom(env, id));
     if (!session) {
-        throw BadValue("id of a session");
+        throw std::runtime_error("there is no such session");
     }
-    return *session;
+    return session;
 }
 
-// open(collect): collect() is called when there is something to take, from now on.
+// newId() -> number that names nothing yet in this process
+napi_value newId(napi_env env, const Arguments &)
+{
+    return valueOf(env, SharedFramework::instance().replies().newId());
+}
+
+// open(collect) -> session; collect() is called when there is something to take.
 napi_value open(napi_env env, const Arguments &arguments)
 {
-    if (!Environment::of(env).mailbox()->open(env, arguments[0])) {
-        throw BadValue("a function, once");
-    }
+    return valueOf(env, Environment::of(env).addSession(env, arguments[0]));
+}
+
+// close(session): nothing is delivered any more.
+napi_value close(napi_env env, const Arguments &arguments)
+{
+    Environment::of(env).removeSession(idFrom(env, arguments[0]));
     return kNothing;
 }
 
-// take() -> [id, text, id, text, ...], empty when collect will be called again
-napi_value take(napi_env env, const Arguments &)
+// take(session) -> [id, text, id, text, ...], empty when collect will be called again
+napi_value take(napi_env env, const Arguments &arguments)
 {
-    return Environment::of(env).mailbox()->take(env);
+    return sessionOf(env, arguments[0])->mailbox()->take(env);
 }
 
-// keepAlive(isKept): whether the event loop goes on without anything else to do.
+// keepAlive(session, isKept): whether the event loop goes on without anything else to do.
 napi_value keepAlive(napi_env env, const Arguments &arguments)
 {
-    Environment::of(env).mailbox()->keepAlive(env, flagFrom(env, arguments[0]));
+    sessionOf(env, arguments[0])->mailbox()->keepAlive(env, flagFrom(env, arguments[1]));
     return kNothing;
 }
 
-// start(session, library, preloaded[], settings, events[]); the outcome is dispatched.
+/// From [id, name, id, name, ...].
+std::vector<std::pair<ReceiverId, std::string>> namedReceivers(napi_env env, napi_value array)
+{
+    std::vector<std::pair<ReceiverId, std::string>> named;
+    const std::vector<std::string> texts = textsFrom(env, array);
+    for (std::size_t i = 0; i + 1 < texts.size(); i += 2) {
+        named.emplace_back(std::stoll(texts[i]), texts[i + 1]);
+    }
+    return named;
+}
+
+// start(session, [library, account, settings], [name, file, ...], isJoining, events, tasks), the last
+// two as [id text, name, ...]; the outcome is delivered under the session's id.
 napi_value start(napi_env env, const Arguments &arguments)
 {
-    const ReceiverId id = idFrom(env, arguments[0]);
-    StartRequest request;
-    request.library = textFrom(env, arguments[1]);
-    request.preloaded = textsFrom(env, arguments[2]);
-    request.settings = textFrom(env, arguments[3]);
-    // "id event" each
-    for (const std::string &event : textsFrom(env, arguments[4])) {
-        const auto end = event.find(' ');
-        request.events.emplace_back(std::stoll(event), event.substr(end + 1));
+    const auto session = sessionOf(env, arguments[0]);
+    const std::vector<std::string> texts = textsFrom(env, arguments[1]);
+    StartRequest request{texts.at(0), {}, texts.at(1), texts.at(2), flagFrom(env, arguments[3])};
+    const std::vector<std::string> closed = textsFrom(env, arguments[2]);
+    for (std::size_t i = 0; i + 1 < closed.size(); i += 2) {
+        request.closed.push_back({closed[i], closed[i + 1]});
     }
-    Environment &environment = Environment::of(env);
-    try {
-        SharedFramework::instance().runApart(
-            [session = environment.addSession(id), request] { session->start(request); });
-    } catch (...) {
-        environment.removeSession(id);
-        throw;
-    }
+    const EarlyListeners listeners{namedReceivers(env, arguments[4]),
+                                   namedReceivers(env, arguments[5])};
+    SharedFramework::instance().runApart(
+        [session, request, listeners] { session->start(request, listeners); });
     return kNothing;
 }
 
-// stop(session, done) -> boolean: the end is dispatched to done, unless nothing was started
+// stop(session) -> boolean: an empty outcome will be delivered, unless nothing was started.
 napi_value stop(napi_env env, const Arguments &arguments)
 {
-    const ReceiverId id = idFrom(env, arguments[0]);
-    Environment &environment = Environment::of(env);
-    const ReceiverId done = idFrom(env, arguments[1]);
-    const auto session = environment.session(id);
-    environment.removeSession(id);
-    const bool isStopping = session && session->prepareStop();
+    const auto session = sessionOf(env, arguments[0]);
+    const bool isStopping = session->prepareStop();
     if (isStopping) {
-        SharedFramework::instance().runApart([session, done] { session->stop(done); });
+        SharedFramework::instance().runApart([session] { session->stop(); });
     }
     return valueOf(env, isStopping);
 }
@@ -102,31 +116,26 @@ napi_value stop(napi_env env, const Arguments &arguments)
 napi_value listen(napi_env env, const Arguments &arguments)
 {
     return valueOf(env, sessionOf(env, arguments[0])
-                            .listen(idFrom(env, arguments[1]), textFrom(env, arguments[2])));
+                            ->listen(idFrom(env, arguments[1]), textFrom(env, arguments[2])));
 }
 
 // unlisten(session, id)
 napi_value unlisten(napi_env env, const Arguments &arguments)
 {
-    sessionOf(env, arguments[0]).unlisten(idFrom(env, arguments[1]));
+    sessionOf(env, arguments[0])->unlisten(idFrom(env, arguments[1]));
     return kNothing;
 }
 
 // subscribeTask(session, id, type) -> boolean
 napi_value subscribeTask(napi_env env, const Arguments &arguments)
 {
-    return valueOf(env, sessionOf(env, arguments[0])
-                            .subscribeTask(idFrom(env, arguments[1]), textFrom(env, arguments[2])));
+    return valueOf(env,
+                   sessionOf(env, arguments[0])
+                       ->subscribeTask(idFrom(env, arguments[1]), textFrom(env, arguments[2])));
 }
 
-// unsubscribeTask(session, id)
-napi_value unsubscribeTask(napi_env env, const Arguments &arguments)
-{
-    sessionOf(env, arguments[0]).unsubscribeTask(idFrom(env, arguments[1]));
-    return kNothing;
-}
-
-// call(method, params | undefined) -> text of the reply, or undefined when nothing runs
+// call(method, params | undefined) -> text of the reply, null when it is too long, or undefined when
+// nothing runs
 napi_value call(napi_env env, const Arguments &arguments)
 {
     IElectronFramework *const framework = SharedFramework::instance().framework();
@@ -141,7 +150,7 @@ napi_value call(napi_env env, const Arguments &arguments)
     return reply.value();
 }
 
-// asynCall(id, method, params | undefined, isKept) -> boolean; the reply is dispatched
+// asynCall(session, id, method, params | undefined) -> boolean; the reply is delivered
 napi_value asynCall(napi_env env, const Arguments &arguments)
 {
     SharedFramework &shared = SharedFramework::instance();
@@ -149,15 +158,16 @@ napi_value asynCall(napi_env env, const Arguments &arguments)
     if (!framework) {
         return valueOf(env, false);
     }
-    const std::string method = textFrom(env, arguments[1]);
-    const bool hasParams = isText(env, arguments[2]);
-    const std::string params = hasParams ? textFrom(env, arguments[2]) : std::string();
-    IElectronCallback *const callback = shared.replies().add(
-        Environment::of(env).mailbox(), idFrom(env, arguments[0]), flagFrom(env, arguments[3]));
+    const ReceiverId id = idFrom(env, arguments[1]);
+    const std::string method = textFrom(env, arguments[2]);
+    const bool hasParams = isText(env, arguments[3]);
+    const std::string params = hasParams ? textFrom(env, arguments[3]) : std::string();
+    IElectronCallback *const callback =
+        shared.replies().add(sessionOf(env, arguments[0])->mailbox(), id);
     const bool isQueued =
         framework->asynCall(method.c_str(), hasParams ? params.c_str() : nullptr, callback);
     if (!isQueued) {
-        shared.replies().remove(callback);
+        shared.replies().remove(id);
     }
     return valueOf(env, isQueued);
 }
@@ -172,10 +182,11 @@ napi_value settle(napi_env, const Arguments &)
 // inspect(name, isLoading) -> { path, error }
 napi_value inspect(napi_env env, const Arguments &arguments)
 {
+    SharedFramework::instance().noteInspection();
     const Inspection inspection =
         inspectLibrary(textFrom(env, arguments[0]), flagFrom(env, arguments[1]));
     napi_value object = nullptr;
-    napi_create_object(env, &object);
+    check(napi_create_object(env, &object), "an object");
     setProperty(env, object, "path", valueOf(env, inspection.path));
     setProperty(env, object, "error", valueOf(env, inspection.error));
     return object;
@@ -193,7 +204,7 @@ napi_value state(napi_env env, const Arguments &)
 {
     SharedFramework &shared = SharedFramework::instance();
     napi_value object = nullptr;
-    napi_create_object(env, &object);
+    check(napi_create_object(env, &object), "an object");
     setProperty(env, object, "folder", valueOf(env, addonFolder()));
     setProperty(env, object, "glibc", valueOf(env, glibcVersion()));
     setProperty(env, object, "qt", valueOf(env, qtVersion()));
@@ -207,33 +218,36 @@ template <Function function>
 void define(napi_env env, napi_value exports, const char *name)
 {
     napi_value value = nullptr;
-    if (napi_create_function(env, name, NAPI_AUTO_LENGTH, callable<function>, nullptr, &value) ==
-        napi_ok) {
-        setProperty(env, exports, name, value);
-    }
+    check(napi_create_function(env, name, NAPI_AUTO_LENGTH, callable<function>, nullptr, &value),
+          "a function");
+    setProperty(env, exports, name, value);
 }
 
 } // namespace
 
 NAPI_MODULE_INIT()
 {
-    if (!Environment::attach(env)) {
+    try {
+        Environment::attach(env);
+        define<newId>(env, exports, "newId");
+        define<open>(env, exports, "open");
+        define<close>(env, exports, "close");
+        define<take>(env, exports, "take");
+        define<keepAlive>(env, exports, "keepAlive");
+        define<start>(env, exports, "start");
+        define<stop>(env, exports, "stop");
+        define<listen>(env, exports, "listen");
+        define<unlisten>(env, exports, "unlisten");
+        define<subscribeTask>(env, exports, "subscribeTask");
+        define<call>(env, exports, "call");
+        define<asynCall>(env, exports, "asynCall");
+        define<settle>(env, exports, "settle");
+        define<inspect>(env, exports, "inspect");
+        define<mock>(env, exports, "mock");
+        define<state>(env, exports, "state");
+    } catch (const std::exception &failure) {
+        throwToJavaScript(env, failure.what());
         return nullptr;
     }
-    define<open>(env, exports, "open");
-    define<take>(env, exports, "take");
-    define<keepAlive>(env, exports, "keepAlive");
-    define<start>(env, exports, "start");
-    define<stop>(env, exports, "stop");
-    define<listen>(env, exports, "listen");
-    define<unlisten>(env, exports, "unlisten");
-    define<subscribeTask>(env, exports, "subscribeTask");
-    define<unsubscribeTask>(env, exports, "unsubscribeTask");
-    define<call>(env, exports, "call");
-    define<asynCall>(env, exports, "asynCall");
-    define<settle>(env, exports, "settle");
-    define<inspect>(env, exports, "inspect");
-    define<mock>(env, exports, "mock");
-    define<state>(env, exports, "state");
     return exports;
 }

@@ -1,66 +1,10 @@
 #include "callbacks.h"
 
 #include <algorithm>
-#include <cstring>
-#include <utility>
-
-using zelectronframeworkspace::IElectronCallback;
-using zelectronframeworkspace::IElectronFramework;
 
 void EventCallback::onCallback(const char *, std::size_t)
 {
-    m_mailbox->post(m_id, {}); // an event has no data
-}
-
-class PendingReplies::ReplyCallback : public IElectronCallback
-{
-public:
-    ReplyCallback(PendingReplies &owner, std::shared_ptr<Mailbox> mailbox, ReceiverId id,
-                  bool isKept)
-        : m_owner(owner), m_mailbox(std::move(mailbox)), m_id(id), m_isKept(isKept)
-    {
-    }
-
-    void onCallback(const char *text, std::size_t) override
-    {
-        m_mailbox->post(m_id, text);
-        if (!m_isKept) {
-            m_owner.remove(this); // deletes this
-        }
-    }
-
-private:
-    PendingReplies &m_owner;
-    const std::shared_ptr<Mailbox> m_mailbox;
-    const ReceiverId m_id;
-    const bool m_isKept;
-};
-
-IElectronCallback *PendingReplies::add(std::shared_ptr<Mailbox> mailbox, ReceiverId id, bool isKept)
-{
-    auto callback = std::make_unique<ReplyCallback>(*this, std::move(mailbox), id, isKept);
-    IElectronCallback *const added = callback.get();
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_callbacks.emplace(added, std::move(callback));
-    return added;
-}
-
-void PendingReplies::remove(IElectronCallback *callback)
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_callbacks.erase(callback);
-}
-
-void PendingReplies::clear()
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_callbacks.clear();
-}
-
-std::size_t PendingReplies::count() const
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_callbacks.size();
+    m_mailbox->post(Mailbox::Kind::event, m_id, {});
 }
 
 void TaskRelay::onCallback(const char *text, std::size_t)
@@ -71,12 +15,12 @@ void TaskRelay::onCallback(const char *text, std::size_t)
         subscribers = m_subscribers;
     }
     for (const Subscriber &subscriber : subscribers) {
-        subscriber.mailbox->post(subscriber.id, text);
+        subscriber.mailbox->post(Mailbox::Kind::message, subscriber.id, text);
     }
 }
 
-bool TaskRelay::subscribe(IElectronFramework &framework, const std::shared_ptr<Mailbox> &mailbox,
-                          ReceiverId id)
+bool TaskRelay::subscribe(zelectronframeworkspace::IElectronFramework &framework,
+                          const std::shared_ptr<Mailbox> &mailbox, ReceiverId id)
 {
     {
         // Before the registration, which may bring the first message.
@@ -87,17 +31,14 @@ bool TaskRelay::subscribe(IElectronFramework &framework, const std::shared_ptr<M
         return true;
     }
     m_isRegistered = false;
-    unsubscribe(mailbox.get(), id);
+    unsubscribe(id);
     return false;
 }
 
-void TaskRelay::unsubscribe(const Mailbox *mailbox, ReceiverId id)
+void TaskRelay::unsubscribe(ReceiverId id)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_subscribers.erase(std::remove_if(m_subscribers.begin(), m_subscribers.end(),
-                                       [&](const Subscriber &subscriber) {
-                                           return subscriber.mailbox.get() == mailbox &&
-                                                  subscriber.id == id;
-                                       }),
+    const auto isIt = [id](const Subscriber &subscriber) { return subscriber.id == id; };
+    m_subscribers.erase(std::remove_if(m_subscribers.begin(), m_subscribers.end(), isIt),
                         m_subscribers.end());
 }

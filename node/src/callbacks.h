@@ -7,12 +7,11 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
-#include <unordered_map>
 #include <vector>
 
 /// \file
-/// The callback objects that the framework gets. None of them waits for JavaScript, so that the
-/// JavaScript thread may wait for one of them to return.
+/// Callback objects that the framework gets. None of them waits for JavaScript, so that the
+/// JavaScript thread may wait for one of them to return. Those of calls are in replies.h.
 
 /// Posts every delivery of one subscription. Thread: host thread.
 class EventCallback : public zelectronframeworkspace::IElectronCallback
@@ -27,37 +26,6 @@ public:
 private:
     const std::shared_ptr<Mailbox> m_mailbox;
     const ReceiverId m_id;
-};
-
-/// Every callback of a queued call that may still be called.
-///
-/// A call may stay unanswered, and one that the account library answers by itself may be answered
-/// twice: such callbacks are kept until the framework was stopped. The others go with their reply.
-///
-/// Thread: all functions are callable from any.
-class PendingReplies
-{
-public:
-    /// \param isKept whether it stays when it was called.
-    /// \return the callback, which belongs to this object.
-    zelectronframeworkspace::IElectronCallback *add(std::shared_ptr<Mailbox> mailbox, ReceiverId id,
-                                                    bool isKept);
-
-    /// Forgets a callback that the framework did not take.
-    void remove(zelectronframeworkspace::IElectronCallback *callback);
-
-    /// Only when no callback can be running or be called any more.
-    void clear();
-
-    std::size_t count() const;
-
-private:
-    class ReplyCallback;
-
-    mutable std::mutex m_mutex; // guards m_callbacks
-    std::unordered_map<const zelectronframeworkspace::IElectronCallback *,
-                       std::unique_ptr<zelectronframeworkspace::IElectronCallback>>
-        m_callbacks;
 };
 
 /// The one callback of a task type in the process, handed on to whoever subscribed: the framework
@@ -75,7 +43,7 @@ public:
     /// \return false when the framework refused.
     bool subscribe(zelectronframeworkspace::IElectronFramework &framework,
                    const std::shared_ptr<Mailbox> &mailbox, ReceiverId id);
-    void unsubscribe(const Mailbox *mailbox, ReceiverId id);
+    void unsubscribe(ReceiverId id);
 
     /// The framework was stopped.
     void forgetRegistration() { m_isRegistered = false; }

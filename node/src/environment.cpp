@@ -1,32 +1,35 @@
 #include "environment.h"
 
-#include "sharedframework.h"
+#include "values.h"
 
-bool Environment::attach(napi_env env)
+#include <memory>
+#include <utility>
+
+void Environment::attach(napi_env env)
 {
-    auto *const environment = new Environment;
+    std::unique_ptr<Environment> environment(new Environment);
     const auto destroy = [](napi_env, void *data, void *) {
         delete static_cast<Environment *>(data);
     };
-    if (napi_set_instance_data(env, environment, destroy, nullptr) != napi_ok) {
-        delete environment;
-        return false;
-    }
-    return napi_add_env_cleanup_hook(env, &Environment::end, environment) == napi_ok;
+    check(napi_set_instance_data(env, environment.get(), destroy, nullptr), "data of ours");
+    Environment *const attached = environment.release();
+    check(napi_add_env_cleanup_hook(env, &Environment::end, attached), "a clean-up hook");
 }
 
 Environment &Environment::of(napi_env env)
 {
     void *data = nullptr;
-    napi_get_instance_data(env, &data);
+    check(napi_get_instance_data(env, &data), "its own data");
     return *static_cast<Environment *>(data);
 }
 
-std::shared_ptr<Session> Environment::addSession(ReceiverId id)
+ReceiverId Environment::addSession(napi_env env, napi_value collect)
 {
-    auto session = std::make_shared<Session>(m_mailbox, id);
-    m_sessions[id] = session;
-    return session;
+    const ReceiverId id = SharedFramework::instance().replies().newId();
+    auto session = std::make_shared<Session>(id);
+    session->mailbox()->open(env, collect);
+    m_sessions[id] = std::move(session);
+    return id;
 }
 
 std::shared_ptr<Session> Environment::session(ReceiverId id) const
@@ -35,10 +38,18 @@ std::shared_ptr<Session> Environment::session(ReceiverId id) const
     return found == m_sessions.end() ? nullptr : found->second;
 }
 
+void Environment::removeSession(ReceiverId id)
+{
+    const auto found = m_sessions.find(id);
+    if (found != m_sessions.end()) {
+        found->second->mailbox()->close();
+        m_sessions.erase(found);
+    }
+}
+
 void Environment::end(void *environment)
 {
     auto &self = *static_cast<Environment *>(environment);
-    self.m_mailbox->close();
     for (const auto &[id, session] : self.m_sessions) {
         session->abandon();
     }

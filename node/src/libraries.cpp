@@ -78,11 +78,17 @@ LoadedLibraries::~LoadedLibraries()
     }
 }
 
-bool LoadedLibraries::add(const std::string &path)
+std::string LoadedLibraries::add(const NamedLibrary &library)
 {
-    void *const handle = dlopen(path.c_str(), RTLD_LAZY);
-    if (handle) {
-        m_handles.push_back(handle);
+    void *const handle = dlopen(library.file.c_str(), RTLD_LAZY);
+    if (!handle) {
+        return "preload " + lastLoaderError();
     }
-    return handle;
+    m_handles.push_back(handle);
+    // By its own name (SONAME), which is what the loader compares.
+    void *const byName = dlopen(library.name.c_str(), RTLD_LAZY | RTLD_NOLOAD);
+    if (byName) {
+        m_handles.push_back(byName);
+    }
+    return byName == handle ? "" : "name " + library.file;
 }

@@ -29,6 +29,15 @@ Inspection inspectLibrary(const std::string &name, bool isLoading);
 /// \return its answer, JSON text; empty without the mock.
 std::string askMock(const std::string &command);
 
+/// A closed library that is loaded before the framework looks for it by its name.
+struct NamedLibrary
+{
+    std::string name; ///< under which the framework looks for it, for example "libvemolog.so"
+    std::string file;
+
+    bool operator==(const NamedLibrary &other) const { return file == other.file; }
+};
+
 /// Keeps libraries loaded for as long as it lives.
 class LoadedLibraries
 {
@@ -38,7 +47,9 @@ public:
     LoadedLibraries(const LoadedLibraries &) = delete;
     LoadedLibraries &operator=(const LoadedLibraries &) = delete;
 
-    [[nodiscard]] bool add(const std::string &path);
+    /// \return empty, or what is wrong: "preload", followed by a space and the loader's reason, or
+    ///         "name", followed by a space and the file that the loader does not find by that name.
+    std::string add(const NamedLibrary &library);
 
 private:
     std::vector<void *> m_handles;

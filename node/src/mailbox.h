@@ -7,53 +7,69 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 
-/// Names a receiver on the JavaScript side; counts up there and is never used twice in one
-/// environment, so that whatever arrives late meets nobody.
+/// Names a receiver on the JavaScript side. Counts up and is never used twice in one process, so that
+/// whatever arrives late meets nobody.
 using ReceiverId = std::int64_t;
 
-/// The way of texts from any thread to the JavaScript thread of one environment.
+/// The way of texts from any thread to the JavaScript thread of one session.
 ///
 /// The first delivery of an empty mailbox calls JavaScript, which takes what has arrived by then and
-/// comes again by itself until nothing is left. Shared by the environment and by every callback
-/// object that may still be called when the environment is gone. Posting never waits for the
-/// JavaScript thread.
+/// comes again by itself until nothing is left. Shared by the session and by every callback object
+/// that may still be called when the session is gone. Posting never waits for the JavaScript thread.
 class Mailbox
 {
 public:
+    enum class Kind {
+        outcome, ///< of a start or stop; the only one that a silent mailbox takes
+        reply,   ///< to a call; as many as there are calls
+        event,   ///< has no text; one that is still waiting stands for all that follow
+        message  ///< dropped, and counted, while 64 MB of them are waiting
+    };
+
     Mailbox() = default;
     Mailbox(const Mailbox &) = delete;
     Mailbox &operator=(const Mailbox &) = delete;
 
     /// \param collect called without arguments when there is something to take.
-    /// \return false when the environment refuses, which then has an exception pending or ends.
-    /// Thread: JavaScript.
-    bool open(napi_env env, napi_value collect);
+    /// Throws when the environment refuses. Thread: JavaScript.
+    void open(napi_env env, napi_value collect);
 
     /// The oldest deliveries as [id, text, id, text, ...], so few of them that handling them does
-    /// not hold the event loop up. After an empty array collect is called again. Thread: JavaScript.
+    /// not hold the event loop up; [0, number] first when messages were dropped. A text that is too
+    /// long for JavaScript is null. After an empty array collect is called again. Thread: JavaScript.
     napi_value take(napi_env env);
 
-    /// From now on deliveries are dropped, those on the way included. Thread: JavaScript.
+    /// Drops everything but outcomes, from now on and what is waiting. Thread: any.
+    void silence();
+
+    /// From now on everything is dropped. Thread: JavaScript.
     void close();
 
     /// While kept alive, the open mailbox keeps the event loop running. Thread: JavaScript.
     void keepAlive(napi_env env, bool isKept);
 
-    /// \return false when the environment is gone. Thread: any.
-    bool post(ReceiverId id, std::string_view text);
+    /// Thread: any.
+    void post(Kind kind, ReceiverId id, std::string_view text);
 
 private:
     struct Delivery
     {
+        Kind kind;
         ReceiverId id;
         std::string text;
     };
 
+    bool takes(Kind kind, ReceiverId id, std::size_t length);
     std::deque<Delivery> takeOldest();
 
     std::mutex m_mutex; // guards everything below; held over no call into JavaScript
     napi_threadsafe_function m_function = nullptr;
     std::deque<Delivery> m_arrived;
+    std::unordered_set<ReceiverId> m_waitingEvents; // those in m_arrived
+    std::size_t m_waitingBytes = 0;                 // of the messages in m_arrived
+    std::int64_t m_dropped = 0;                     // messages since the last take
     bool m_isCollecting = false; // collect was called and has not yet found the mailbox empty
+    bool m_isSilent = false;
 };

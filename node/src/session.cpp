@@ -1,47 +1,59 @@
 #include "session.h"
 
-#include "sharedframework.h"
+#include <utility>
 
-void Session::start(const StartRequest &request)
+void Session::start(const StartRequest &request, const EarlyListeners &listeners)
 {
     SharedFramework &shared = SharedFramework::instance();
-    const std::string outcome = shared.join(request.library, request.preloaded, request.settings);
+    std::string outcome = shared.join(request);
     if (outcome == "started" || outcome == "joined") {
-        for (const auto &[id, event] : request.events) {
-            listen(id, event);
-        }
-        bool isAbandoned = false;
-        {
-            const std::lock_guard<std::mutex> lock(m_mutex);
-            isAbandoned = m_isAbandoned;
-            m_hasShare = !isAbandoned;
-        }
-        if (isAbandoned) {
+        const std::string refused = listenTo(listeners);
+        if (!refused.empty()) {
+            endSubscriptions();
+            shared.leave();
+            outcome = "task " + refused;
+        } else if (!keepShare()) {
             endSubscriptions();
             shared.desert();
         }
     }
-    m_mailbox->post(m_id, outcome);
+    m_mailbox->post(Mailbox::Kind::outcome, m_id, outcome);
 }
 
 bool Session::prepareStop()
 {
+    m_mailbox->silence();
     return takeShare();
 }
 
-void Session::stop(ReceiverId done)
+void Session::stop()
 {
     endSubscriptions();
     SharedFramework::instance().leave();
-    m_mailbox->post(done, {});
+    m_mailbox->post(Mailbox::Kind::outcome, m_id, {});
 }
 
 void Session::abandon()
 {
+    m_mailbox->close();
     if (takeShare()) {
         endSubscriptions();
         SharedFramework::instance().desert();
     }
+}
+
+/// \return the first task type that was refused, or nothing.
+std::string Session::listenTo(const EarlyListeners &listeners)
+{
+    for (const auto &[id, event] : listeners.events) {
+        listen(id, event);
+    }
+    for (const auto &[id, typeName] : listeners.tasks) {
+        if (!subscribeTask(id, typeName)) {
+            return typeName;
+        }
+    }
+    return {};
 }
 
 bool Session::listen(ReceiverId id, const std::string &event)
@@ -77,13 +89,13 @@ bool Session::subscribeTask(ReceiverId id, const std::string &typeName)
     return true;
 }
 
-void Session::unsubscribeTask(ReceiverId id)
+/// \return false when the environment has ended meanwhile.
+bool Session::keepShare()
 {
-    const auto found = m_tasks.find(id);
-    if (found != m_tasks.end()) {
-        found->second->unsubscribe(m_mailbox.get(), id);
-        m_tasks.erase(found);
-    }
+    SharedFramework::instance().replies().join(m_mailbox);
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_hasShare = !m_isAbandoned;
+    return m_hasShare;
 }
 
 /// \return whether there was a share, which now is the caller's to give back.
@@ -96,10 +108,12 @@ bool Session::takeShare()
 
 void Session::endSubscriptions()
 {
+    SharedFramework::instance().replies().leave(m_mailbox);
     while (!m_listeners.empty()) {
         unlisten(m_listeners.begin()->first);
     }
-    while (!m_tasks.empty()) {
-        unsubscribeTask(m_tasks.begin()->first);
+    for (const auto &[id, relay] : m_tasks) {
+        relay->unsubscribe(id);
     }
+    m_tasks.clear();
 }

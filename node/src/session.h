@@ -1,6 +1,7 @@
 #pragma once
 
 #include "callbacks.h"
+#include "sharedframework.h"
 
 #include <memory>
 #include <mutex>
@@ -9,17 +10,15 @@
 #include <utility>
 #include <vector>
 
-/// What a session is started with.
-struct StartRequest
+/// What a session listens to before anybody learns of the start, so that nothing early is missed.
+struct EarlyListeners
 {
-    std::string library;
-    std::vector<std::string> preloaded;
-    std::string settings;
-    /// Listened to before anybody learns of the start, so that no early event is missed.
     std::vector<std::pair<ReceiverId, std::string>> events;
+    std::vector<std::pair<ReceiverId, std::string>> tasks;
 };
 
-/// A framework object of JavaScript: its share of the framework and its subscriptions.
+/// One run of a framework object of JavaScript: its mailbox, its share of the framework and its
+/// subscriptions.
 ///
 /// start and stop run on a thread of their own; everything else is called on the JavaScript thread.
 /// Subscriptions are made and ended only by the thread that has the share: JavaScript between the
@@ -27,26 +26,27 @@ struct StartRequest
 class Session
 {
 public:
-    Session(std::shared_ptr<Mailbox> mailbox, ReceiverId id)
-        : m_mailbox(std::move(mailbox)), m_id(id)
-    {
-    }
+    explicit Session(ReceiverId id) : m_id(id) {}
 
-    /// Posts the outcome to the session's own receiver, as SharedFramework::join words it.
-    void start(const StartRequest &request);
+    const std::shared_ptr<Mailbox> &mailbox() const { return m_mailbox; }
 
+    /// Posts the outcome under the session's own id, as SharedFramework::join words it, or "task"
+    /// with the type that was refused.
+    void start(const StartRequest &request, const EarlyListeners &listeners);
+
+    /// From here on nothing but the end of stop is delivered.
     /// \return false when there is no share to give back, and stop must not be called then.
     bool prepareStop();
-    /// \param done receiver of the empty text that tells the end.
-    void stop(ReceiverId done);
+    /// Posts an empty outcome in the end.
+    void stop();
 
     /// The environment ends: gives the share back, or sees to it that a start under way does.
     void abandon();
 
     bool listen(ReceiverId id, const std::string &event);
     void unlisten(ReceiverId id);
+    /// Until the session ends.
     bool subscribeTask(ReceiverId id, const std::string &typeName);
-    void unsubscribeTask(ReceiverId id);
 
 private:
     struct Listener
@@ -55,11 +55,13 @@ private:
         zelectronframeworkspace::ListenerHandle handle;
     };
 
+    std::string listenTo(const EarlyListeners &listeners);
+    bool keepShare();
     bool takeShare();
     void endSubscriptions();
 
-    const std::shared_ptr<Mailbox> m_mailbox;
     const ReceiverId m_id;
+    const std::shared_ptr<Mailbox> m_mailbox = std::make_shared<Mailbox>();
     std::unordered_map<ReceiverId, Listener> m_listeners;
     std::unordered_map<ReceiverId, TaskRelay *> m_tasks;
 

@@ -25,21 +25,25 @@ SharedFramework &SharedFramework::instance()
     return shared;
 }
 
-std::string SharedFramework::join(const std::string &library,
-                                  const std::vector<std::string> &preloaded,
-                                  const std::string &settings)
+std::string SharedFramework::join(const StartRequest &request)
 {
     const std::lock_guard<std::mutex> lock(m_lifecycle);
-    std::string failure = load(library);
+    std::string failure = load(request.library);
+    if (failure.empty() && m_hasClosed && request.closed != m_closed) {
+        failure = "closed " + (m_closed.empty() ? "none" : m_closed.back().file);
+    }
     if (!failure.empty()) {
         return failure;
     }
     if (m_shares > 0) {
+        if (!request.isJoining && request.settings != m_settings) {
+            return "settings";
+        }
         ++m_shares;
         return "joined";
     }
     stop(); // one that was deserted
-    failure = start(preloaded, settings);
+    failure = start(request);
     if (!failure.empty()) {
         return failure;
     }
@@ -107,6 +111,12 @@ std::string SharedFramework::load(const std::string &library)
     if (m_framework) {
         return library == m_library ? "" : "other " + m_library;
     }
+    // A second copy of this package has one of its own, or somebody else's code uses it: two sides
+    // would stop it below each other.
+    const Inspection loaded = inspectLibrary("libzelectronframework.so", false);
+    if (loaded.error.empty() && !m_isInspected) {
+        return "other " + loaded.path;
+    }
     void *const handle = dlopen(library.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!handle) {
         return "load " + lastLoaderError();
@@ -123,19 +133,28 @@ std::string SharedFramework::load(const std::string &library)
     return {};
 }
 
-std::string SharedFramework::start(const std::vector<std::string> &preloaded,
-                                   const std::string &settings)
+std::string SharedFramework::start(const StartRequest &request)
 {
     // Closed again in the end: the framework holds what it found, and unloads what it unloads.
     LoadedLibraries libraries;
-    for (const std::string &path : preloaded) {
-        if (!libraries.add(path)) {
-            return "preload " + lastLoaderError();
+    for (const NamedLibrary &library : request.closed) {
+        const std::string failure = libraries.add(library);
+        if (!failure.empty()) {
+            return failure;
+        }
+    }
+    if (!request.account.empty()) {
+        const Inspection account = inspectLibrary(request.account, true);
+        if (!account.error.empty()) {
+            return "account " + account.error; // the framework would write it to the standard error
         }
     }
     IElectronFramework *const framework = m_framework;
+    m_closed = request.closed;
+    m_hasClosed = true;
+    m_settings = request.settings;
     m_isStarted = true;
-    if (!framework->init(settings.c_str())) {
+    if (!framework->init(request.settings.c_str())) {
         stop();
         return "refused";
     }

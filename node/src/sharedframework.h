@@ -1,6 +1,8 @@
 #pragma once
 
 #include "callbacks.h"
+#include "libraries.h"
+#include "replies.h"
 
 #include <atomic>
 #include <condition_variable>
@@ -8,6 +10,16 @@
 #include <mutex>
 #include <string>
 #include <vector>
+
+/// What the framework is started with.
+struct StartRequest
+{
+    std::string library;              ///< path of the framework library
+    std::vector<NamedLibrary> closed; ///< those that do not lie where the framework looks
+    std::string account;              ///< where it looks for the account library; empty when named
+    std::string settings;
+    bool isJoining = false; ///< takes a running framework whatever its settings are
+};
 
 /// The framework, which a process has once, shared by the environments of that process (the main
 /// thread and its workers) through counted shares. Holds nothing of JavaScript. Never destroyed,
@@ -20,18 +32,15 @@ class SharedFramework
 public:
     static SharedFramework &instance();
 
-    /// Takes a share; the first one loads the library and starts the framework.
+    /// Takes a share; the first one loads the library and starts the framework. The libraries of the
+    /// first start are those of the process: the log library stays loaded.
     ///
-    /// \param library   path of the framework library.
-    /// \param preloaded paths of libraries to load before the start, so that the framework finds
-    ///                  them by name wherever they lie.
-    /// \param settings  read only by the one who starts the framework.
-    /// \return "started", "joined" when it was running, or one of "load", "symbol", "preload",
-    ///         "other", "refused", each but the last followed by a space and the reason.
+    /// \return "started", "joined" when it was running, "settings" when it runs with other ones,
+    ///         "refused" by the account library, or one of "load", "symbol", "other", "closed",
+    ///         "account", "preload" and "name", followed by a space and the particulars.
     ///
     /// Thread: any but JavaScript, blocking.
-    std::string join(const std::string &library, const std::vector<std::string> &preloaded,
-                     const std::string &settings);
+    std::string join(const StartRequest &request);
 
     /// Returns a share; the last one stops the framework. Thread: any but JavaScript, blocking.
     void leave();
@@ -50,7 +59,10 @@ public:
     /// Null before the first join. Thread: any.
     zelectronframeworkspace::IElectronFramework *framework() const { return m_framework; }
 
-    PendingReplies &replies() { return m_replies; }
+    Replies &replies() { return m_replies; }
+
+    /// The framework library was loaded to be looked at, which leaves it loaded.
+    void noteInspection() { m_isInspected = true; }
 
     /// Null for an unknown type.
     TaskRelay *taskRelay(const std::string &typeName);
@@ -60,20 +72,25 @@ public:
 private:
     SharedFramework() = default;
     std::string load(const std::string &library);
-    std::string start(const std::vector<std::string> &preloaded, const std::string &settings);
+    std::string start(const StartRequest &request);
     void stop();
 
     std::mutex m_lifecycle; // held while the framework is loaded, started or stopped
     std::string m_library;
+    std::vector<NamedLibrary> m_closed; // of the first start
+    bool m_hasClosed = false;
+    std::string m_settings;
     bool m_isStarted = false;
     std::atomic<int> m_shares{0};
     std::atomic<zelectronframeworkspace::IElectronFramework *> m_framework{nullptr};
+
+    std::atomic<bool> m_isInspected{false};
 
     std::mutex m_changesMutex; // guards m_changes
     std::condition_variable m_changed;
     int m_changes = 0;
 
-    PendingReplies m_replies;
+    Replies m_replies;
     TaskRelay m_meetingData{"meetingDataChangeTask"};
     TaskRelay m_accountInfo{"accountInfoCollectTask"};
 };

@@ -5,19 +5,16 @@
 #include <array>
 #include <cstdint>
 #include <exception>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
 /// \file
-/// Between JavaScript values and those of C++. What is expected of a value was checked on the
-/// JavaScript side; anything else throws BadValue, which becomes a TypeError.
+/// Between JavaScript values and those of C++. Arguments were checked on the JavaScript side, so that
+/// whatever Node-API refuses here is a fault of the package or of the runtime.
 
-struct BadValue : std::runtime_error
-{
-    using std::runtime_error::runtime_error;
-};
+/// Every status of Node-API goes through here. Throws when it is not "ok".
+void check(napi_status status, const char *what);
 
 /// UTF-8; lone surrogates become replacement characters.
 std::string textFrom(napi_env env, napi_value value);
@@ -26,13 +23,17 @@ std::int64_t idFrom(napi_env env, napi_value value);
 bool flagFrom(napi_env env, napi_value value);
 bool isText(napi_env env, napi_value value);
 
+/// null for a text that is longer than JavaScript's longest, which a reply may be.
 napi_value valueOf(napi_env env, std::string_view text);
 napi_value valueOf(napi_env env, bool flag);
 napi_value valueOf(napi_env env, std::int64_t number);
 void setProperty(napi_env env, napi_value object, const char *name, napi_value value);
 
+/// Becomes an error with the code ZEF_INTERNAL, unless JavaScript has an exception pending.
+void throwToJavaScript(napi_env env, const char *what);
+
 /// The arguments of a call; missing ones are undefined.
-using Arguments = std::array<napi_value, 6>;
+using Arguments = std::array<napi_value, 7>;
 
 using Function = napi_value (*)(napi_env, const Arguments &);
 
@@ -43,14 +44,10 @@ napi_value callable(napi_env env, napi_callback_info info)
     try {
         Arguments arguments{};
         std::size_t count = arguments.size();
-        if (napi_get_cb_info(env, info, &count, arguments.data(), nullptr, nullptr) != napi_ok) {
-            return nullptr;
-        }
+        check(napi_get_cb_info(env, info, &count, arguments.data(), nullptr, nullptr), "arguments");
         return function(env, arguments);
-    } catch (const BadValue &failure) {
-        napi_throw_type_error(env, nullptr, failure.what());
     } catch (const std::exception &failure) {
-        napi_throw_error(env, nullptr, failure.what());
+        throwToJavaScript(env, failure.what());
     }
     return nullptr;
 }

@@ -1,7 +1,7 @@
 'use strict';
 
 const assert = require('node:assert/strict');
-const { on, once } = require('node:events');
+const { getEventListeners, on, once } = require('node:events');
 const { test } = require('node:test');
 const { ElectronFramework } = require('../index.cjs');
 const { events } = require('../lib/methods.cjs');
@@ -37,14 +37,14 @@ test('whoever listens before the start hears the first event', async (t) => {
   assert.deepEqual(await heard, []);
 });
 
-test('a burst of events leaves room for the rest of the program', async (t) => {
+test('a burst of messages leaves room for the rest of the program', async (t) => {
   const framework = await started(t);
   const count = 2000;
   let heard = 0;
-  framework.on(event, () => {
+  framework.onTask('meetingDataChangeTask', () => {
     heard += 1;
   });
-  standin.raise('userInfoChanged', count, 0);
+  for (let i = 0; i < count; i += 1) standin.sendMessage('{"msgType":"getMeetingStatus"}');
   const start = Date.now();
   while (Date.now() < start + (isEmulated ? 5000 : 200)); // all of them arrive meanwhile
   let most = 0;
@@ -56,36 +56,78 @@ test('a burst of events leaves room for the rest of the program', async (t) => {
   assert.ok(most < count / 4, `${most} in one turn of the event loop`);
 });
 
-test('off, once, signals and disposal end a subscription', async (t) => {
+test('events that nobody has taken yet are one, and so are as many messages as fit', async (t) => {
+  const framework = await started(t);
+  let heard = 0;
+  let messages = 0;
+  framework.on(event, () => {
+    heard += 1;
+  });
+  framework.onTask('accountInfoCollectTask', () => {
+    messages += 1;
+  });
+  const warned = once(process, 'warning');
+  standin.raise('userInfoChanged', 1000, 0);
+  const text = JSON.stringify({ text: 'x'.repeat(1e6) });
+  for (let i = 0; i < 100; i += 1) standin.collect(text);
+  const start = Date.now();
+  while (Date.now() < start + (isEmulated ? 20000 : 1000)); // nothing is taken meanwhile
+  const [warning] = await warned;
+  assert.equal(warning.code, 'ZEF_DROPPED');
+  await until(() => messages === 67, 'the messages that fit in 64 MB');
+  assert.match(warning.message, /^33 task messages/);
+  assert.equal(heard, 1);
+});
+
+test('off, once, signals and disposal end the one registration that they belong to', async (t) => {
   const framework = await started(t);
   const counts = {};
   const count = (name) => () => {
     counts[name] = (counts[name] ?? 0) + 1;
   };
   const controller = new AbortController();
-  const removed = count('removed');
+  const { signal } = controller;
+  const [removed, again] = [count('removed'), count('again')];
   framework.on(event, removed);
   framework.once(event, count('once'));
-  framework.on(event, count('signal'), { signal: controller.signal });
+  framework.on(event, count('signal'), { signal });
+  framework.once(event, count('onceSignal'), { signal });
   const subscription = framework.subscribe(event, count('disposed'));
   framework.subscribe(event, count('never'), { signal: AbortSignal.abort() });
+  framework.on(event, again, { signal });
+  framework.off(event, again);
+  framework.on(event, again);
   framework.on(event, count('always'));
-  standin.raise('userInfoChanged', 2, 0);
-  await until(() => counts.always === 2, 'two events');
+  for (const expected of [1, 2]) {
+    standin.raise('userInfoChanged', 1, 0);
+    await until(() => counts.always === expected, 'an event');
+  }
   framework.off(event, removed);
+  assert.equal(getEventListeners(signal, 'abort').length, 1); // off and once let go of theirs
   controller.abort();
   subscription.dispose();
   subscription.dispose();
   standin.raise('userInfoChanged', 1, 0);
   await until(() => counts.always === 3, 'a third event');
-  assert.deepEqual(counts, { removed: 2, once: 1, signal: 2, disposed: 2, always: 3 });
+  assert.deepEqual(counts, {
+    removed: 2,
+    once: 1,
+    signal: 2,
+    onceSignal: 1,
+    disposed: 2,
+    again: 3,
+    always: 3,
+  });
+  framework.on(event, removed, { signal: new AbortController().signal });
+  framework.removeAllListeners();
+  assert.deepEqual(framework.eventNames(), []);
 });
 
 test('events can be iterated over and end with their signal', async (t) => {
   const framework = await started(t);
   const controller = new AbortController();
   const iterator = on(framework.ref(), 'account.cookieUpdated', { signal: controller.signal });
-  standin.raise('cookieUpdated', 3, 0);
+  standin.raise('cookieUpdated', 1, 0);
   let seen = 0;
   await assert.rejects(
     async () => {
@@ -93,6 +135,7 @@ test('events can be iterated over and end with their signal', async (t) => {
         assert.deepEqual(values, []);
         seen += 1;
         if (seen === 3) controller.abort();
+        else standin.raise('cookieUpdated', 1, 0);
       }
     },
     { name: 'AbortError' },
@@ -101,24 +144,61 @@ test('events can be iterated over and end with their signal', async (t) => {
   assert.equal(framework.listenerCount('account.cookieUpdated'), 0);
 });
 
-test('subscriptions outlive close and init', async (t) => {
-  const framework = await started(t);
-  let heard = 0;
-  framework.on(event, () => {
-    heard += 1;
-  });
-  await framework.close();
-  await framework.init(settings());
-  standin.raise('userInfoChanged', 1, 0);
-  await until(() => heard === 1, 'an event of the second run');
+test('listeners may come before init and outlive close', async (t) => {
+  const office = { meeting: { meetingUrl: 'https://m.example.com/1', accessCode: '' } };
+  const framework = new ElectronFramework({ mock: true });
+  t.after(() => framework.close());
+  const heard = [];
+  framework.on(event, () => heard.push('event'));
+  framework.onTask('meetingDataChangeTask', ({ dataType }) => heard.push(dataType));
+  for (let round = 0; round < 2; round += 1) {
+    await framework.init(settings({ office }));
+    await until(() => heard.length === 1, 'the meeting that is on');
+    standin.raise('userInfoChanged', 1, 0);
+    await until(() => heard.length === 2, 'an event');
+    assert.deepEqual(heard.splice(0), ['enterMeeting', 'event']);
+    await framework.close();
+  }
 });
 
-test('unknown events are refused', async (t) => {
+test('close delivers nothing more, however much is waiting', async (t) => {
+  const framework = await started(t);
+  let heard = 0;
+  const slow = () => {
+    heard += 1;
+    const end = performance.now() + 1;
+    while (performance.now() < end);
+  };
+  for (const name of events) framework.on(name, slow);
+  framework.onTask('meetingDataChangeTask', slow);
+  for (const name of events) standin.raise(signalOf(name), 20000, 0);
+  for (let i = 0; i < 20000; i += 1) standin.sendMessage('{"msgType":"getMeetingStatus"}');
+  await until(() => heard > 10, 'some of them');
+  const start = Date.now();
+  const closed = framework.close();
+  const before = heard;
+  await closed;
+  const milliseconds = Date.now() - start;
+  assert.equal(heard, before);
+  t.diagnostic(`closed in ${milliseconds} ms`);
+  assert.ok(milliseconds < 1000 || isEmulated, `${milliseconds} ms`);
+});
+
+test('wrong events, listeners and options are refused', async (t) => {
   const framework = await started(t);
   for (const name of ['userInfoChanged', 'account.nothing', '', Symbol('x'), undefined]) {
     assert.throws(() => framework.on(name, () => {}), failure('ZEF_UNKNOWN_EVENT'));
     assert.throws(() => framework.once(name, () => {}), failure('ZEF_UNKNOWN_EVENT'));
   }
+  for (const operation of ['on', 'once', 'subscribe', 'prependListener', 'onTask']) {
+    const name = operation === 'onTask' ? 'meetingDataChangeTask' : event;
+    for (const args of [[], ['text'], [() => {}, { signal: new AbortController() }]]) {
+      if (operation === 'prependListener' && args.length > 1) continue;
+      assert.throws(() => framework[operation](name, ...args), failure('ZEF_BAD_ARGUMENT'));
+    }
+  }
+  assert.throws(() => framework.onTask('noTask', () => {}), failure('ZEF_UNKNOWN_TASK'));
+  assert.deepEqual(framework.eventNames(), []);
 });
 
 test('meeting messages and collected records reach their tasks', async (t) => {
@@ -153,16 +233,34 @@ test('meeting messages and collected records reach their tasks', async (t) => {
   assert.equal(messages.length, 3);
 });
 
-test('a refused task and an unknown one throw', async (t) => {
+test('task messages can be iterated over', async (t) => {
+  const framework = await started(t);
+  framework.ref();
+  const seen = [];
+  const messages = framework.tasks('accountInfoCollectTask');
+  for (let n = 0; n < 3; n += 1) standin.collect(JSON.stringify({ n })); // none is lost meanwhile
+  for await (const { n } of messages) {
+    seen.push(n);
+    if (n === 2) break;
+  }
+  assert.deepEqual(seen, [0, 1, 2]);
+  const controller = new AbortController();
+  const ended = framework.tasks('accountInfoCollectTask', controller).next();
+  controller.abort();
+  await assert.rejects(ended, { name: 'AbortError' });
+});
+
+test('a task that the account library refuses is refused, also at init', async (t) => {
   const framework = await started(t);
   standin.script('registerCollectCallback', '{"refuse":true}');
   t.after(() => standin.script('registerCollectCallback', '{}'));
-  assert.throws(
-    () => framework.onTask('accountInfoCollectTask', () => {}),
-    failure('ZEF_TASK_REFUSED'),
-  );
-  assert.throws(() => framework.onTask('noTask', () => {}), failure('ZEF_UNKNOWN_TASK'));
-  assert.throws(() => framework.onTask('meetingDataChangeTask'), failure('ZEF_BAD_ARGUMENT'));
+  const listen = () => framework.onTask('accountInfoCollectTask', () => {});
+  assert.throws(listen, failure('ZEF_TASK_REFUSED'));
+  await framework.close();
+  const task = listen();
+  await assert.rejects(framework.init(settings()), failure('ZEF_TASK_REFUSED'));
+  task.dispose();
+  await framework.init(settings());
   standin.script('registerCollectCallback', '{}');
-  framework.onTask('accountInfoCollectTask', () => {}).dispose();
+  listen();
 });

@@ -1,18 +1,31 @@
 'use strict';
 
 const assert = require('node:assert/strict');
+const fs = require('node:fs');
+const path = require('node:path');
 const { test } = require('node:test');
 const { monitorEventLoopDelay } = require('node:perf_hooks');
 const { Worker } = require('node:worker_threads');
 const { ElectronFramework } = require('../index.cjs');
-const { native } = require('../lib/native.cjs');
-const { standin, settings, started, until, failure, isEmulated } = require('./support.cjs');
+const { mockLibraries, native } = require('../lib/native.cjs');
+const {
+  standin,
+  settings,
+  started,
+  until,
+  failure,
+  isEmulated,
+  scratch,
+} = require('./support.cjs');
 
 test('init and close may be repeated, overlapped and called in any order', async () => {
   const framework = new ElectronFramework({ mock: true });
   await framework.close();
   for (let round = 0; round < 5; round += 1) {
-    const [first, second] = await Promise.all([framework.init(settings()), framework.init({})]);
+    const [first, second] = await Promise.all([
+      framework.init(settings()),
+      framework.init(settings()),
+    ]);
     assert.equal(first, framework);
     assert.equal(second, framework);
     assert.equal(native().state().shares, 1);
@@ -72,19 +85,76 @@ test('a start that the account library refuses can be tried again', async (t) =>
   assert.ok(framework.callSync('utils.getLogPath').path);
 });
 
-test('two objects share the framework until the last one closes', async (t) => {
+/** The package loaded anew, as a bundle or a test runner's registry has it. */
+function otherCopy(folder = path.join(__dirname, '..')) {
+  for (const file of Object.keys(require.cache)) {
+    if (file.startsWith(folder) && !file.includes('/test/')) delete require.cache[file];
+  }
+  return require(folder);
+}
+
+test('objects of every loaded copy share the framework until the last one closes', async (t) => {
   const first = await started(t);
-  const second = await started(t);
-  let heard = 0;
-  second.on('account.userInfoChanged', () => {
-    heard += 1;
+  const copy = otherCopy();
+  assert.notEqual(copy.ElectronFramework, ElectronFramework);
+  const second = new copy.ElectronFramework({ mock: true });
+  t.after(() => second.close());
+  await second.init(settings());
+  const heard = [0, 0];
+  [first, second].forEach((framework, index) => {
+    framework.on('account.userInfoChanged', () => {
+      heard[index] += 1;
+    });
   });
   assert.equal(native().state().shares, 2);
+  const calls = [first, second].flatMap((framework) =>
+    Array.from({ length: 50 }, (_, n) =>
+      framework.call('accessbase.getDeviceHeader', { deviceCode: { n } }, { timeout: 5000 }),
+    ),
+  );
+  const headers = await Promise.all(calls);
+  const order = headers.map(({ data }) => Number(data.n));
+  assert.deepEqual(
+    order,
+    [...Array(100).keys()].map((index) => index % 50),
+  );
+  standin.raise('userInfoChanged', 1, 0);
+  await until(() => heard.join() === '1,1', 'the event in both');
   await first.close();
   standin.raise('userInfoChanged', 1, 0);
-  await until(() => heard === 1, 'an event after the first one closed');
+  await until(() => heard.join() === '1,2', 'an event after the first one closed');
   assert.ok(await second.call('utils.getLogPath'));
   await assert.rejects(first.call('utils.getLogPath'), failure('ZEF_NOT_RUNNING'));
+});
+
+test('what cannot be shared is refused', async (t) => {
+  const running = await started(t);
+  const init = (options, ...args) => new ElectronFramework(options).init(...args);
+  const other = settings({ accounts: [] });
+  const mock = { mock: true };
+  await assert.rejects(init(mock, other), failure('ZEF_OTHER_SETTINGS'));
+  await assert.rejects(running.init(other), failure('ZEF_OTHER_SETTINGS'));
+  await running.init(other, { join: true });
+  await (await init(mock, other, { join: true })).close();
+  await assert.rejects(init(mock, other, { join: 1 }), failure('ZEF_BAD_ARGUMENT'));
+
+  const [log, , account] = mockLibraries().map(({ file }) => file);
+  const others = [{}, { accountLibrary: account }, { accountLibrary: account, logLibrary: log }];
+  const refuseOthers = async () => {
+    for (const options of others) {
+      await assert.rejects(init(options, settings()), failure('ZEF_OTHER_LIBRARY'));
+    }
+  };
+  await refuseOthers();
+  await running.close();
+  await refuseOthers(); // the log library stays loaded
+
+  const installed = path.join(scratch, 'installed');
+  for (const part of ['index.cjs', 'package.json', 'lib', 'mock', 'prebuilds']) {
+    fs.cpSync(path.join(__dirname, '..', part), path.join(installed, part), { recursive: true });
+  }
+  const second = new (otherCopy(installed).ElectronFramework)(mock);
+  await assert.rejects(second.init(settings()), { code: 'ZEF_OTHER_LIBRARY' });
 });
 
 test('what a listener throws is an uncaught exception and stops nothing', async (t) => {
@@ -101,8 +171,10 @@ test('what a listener throws is an uncaught exception and stops nothing', async 
   framework.on('account.userInfoChanged', () => {
     throw new Error('from a listener');
   });
-  standin.raise('userInfoChanged', 2, 0);
-  await until(() => errors.length === 2, 'both exceptions');
+  for (const count of [1, 2]) {
+    standin.raise('userInfoChanged', 1, 0);
+    await until(() => errors.length === count, 'an exception');
+  }
   assert.deepEqual(errors, ['from a listener', 'from a listener']);
 });
 
@@ -129,9 +201,9 @@ test('workers share the framework and may be terminated', async (t) => {
   });
   await until(() => heard.every((count) => count >= 1), 'both workers have started');
   assert.equal(native().state().shares, 3);
-  standin.raise('userInfoChanged', 50, 0);
+  standin.raise('userInfoChanged', 1, 0);
   standin.sendMessage('{"msgType":"getMeetingStatus"}');
-  await until(() => heard.every((count) => count >= 52), 'events and the message in both');
+  await until(() => heard.every((count) => count === 3), 'the event and the message in both');
   await workers[0].terminate();
   await until(() => native().state().shares === 2, 'the share of a worker that was terminated');
   workers[1].postMessage('close');

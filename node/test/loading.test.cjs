@@ -1,20 +1,21 @@
 'use strict';
 
 const assert = require('node:assert/strict');
+const { spawnSync } = require('node:child_process');
 const fs = require('node:fs');
 const path = require('node:path');
 const { after, test } = require('node:test');
 const { ElectronFramework, diagnose } = require('../index.cjs');
 const { platform } = require('../lib/native.cjs');
-const { settings, scratch, failure } = require('./support.cjs');
+const { settings, scratch, failure, nodeProgram } = require('./support.cjs');
 
 const packageFolder = path.join(__dirname, '..');
 const library = path.join(packageFolder, 'prebuilds', platform, 'libzelectronframework.so');
 const mock = (name) => path.join(packageFolder, 'mock', platform, name);
 
-/** A copy of the library in which one text, or the processor in its header, is another. */
-function altered(name, change) {
-  const bytes = fs.readFileSync(library);
+/** A copy of a library in which one text, or the processor in its header, is another. */
+function altered(name, change, original = library) {
+  const bytes = fs.readFileSync(original);
   change(bytes);
   const file = path.join(scratch, name);
   fs.writeFileSync(file, bytes);
@@ -78,14 +79,28 @@ for (const [what, file, code, remedy] of cases) {
   });
 }
 
-test('the account library is missing, broken, named, or replaced by the mock', async () => {
+test('the account library is missing, broken, misnamed, named, or replaced by the mock', async () => {
   const init = (options) => new ElectronFramework(options).init(settings());
+  const program = `
+    const { ElectronFramework } = require(${JSON.stringify(packageFolder)});
+    new ElectronFramework().init(${JSON.stringify(settings())}).catch((error) => console.log(error.code));`;
+  const { stdout, stderr } = spawnSync(nodeProgram, ['-e', program], { encoding: 'utf8' });
+  assert.deepEqual([stdout, stderr], ['ZEF_ACCOUNT_LIBRARY_MISSING\n', '']);
   await assert.rejects(init({}), failure('ZEF_ACCOUNT_LIBRARY_MISSING'));
-  const accountLibrary = altered('libzaccountlite.so', otherMachine);
-  await assert.rejects(init({ accountLibrary }), failure('ZEF_ARCHITECTURE'));
+
+  const broken = altered('libzaccountlite.so', otherMachine);
+  await assert.rejects(init({ accountLibrary: broken }), failure('ZEF_ARCHITECTURE'));
+  const rename = replaceAll('libzaccountlite.so', 'libzaccountelse.so');
+  const misnamed = altered('renamed.so', rename, mock('libzaccountlite.so'));
+  await assert.rejects(init({ accountLibrary: misnamed }), (error) => {
+    assert.equal(error.code, 'ZEF_LIBRARY_NAME');
+    assert.match(error.remedy, /libzaccountlite\.so/);
+    return true;
+  });
+  const accountLibrary = mock('libzaccountlite.so');
   await assert.rejects(init({ mock: true, accountLibrary }), failure('ZEF_BAD_ARGUMENT'));
 
-  const named = await init({ accountLibrary: mock('libzaccountlite.so') });
+  const named = await init({ accountLibrary });
   assert.throws(() => named.callSync('utils.getLogPath'), failure('ZEF_REPLY_FAIL'));
   const elsewhere = altered('copy.so', () => {});
   await assert.rejects(init({ mock: true, libraryPath: elsewhere }), failure('ZEF_OTHER_LIBRARY'));

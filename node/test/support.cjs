@@ -30,8 +30,8 @@ function settings(standinSettings) {
 }
 
 /** A started framework with the mock, closed when the test ends. */
-async function started(t, standinSettings) {
-  const framework = new ElectronFramework({ mock: true });
+async function started(t, standinSettings, options) {
+  const framework = new ElectronFramework({ mock: true, ...options });
   t.after(() => framework.close());
   await framework.init(settings(standinSettings));
   return framework;

@@ -4,6 +4,7 @@
 
 #include <node_api.h>
 
+#include <atomic>
 #include <chrono>
 #include <string>
 #include <thread>
@@ -92,6 +93,8 @@ napi_value noCost(napi_env env, napi_callback_info)
     return number(env, 0);
 }
 
+std::atomic<int> storms{0};
+
 // raise(signal, count, pauseEvery): raises events from a thread of its own, on a library thread
 napi_value raise(napi_env env, napi_callback_info info)
 {
@@ -105,17 +108,25 @@ napi_value raise(napi_env env, napi_callback_info info)
         return number(env, 0);
     }
     account->setRecording(false);
+    ++storms;
     std::thread([account, signal = text(env, arguments.values[0]), count, pauseEvery] {
         for (std::int64_t i = 1; i <= count; ++i) {
             if (!account->raiseSignal(signal, Thread::library)) {
-                return;
+                break;
             }
             if (pauseEvery > 0 && i % pauseEvery == 0) {
                 std::this_thread::sleep_for(std::chrono::milliseconds(1));
             }
         }
+        --storms;
     }).detach();
     return number(env, 1);
+}
+
+// storms() -> how many raise() are still raising
+napi_value storming(napi_env env, napi_callback_info)
+{
+    return number(env, storms);
 }
 
 // sendMessage(json) -> how many handlers it was queued for
@@ -187,7 +198,8 @@ NAPI_MODULE_INIT()
         napi_callback function;
     } functions[] = {{"empty", empty}, {"script", script},           {"noCost", noCost},
                      {"raise", raise}, {"sendMessage", sendMessage}, {"collect", collect},
-                     {"held", held},   {"releaseAll", releaseAll},   {"bareCall", bareCall}};
+                     {"held", held},   {"releaseAll", releaseAll},   {"bareCall", bareCall},
+                     {"storms", storming}};
     for (const auto &entry : functions) {
         napi_value value = nullptr;
         napi_create_function(env, entry.name, NAPI_AUTO_LENGTH, entry.function, nullptr, &value);

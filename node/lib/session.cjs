@@ -1,0 +1,122 @@
+'use strict';
+
+const { setImmediate } = require('node:timers'); // not one that a test has replaced
+const { lateReplies } = require('./channels.cjs');
+const { FrameworkError } = require('./errors.cjs');
+const { native } = require('./native.cjs');
+
+function warnOfDropped(count) {
+  const message = `${count} task messages were dropped: more than 64 MB of them were waiting`;
+  process.emitWarning(message, { code: 'ZEF_DROPPED' });
+}
+
+/** What a listener throws goes to 'uncaughtException', as from any callback, and stops nothing. */
+function run(listener, value) {
+  try {
+    listener(value);
+  } catch (error) {
+    process.nextTick(() => {
+      throw error;
+    });
+  }
+}
+
+/** One run of a framework object at the addon: where its deliveries arrive, by their ids. */
+class Session {
+  #id;
+  // id -> function. Not a Map: under many short-lived entries the tables that it has outgrown keep
+  // each other alive, and garbage collections of less than a millisecond take ten and more.
+  #receivers = Object.create(null);
+  #holders = 0;
+  #isSilent = false;
+  #isOpen = true;
+
+  constructor() {
+    this.#id = native().open(this.#collect);
+  }
+
+  get id() {
+    return this.#id;
+  }
+
+  /** \returns the id under which the addon delivers to `receiver`. */
+  receive(receiver, id = native().newId()) {
+    this.#receivers[id] = receiver;
+    return id;
+  }
+
+  forget(id) {
+    delete this.#receivers[id];
+  }
+
+  /** The event loop goes on while there is a hold that was not let go. */
+  hold() {
+    this.#holders += 1;
+    if (this.#holders === 1 && this.#isOpen) native().keepAlive(this.#id, true);
+  }
+
+  letGo() {
+    this.#holders -= 1;
+    if (this.#holders === 0 && this.#isOpen) native().keepAlive(this.#id, false);
+  }
+
+  /** \returns the outcome in the addon's words. */
+  start({ library, account, closed }, settings, isJoining, events, tasks) {
+    const files = closed.flatMap(({ name, file }) => [name, file]);
+    const list = (names) => [...names].flatMap(([name, id]) => [String(id), name]);
+    return this.#outcome(() => {
+      const texts = [library, account, settings];
+      native().start(this.#id, texts, files, isJoining, list(events), list(tasks));
+      return true;
+    });
+  }
+
+  /** Nothing is delivered from here on; ends what start() began. */
+  async stop() {
+    this.#isSilent = true;
+    await this.#outcome(() => native().stop(this.#id));
+    this.close();
+  }
+
+  close() {
+    this.#isOpen = false;
+    native().close(this.#id);
+  }
+
+  #outcome(begin) {
+    this.hold();
+    return new Promise((resolve) => {
+      this.receive(resolve, this.#id);
+      if (!begin()) resolve();
+    }).finally(() => this.letGo());
+  }
+
+  /**
+   * Hands on what has arrived. Much of it takes several turns of the event loop, so that timers and
+   * everything else have their turn between.
+   */
+  #collect = () => {
+    if (!this.#isOpen) return;
+    const mail = native().take(this.#id);
+    if (mail.length === 0) return;
+    setImmediate(this.#collect);
+    for (let i = 0; i < mail.length; i += 2) this.#deliver(mail[i], mail[i + 1]);
+  };
+
+  #deliver(id, text) {
+    const receiver = this.#receivers[id];
+    if (this.#isSilent && id !== this.#id) return;
+    if (receiver) run(receiver, text);
+    else if (id === 0) warnOfDropped(text);
+    // An answer whose call has ended. Events have no text.
+    else if (text !== '' && lateReplies.hasSubscribers) lateReplies.publish({ id, reply: text });
+  }
+}
+
+/** What went wrong, as an error of ours. */
+function asFrameworkError(error) {
+  if (error instanceof FrameworkError) return error;
+  return new FrameworkError('ZEF_INTERNAL', error.message, { cause: error });
+}
+
+module.exports = { Session, run, asFrameworkError };
