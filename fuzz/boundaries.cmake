@@ -15,8 +15,9 @@ foreach(target fuzz_boundary fuzz_officemessages)
 endforeach()
 
 # The random driver of the stress tests, with its choices made by the fuzzer.
-foreach(source callbacks client requests run traffic verdict)
-    target_sources(fuzz_boundary PRIVATE ${PROJECT_SOURCE_DIR}/tests/stress/${source}.cpp)
+foreach(source stress/callbacks stress/client stress/run stress/traffic stress/verdict
+        support/interface)
+    target_sources(fuzz_boundary PRIVATE ${PROJECT_SOURCE_DIR}/tests/${source}.cpp)
 endforeach()
 target_compile_definitions(fuzz_boundary PRIVATE ZEF_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
 

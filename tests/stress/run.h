@@ -1,6 +1,6 @@
 #pragma once
 
-#include "stress/requests.h"
+#include "support/interface.h"
 #include "support/loadedlibrary.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include "stress/requests.h"
+#include "support/interface.h"
 
 #include <QFile>
 #include <QJsonArray>
