@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# node/build.sh [--native | --pack]: builds, tests and packs the npm package; ./dev node calls it.
+# node/build.sh [--native | --pack | --fill]: builds, tests and packs the npm package; ./dev node calls it.
 #
 # With --native the other architecture is left out, and so are the other versions of Node.js. With
-# --pack nothing is tested: that is the part of ./dev package. The long forms of the tests run when
+# --pack nothing is tested: that is the part of ./dev package. --fill only fills the package's folders
+# for this machine, so that it can be used from here. The long forms of the tests run when
 # ZEF_LONG is set. Versions of Node.js are kept in the cache folder of the user.
 set -euo pipefail
 shopt -s inherit_errexit
@@ -128,13 +129,14 @@ pack() {
 }
 
 mode=${1:-}
-[[ -z $mode || $mode == --native || $mode == --pack ]] || die "the npm package knows no option '$mode'"
+[[ $mode =~ ^(--native|--pack|--fill)?$ ]] || die "the npm package knows no option '$mode'"
 [[ -n $(command -v node) && -n $(command -v npm) ]] || need nodejs npm
-[[ $mode == --pack ]] || need chromium
+[[ $mode =~ ^(--pack|--fill)$ ]] || need chromium
 mkdir -p build/log build/package
 (cd node && quietly "Fetching the npm packages" npm ci --ignore-scripts)
 rm -rf node/prebuilds node/mock
 fill release
+[[ $mode != --fill ]] || exit 0
 if [[ $mode != --native ]]; then
     need_arm64
     fill arm64

@@ -1,0 +1,454 @@
+'use strict';
+
+const fs = require('node:fs');
+const path = require('node:path');
+const { execFile } = require('node:child_process');
+const { setImmediate: turn } = require('node:timers/promises');
+const { isMainThread } = require('node:worker_threads');
+const { mock } = require('zelectronframework');
+const { description, eventNames, taskNames } = require('./description.cjs');
+const { HeadStream, headOf } = require('./heads.cjs');
+const { Measures } = require('./measures.cjs');
+const { MockLog } = require('./mocklog.cjs');
+const { recordingText } = require('./recording.cjs');
+const { Secrets } = require('./secrets.cjs');
+const { Refusal, Server } = require('./server.cjs');
+const { Store } = require('./store.cjs');
+const { Watch } = require('./watch.cjs');
+
+const version = require('zelectronframework/package.json').version;
+const entriesInATurn = 200;
+const mostFound = 5000;
+const mostHeads = 5000;
+const program = path.join(__dirname, '../bin/inspector.cjs');
+const replayLimit = 120_000;
+
+const number = (text, otherwise) => (/^\d{1,15}$/.test(text ?? '') ? Number(text) : otherwise);
+
+/** One window on the frameworks of this thread: what it keeps, and what its page may ask. */
+class Inspector {
+  #framework;
+  #options;
+  #secrets = new Secrets();
+  #learned = 0; // entries before this one gave their secrets
+  #store;
+  #watch;
+  #measures;
+  #server;
+  #streams = new Set();
+  #log;
+  #runs = new Map(); // id that the page gave -> AbortController
+  #subscriptions = new Map();
+  #recording; // { from, started, header } while one is made
+  #plans = new Map(); // what the mock is to do later: id -> { at, command, timer }
+  #lastPlan = 0;
+  #unfollow;
+
+  constructor(framework, options = {}) {
+    this.#framework = framework;
+    this.#options = options;
+    this.#store = new Store({
+      bytes: options.memoryBytes,
+      onLoss: (entry) => this.#secrets.learn(entry),
+    });
+    this.#watch = new Watch(this.#store, { where: options.where });
+    this.#measures = new Measures(this.#store);
+    const api = {
+      reads: this.#reads(),
+      actions: this.#actions(),
+      stream: (to) => this.#stream(to),
+    };
+    this.#server = new Server(api);
+    if (!isMainThread) this.#note('attached in a worker: calls of other threads are not seen here');
+    this.#followLog();
+  }
+
+  async listen(port) {
+    this.url = await this.#server.listen(port);
+    return this;
+  }
+
+  close() {
+    this.#unfollow();
+    this.#watch.stop();
+    this.#measures.stop();
+    this.#log?.stop();
+    for (const { timer } of this.#plans.values()) clearTimeout(timer);
+    for (const stream of this.#streams) stream.close();
+    for (const subscription of this.#subscriptions.values()) subscription.dispose();
+    this.#server.close();
+  }
+
+  #note(text) {
+    this.#store.add({ kind: 'note', name: 'inspector', text });
+  }
+
+  // Log lines are there where the log library is the mock, once something runs.
+  #followLog() {
+    const look = () => {
+      if (this.#log || !this.#framework.running || !mockState()) return;
+      const { path: folder } = this.#watch.muted(() =>
+        this.#framework.callSync('utils.getLogPath'),
+      );
+      this.#log = new MockLog(folder, this.#store.startedAt, (line) => {
+        const { time, level, thread, module, message } = line;
+        const t = time - this.#store.startedAt;
+        // Lines of the framework begin with the name of one of its functions, never with a value.
+        const [word] = module === 'zelectronframework' ? (/^[A-Za-z]+/.exec(message) ?? []) : [];
+        const name = word === undefined ? module : `${module} ${word}`;
+        this.#store.add({
+          t,
+          kind: 'log',
+          name,
+          outcome: level.toLowerCase(),
+          thread,
+          text: message,
+        });
+      });
+    };
+    this.#unfollow = this.#store.onChange((entry) => {
+      if (entry.name === 'init' && entry.outcome === 'ok') setImmediate(look);
+    });
+    look();
+  }
+
+  // ---- what leaves the process
+
+  /** Reads the secrets of all entries that there are, so that they are masked in all others. */
+  async #learnAll() {
+    while (this.#learned < this.#store.next) {
+      const end = Math.min(this.#learned + entriesInATurn, this.#store.next);
+      for (; this.#learned < end; this.#learned += 1) {
+        const entry = this.#store.get(this.#learned);
+        if (entry?.outcome === 'open') this.#open.add(entry);
+        if (entry) this.#secrets.learn(entry);
+      }
+      await turn();
+    }
+    for (const entry of this.#open) {
+      if (entry.outcome === 'open') continue;
+      this.#secrets.learn(entry); // its reply has come meanwhile
+      this.#open.delete(entry);
+    }
+  }
+  #open = new Set(); // calls that were open when they were read
+
+  #shown(entry) {
+    const { where, isMeasured: _, ...masked } = this.#secrets.masked(entry);
+    const frames = where?.stack
+      ?.split('\n')
+      .slice(1)
+      .map((frame) => frame.trim());
+    return { ...masked, where: frames };
+  }
+
+  async #entry({ seq }) {
+    await this.#learnAll();
+    const entry = this.#store.get(number(seq, -1));
+    if (!entry) throw new Refusal(404, 'this entry has fallen out');
+    return this.#shown(entry);
+  }
+
+  #heads({ from, to }) {
+    const first = Math.max(this.#store.first, number(from, 0));
+    const end = Math.min(this.#store.next, number(to, this.#store.next), first + mostHeads);
+    const heads = [];
+    for (let seq = first; seq < end; ++seq) heads.push(headOf(this.#store.get(seq)));
+    return { first: this.#store.first, next: this.#store.next, heads };
+  }
+
+  /** In masked texts only: a search must not tell whether a secret has a certain value. */
+  async #search({ q = '' }) {
+    await this.#learnAll();
+    const wanted = q.toLowerCase();
+    const found = [];
+    const holds = (entry) =>
+      [entry.name, entry.params, entry.reply, entry.error, entry.text].some((text) =>
+        text?.toLowerCase().includes(wanted),
+      );
+    const isPlaceholder = wanted.includes('{{');
+    for (let seq = this.#store.first; seq < this.#store.next && found.length < mostFound; ++seq) {
+      if (seq % entriesInATurn === 0) await turn();
+      const entry = this.#store.get(seq);
+      if (entry && (isPlaceholder || holds(entry)) && holds(this.#secrets.masked(entry)))
+        found.push(seq);
+    }
+    return { found, isAll: found.length < mostFound };
+  }
+
+  #reveal({ value }) {
+    const secret = this.#secrets.reveal(value);
+    if (secret === undefined) throw new Refusal(404, 'not known any more');
+    return { value: secret };
+  }
+
+  #state() {
+    return {
+      description,
+      version,
+      running: this.#framework.running,
+      isReadOnly: Boolean(this.#options.readOnly),
+      isMock: mockState() !== undefined,
+      isRecording: this.#recording !== undefined,
+      hasFolder: this.#options.recordings !== undefined,
+      subscribed: [...this.#subscriptions.keys()],
+      process: `${process.title} ${process.pid}`,
+    };
+  }
+
+  #stream(response) {
+    const stream = new HeadStream(this.#store, response, this.#state());
+    this.#streams.add(stream);
+    response.on('close', () => this.#streams.delete(stream));
+  }
+
+  #tell(message) {
+    for (const stream of this.#streams) stream.send(message);
+  }
+
+  // ---- calls and subscriptions
+
+  async #run({ run, method, params, mode, timeout }) {
+    const abort = new AbortController();
+    const seq = this.#store.next;
+    const options = { raw: true, signal: abort.signal, timeout };
+    this.#runs.set(run, abort);
+    try {
+      if (mode === 'sync') this.#framework.callSync(method, params, options);
+      else await this.#framework.call(method, params, options);
+    } catch (error) {
+      if (!this.#store.get(seq)) throw error;
+    } finally {
+      this.#runs.delete(run);
+    }
+    return { seq };
+  }
+
+  #abort({ run }) {
+    this.#runs.get(run)?.abort();
+  }
+
+  #subscribe({ event, task, on }) {
+    const name = event ?? task;
+    const nothing = () => {};
+    if (!on) {
+      this.#subscriptions.get(name)?.dispose();
+      this.#subscriptions.delete(name);
+    } else if (!this.#subscriptions.has(name)) {
+      const subscription =
+        event === undefined
+          ? this.#framework.onTask(task, nothing)
+          : this.#framework.subscribe(event, nothing);
+      this.#subscriptions.set(name, subscription);
+    }
+    return { subscribed: [...this.#subscriptions.keys()] };
+  }
+
+  /** Hears all there is, as a program does that has nobody else to listen. */
+  subscribeAll() {
+    for (const event of eventNames) this.#subscribe({ event, on: true });
+    for (const task of taskNames) this.#subscribe({ task, on: true });
+  }
+
+  // ---- the mock
+
+  #mockState() {
+    const state = mockState();
+    if (!state) throw new Refusal(409, 'the account library is not the mock');
+    const plans = [...this.#plans].map(([id, { at, command }]) => ({
+      id,
+      in: at - Date.now(),
+      command,
+    }));
+    return { state: this.#secrets.state(state), plans };
+  }
+
+  #mock({ command, afterMs = 0 }) {
+    if (!(afterMs > 0)) this.#carryOut(command);
+    else {
+      const id = ++this.#lastPlan;
+      const timer = setTimeout(() => {
+        this.#plans.delete(id);
+        try {
+          this.#carryOut(command);
+        } catch (error) {
+          this.#note(error.message);
+        }
+      }, afterMs).unref();
+      this.#plans.set(id, { at: Date.now() + afterMs, command, timer });
+    }
+    return this.#mockState();
+  }
+
+  #carryOut(command) {
+    const known = this.#withSecrets(command);
+    mock(known);
+    const name = Object.keys(command).join(', ');
+    this.#store.add({ kind: 'mock', name, text: JSON.stringify(known) });
+  }
+
+  #cancelPlan({ id }) {
+    clearTimeout(this.#plans.get(id)?.timer);
+    this.#plans.delete(id);
+    return this.#mockState();
+  }
+
+  /** The page was given placeholders; what it sends back means the secrets. */
+  #withSecrets(value) {
+    return JSON.parse(JSON.stringify(value), (_, each) =>
+      typeof each === 'string' ? this.#secrets.revealed(each) : each,
+    );
+  }
+
+  // ---- recordings
+
+  #startRecording() {
+    const state = mockState();
+    const header = {
+      framework: version,
+      libraries: state ? 'mock' : 'real',
+      settings: { ...defaultSettings, ...this.#options.settings },
+    };
+    const isWhole = !this.#framework.running;
+    header.began = isWhole ? 'before init' : 'running';
+    if (state && !isWhole) header.settings.standin = seedOf(state, header.settings.standin);
+    this.#recording = { from: this.#store.next, started: this.#store.now(), header, isWhole };
+    this.#tell({ recording: true });
+  }
+
+  async #stopRecording({ masked = true, name, from }) {
+    const recording = this.#recording ?? { from: 0, started: 0 };
+    const { header, isWhole } = recording;
+    if (!header) throw new Refusal(409, 'nothing is recorded');
+    const to = this.#store.next;
+    this.#recording = undefined;
+    this.#tell({ recording: false });
+    await this.#learnAll();
+    const settings = this.#settingsOf(header, isWhole, recording.from, to);
+    const text = await recordingText({
+      from: from ?? recording.from,
+      to,
+      started: recording.started,
+      header: { ...header, masked, settings: masked ? this.#secrets.state(settings) : settings },
+      entryOf: (seq) => {
+        const entry = this.#store.get(seq);
+        return entry && masked ? this.#secrets.masked(entry) : entry;
+      },
+    });
+    return { text, file: name === undefined ? undefined : this.#save(name, text) };
+  }
+
+  /** Where init is part of the recording, its settings are the ones to start with. */
+  #settingsOf(header, isWhole, from, to) {
+    for (let seq = from; isWhole && seq < to; ++seq) {
+      const entry = this.#store.get(seq);
+      if (entry?.name === 'init' && !entry.cut) return JSON.parse(entry.params);
+    }
+    return header.settings;
+  }
+
+  #save(name, text) {
+    const { recordings } = this.#options;
+    if (recordings === undefined) throw new Refusal(409, 'started without a folder for recordings');
+    if (!/^[\w-][\w.-]{0,99}$/.test(name)) throw new Refusal(400, 'not a name for a file');
+    const file = path.join(recordings, name.endsWith('.jsonl') ? name : `${name}.jsonl`);
+    try {
+      fs.writeFileSync(file, text, { flag: 'wx', mode: 0o600 }); // follows no link
+    } catch (error) {
+      throw new Refusal(409, error.code === 'EEXIST' ? `${name} exists already` : error.message);
+    }
+    return file;
+  }
+
+  /** In a process of its own: the mock is one for a process, and this one's is in use. */
+  #replay({ text }) {
+    return new Promise((resolve, reject) => {
+      const child = execFile(
+        process.execPath,
+        [program, 'replay', '--json', '-'],
+        {
+          timeout: replayLimit,
+          maxBuffer: 64 * 2 ** 20,
+          env: { ...process.env, ELECTRON_RUN_AS_NODE: '1' },
+        },
+        (error, output, errors) => {
+          try {
+            resolve(JSON.parse(output));
+          } catch {
+            reject(new Refusal(422, errors.trim() || error?.message || 'the replay did not end'));
+          }
+        },
+      );
+      child.stdin.on('error', () => {}); // it ended before it had read everything
+      child.stdin.end(String(text));
+    });
+  }
+
+  // ---- what the page may ask
+
+  #reads() {
+    return new Map([
+      ['/api/entry', (query) => this.#entry(query)],
+      ['/api/heads', (query) => this.#heads(query)],
+      ['/api/search', (query) => this.#search(query)],
+      ['/api/measures', ({ since }) => this.#measures.read(number(since, -1))],
+      ['/api/mock', () => this.#mockState()],
+    ]);
+  }
+
+  #actions() {
+    const actions = new Map([
+      ['/api/reveal', (body) => this.#reveal(body)],
+      ['/api/replay', (body) => this.#replay(body)],
+    ]);
+    const changing = {
+      run: (body) =>
+        this.#run({ ...body, params: this.#withSecrets(body.params ?? null) ?? undefined }),
+      abort: (body) => this.#abort(body),
+      subscribe: (body) => this.#subscribe(body),
+      mock: (body) => this.#mock(body),
+      cancelPlan: (body) => this.#cancelPlan(body),
+      startRecording: () => this.#startRecording(),
+      stopRecording: (body) => this.#stopRecording(body),
+    };
+    const refused = () => {
+      throw new Refusal(403, 'the inspector is read-only');
+    };
+    for (const [name, run] of Object.entries(changing)) {
+      const told = (body) => {
+        try {
+          return run(body);
+        } catch (error) {
+          // What the framework or the mock says is for the user, not a fault of ours.
+          throw error.code?.startsWith('ZEF_') ? new Refusal(409, error.message) : error;
+        }
+      };
+      actions.set(`/api/${name}`, this.#options.readOnly ? refused : told);
+    }
+    return actions;
+  }
+}
+
+const defaultSettings = {
+  app: {
+    appName: 'replay',
+    productName: 'replay',
+    version: '1.0.0',
+    localStoragePath: '/var/tmp/replay',
+  },
+};
+
+function mockState() {
+  try {
+    return mock();
+  } catch {
+    return undefined;
+  }
+}
+
+/** The mock as it is now, as settings with which another one starts in the same state. */
+function seedOf({ accounts, users, currentUserId, office }, standin) {
+  return { ...standin, accounts, users, currentUserId, office, initFinishedAfterMs: -1 };
+}
+
+module.exports = { Inspector };

@@ -1,0 +1,88 @@
+'use strict';
+
+const { createHistogram, monitorEventLoopDelay } = require('node:perf_hooks');
+
+const sampleMilliseconds = 1000;
+const mostSamples = 3600;
+const binsPerDoubling = 2;
+const bins = 56; // the last one from 2^27 us, two minutes, on
+
+const inMilliseconds = (nanoseconds) => nanoseconds / 1e6;
+
+/** Latencies by method, and once a second how much happened and how the process was. */
+class Measures {
+  #methods = new Map();
+  #samples = [];
+  #calls = 0;
+  #deliveries = 0;
+  #delay = monitorEventLoopDelay({ resolution: 10 });
+  #timer;
+  #end;
+  #store;
+
+  constructor(store) {
+    this.#store = store;
+    this.#end = store.onChange((entry) => this.#note(entry));
+    this.#delay.enable();
+    this.#timer = setInterval(() => this.#sample(), sampleMilliseconds).unref();
+  }
+
+  stop() {
+    this.#end();
+    clearInterval(this.#timer);
+    this.#delay.disable();
+  }
+
+  /** \param since leaves out older samples */
+  read(since = -1) {
+    return {
+      methods: [...this.#methods].map(([name, { histogram, fails, counts }]) => ({
+        name,
+        fails,
+        counts,
+        count: histogram.count ?? counts.reduce((sum, each) => sum + each, 0),
+        p50: inMilliseconds(histogram.percentile(50)),
+        p90: inMilliseconds(histogram.percentile(90)),
+        p99: inMilliseconds(histogram.percentile(99)),
+        max: inMilliseconds(histogram.max),
+      })),
+      binsPerDoubling,
+      samples: this.#samples.filter(({ t }) => t > since),
+    };
+  }
+
+  #note(entry) {
+    if (entry.kind === 'event' || entry.kind === 'task') this.#deliveries += 1;
+    if (entry.kind !== 'call' || entry.ms === undefined || entry.isMeasured) return;
+    entry.isMeasured = true;
+    this.#calls += 1;
+    let method = this.#methods.get(entry.name);
+    if (!method) {
+      method = { histogram: createHistogram(), fails: 0, counts: new Array(bins).fill(0) };
+      this.#methods.set(entry.name, method);
+    }
+    const microseconds = Math.max(1, entry.ms * 1000);
+    method.histogram.record(Math.max(1, Math.round(entry.ms * 1e6)));
+    method.counts[Math.min(bins - 1, Math.floor(Math.log2(microseconds) * binsPerDoubling))] += 1;
+    if (entry.outcome !== 'ok') method.fails += 1;
+  }
+
+  #sample() {
+    const { rss, heapUsed } = process.memoryUsage();
+    this.#samples.push({
+      t: Math.round(this.#store.now()),
+      calls: this.#calls,
+      deliveries: this.#deliveries,
+      delay: Math.max(0, inMilliseconds(this.#delay.percentile(99)) - 10),
+      rss: rss / 2 ** 20,
+      heap: heapUsed / 2 ** 20,
+      kept: this.#store.bytes / 2 ** 20,
+    });
+    if (this.#samples.length > mostSamples) this.#samples.shift();
+    this.#calls = 0;
+    this.#deliveries = 0;
+    this.#delay.reset();
+  }
+}
+
+module.exports = { Measures };

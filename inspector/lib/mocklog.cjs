@@ -1,0 +1,93 @@
+'use strict';
+
+const fs = require('node:fs/promises');
+const path = require('node:path');
+
+const lookMilliseconds = 100;
+const mostAtOnce = 256 * 1024;
+
+// time level thread module message, as the mock of the log library writes them
+const form = /^(\d{4}-\d\d-\d\dT[\d:.]+Z) (\S+) (\d+) (\S+) (.*)$/;
+
+const controls = { n: '\n', r: '\r', t: '\t' };
+const unescaped = (text) =>
+  text.replace(/\\(?:u\{([0-9a-f]{1,6})\}|(.))/g, (_, code, other) =>
+    code === undefined
+      ? (controls[other] ?? other)
+      : String.fromCodePoint(Number.parseInt(code, 16)),
+  );
+
+/** Follows the file of the mock's log library, and hands on the lines since a time. */
+class MockLog {
+  #folder;
+  #since;
+  #take;
+  #timer;
+  #positions = new Map(); // file -> { at, rest }
+
+  /** \param take gets { time, level, thread, module, message } */
+  constructor(folder, since, take) {
+    this.#folder = folder;
+    this.#since = since;
+    this.#take = take;
+    this.#plan();
+  }
+
+  stop() {
+    clearTimeout(this.#timer);
+    this.#timer = null;
+  }
+
+  #plan() {
+    if (this.#timer === null) return;
+    this.#timer = setTimeout(() => this.#look().then(() => this.#plan()), lookMilliseconds).unref();
+  }
+
+  async #look() {
+    try {
+      const files = (await fs.readdir(this.#folder)).filter((name) => name.endsWith('.log'));
+      for (const name of files) await this.#read(path.join(this.#folder, name));
+    } catch {
+      // The folder is made with the first line, and may be removed.
+    }
+  }
+
+  async #read(name) {
+    const { size, mtimeMs } = await fs.stat(name);
+    let position = this.#positions.get(name);
+    if (!position) {
+      if (mtimeMs < this.#since) return;
+      position = { at: Math.max(0, size - mostAtOnce), rest: '' };
+      this.#positions.set(name, position);
+    }
+    if (size < position.at) Object.assign(position, { at: 0, rest: '' }); // a new file
+    if (size === position.at) return;
+    const file = await fs.open(name);
+    try {
+      const { bytesRead, buffer } = await file.read({
+        buffer: Buffer.alloc(Math.min(mostAtOnce, size - position.at)),
+        position: position.at,
+      });
+      position.at += bytesRead;
+      const lines = (position.rest + buffer.toString('utf8', 0, bytesRead)).split('\n');
+      position.rest = lines.pop();
+      for (const line of lines) this.#hand(line);
+    } finally {
+      await file.close();
+    }
+  }
+
+  #hand(line) {
+    const [, time, level, thread, module, message] = form.exec(line) ?? [];
+    if (time === undefined || Date.parse(time) < this.#since) return;
+    this.#take({
+      time: Date.parse(time),
+      level,
+      thread: Number(thread),
+      module,
+      message: unescaped(message),
+    });
+  }
+}
+
+module.exports = { MockLog };

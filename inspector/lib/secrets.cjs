@@ -1,0 +1,140 @@
+'use strict';
+
+const { mask } = require('zelectronframework');
+const { secretive, secretNames } = require('./description.cjs');
+
+const shortest = 4; // a shorter text is found again in too much that is not secret
+const most = 2000; // secrets that are looked for in texts which do not say what they hold
+const placeholder = /^\{\{[\w-]+:\d+\}\}$/;
+
+const escaped = (text) => text.replace(/[\\^$.*+?()[\]{}|]/g, '\\$&');
+
+/** How a secret may stand in a text: as it is, in JSON once and twice, in a URL, in base64. */
+function writings(secret) {
+  const inJson = JSON.stringify(secret).slice(1, -1);
+  const twice = JSON.stringify(inJson).slice(1, -1);
+  const base64 = Buffer.from(secret).toString('base64').replace(/=+$/, '');
+  return new Set([secret, inJson, twice, encodeURIComponent(secret), base64]);
+}
+
+/**
+ * Knows the secrets of a session: each has one placeholder, the same wherever it occurs, so that what
+ * was equal stays equal. Works on copies.
+ */
+class Secrets {
+  #placeholders = new Map(); // secret -> {{name:n}}
+  #values = new Map(); // {{name:n}} -> secret
+  #counts = new Map();
+  #wanted = new Map(); // a writing of a secret -> its placeholder
+  #pattern; // of #wanted, made when it is needed
+
+  /** The secret that a placeholder stands for. */
+  reveal(name) {
+    return this.#values.get(name);
+  }
+
+  /** A text with its placeholders replaced by what they stand for. */
+  revealed(text) {
+    return text.replace(/\{\{[\w-]+:\d+\}\}/g, (name) => this.#values.get(name) ?? name);
+  }
+
+  /** \returns the entry with its secrets replaced; what is found counts from now on. */
+  masked(entry) {
+    const copy = { ...entry };
+    // What cannot be read as a whole is not shown where it may hold secrets.
+    const isSecretive = secretive.has(entry.name) || entry.kind === 'task' || entry.kind === 'mock';
+    for (const key of isSecretive ? Object.keys(entry.cut ?? {}) : []) copy[key] = undefined;
+    const replace = (name, value) => this.#hide(name, value);
+    if (entry.kind === 'call' || entry.kind === 'late') {
+      const { name, params, reply, error } = copy;
+      const context = { method: name, reply };
+      if (name === 'init') context.settings = params;
+      else context.params = params;
+      if (error !== undefined) context.error = { message: error };
+      const found = mask(context, replace);
+      copy.params = found.params ?? found.settings;
+      copy.reply = found.reply;
+      copy.error = error === undefined ? undefined : this.#errorText(found.error, error);
+      if (name === 'init' && copy.params) copy.params = this.#state(copy.params);
+    } else if (entry.kind === 'task') {
+      copy.text = mask({ type: entry.name, text: copy.text }, replace).text;
+    } else if (entry.kind === 'mock') {
+      copy.text = this.#state(copy.text);
+    }
+    for (const key of ['params', 'reply', 'error', 'text']) {
+      if (typeof copy[key] === 'string') copy[key] = this.text(copy[key]);
+    }
+    return copy;
+  }
+
+  /** Takes note of the secrets of an entry. Cheap for those that can have none. */
+  learn(entry) {
+    const isTold = entry.kind === 'call' || entry.kind === 'late';
+    if (isTold && !secretive.has(entry.name) && entry.name !== 'init') return;
+    if (isTold || entry.kind === 'task' || entry.kind === 'mock') this.masked(entry);
+  }
+
+  /** Replaces the secrets that were found so far wherever they occur. */
+  text(text) {
+    if (this.#wanted.size === 0) return text;
+    this.#pattern ??= new RegExp(
+      [...this.#wanted.keys()]
+        .sort((a, b) => b.length - a.length)
+        .map(escaped)
+        .join('|'),
+      'g',
+    );
+    return text.replace(this.#pattern, (found) => this.#wanted.get(found));
+  }
+
+  /** The state of the mock and what it is told, which the interface does not describe. */
+  state(value, name) {
+    if (Array.isArray(value)) return value.map((entry) => this.state(entry, name));
+    if (typeof value === 'object' && value !== null) {
+      return Object.fromEntries(
+        Object.entries(value).map(([key, member]) => [key, this.state(member, key)]),
+      );
+    }
+    const isText = typeof value === 'string' && value !== '';
+    return isText && secretNames.has(name) ? this.#hide(name, value) : value;
+  }
+
+  #state(text) {
+    if (text === undefined) return undefined;
+    try {
+      return JSON.stringify(this.state(JSON.parse(text)));
+    } catch {
+      return text; // cut off, or not JSON: by value only
+    }
+  }
+
+  #errorText(found, error) {
+    return typeof found === 'object' && found !== null ? (found.message ?? error) : error;
+  }
+
+  #hide(name, value) {
+    const text = String(value);
+    if (placeholder.test(text)) return text;
+    const known = this.#placeholders.get(text);
+    if (known) return known;
+    const number = (this.#counts.get(name) ?? 0) + 1;
+    this.#counts.set(name, number);
+    const replacement = `{{${String(name).replace(/[^\w-]/g, '_')}:${number}}}`;
+    this.#placeholders.set(text, replacement);
+    this.#values.set(replacement, text);
+    if (text.length >= shortest) this.#want(text, replacement);
+    return replacement;
+  }
+
+  #want(text, replacement) {
+    for (const writing of writings(text)) this.#wanted.set(writing, replacement);
+    this.#pattern = undefined;
+    if (this.#placeholders.size <= most) return;
+    const [oldest, its] = this.#placeholders.entries().next().value;
+    for (const writing of writings(oldest)) this.#wanted.delete(writing);
+    this.#placeholders.delete(oldest);
+    this.#values.delete(its);
+  }
+}
+
+module.exports = { Secrets };

@@ -1,0 +1,44 @@
+// The token comes in the fragment, which no server sees, and leaves the address bar at once.
+const key = 'zelectronframework-inspector';
+if (location.hash.length > 1) {
+  sessionStorage.setItem(key, location.hash.slice(1));
+  history.replaceState(null, '', location.pathname);
+}
+const token = sessionStorage.getItem(key);
+
+const headers = { Authorization: `Bearer ${token}` };
+
+async function answerOf(response) {
+  const answer = await response.json();
+  if (!response.ok) throw new Error(answer.error ?? response.statusText);
+  return answer;
+}
+
+export function get(name, query = {}) {
+  return fetch(`/api/${name}?${new URLSearchParams(query)}`, { headers }).then(answerOf);
+}
+
+export function post(name, body = {}) {
+  return fetch(`/api/${name}`, {
+    method: 'POST',
+    headers: { ...headers, 'Content-Type': 'application/json' },
+    body: JSON.stringify(body),
+  }).then(answerOf);
+}
+
+/** Calls take(message) for each line of the live stream, until that ends. */
+export async function follow(take) {
+  const response = await fetch('/api/stream', { headers });
+  if (!response.ok) {
+    throw new Error(token ? 'this address is of another start' : 'open the address with its token');
+  }
+  const reader = response.body.pipeThrough(new TextDecoderStream()).getReader();
+  let rest = '';
+  for (;;) {
+    const { done, value } = await reader.read();
+    if (done) return;
+    const lines = (rest + value).split('\n');
+    rest = lines.pop();
+    take(lines.filter(Boolean).map((line) => JSON.parse(line)));
+  }
+}

@@ -1,0 +1,89 @@
+'use strict';
+
+const assert = require('node:assert/strict');
+const fs = require('node:fs');
+const http = require('node:http');
+const os = require('node:os');
+const path = require('node:path');
+const { setTimeout: pause } = require('node:timers/promises');
+const { ElectronFramework } = require('zelectronframework');
+const { attach } = require('../index.cjs');
+
+// Log files and recordings stay out of the user's own folders.
+const scratch = fs.mkdtempSync(path.join(os.tmpdir(), 'inspector-test-'));
+process.env.XDG_STATE_HOME = scratch;
+process.on('exit', () => fs.rmSync(scratch, { recursive: true, force: true }));
+
+const office = {
+  userId: '10001',
+  meeting: { meetingUrl: 'https://meet.example.com/4711', accessCode: '204060' },
+};
+const settings = (standin = { office }) => ({
+  app: { appName: 'test', productName: 'test', version: '1', localStoragePath: scratch },
+  standin,
+});
+
+/** A running framework with the mock and an inspector on it, both ended with the test. */
+async function started(t, { standin, ...options } = {}) {
+  const framework = new ElectronFramework({ mock: true });
+  const given = settings(standin);
+  const inspector = await attach(framework, { settings: given, ...options });
+  t.after(async () => {
+    inspector.close();
+    await framework.close();
+  });
+  await framework.init(given);
+  inspector.subscribeAll();
+  return { framework, inspector, api: client(inspector.url) };
+}
+
+/** Asks as the page does; get and post resolve to { status, ...answer }. */
+function client(url) {
+  const { origin, hash, port } = new URL(url);
+  const headers = {
+    authorization: `Bearer ${hash.slice(1)}`,
+    'sec-fetch-site': 'same-origin',
+    'content-type': 'application/json',
+    origin,
+  };
+  const open = (method, target) =>
+    http.request({
+      host: '127.0.0.1',
+      port,
+      method,
+      path: `/api/${target}`,
+      headers,
+      agent: false,
+    });
+  const ask = (method, target, body) =>
+    new Promise((resolve, reject) => {
+      const request = open(method, target);
+      request.on('error', reject);
+      request.on('response', async (response) => {
+        const parts = [];
+        for await (const part of response) parts.push(part);
+        resolve({ status: response.statusCode, ...JSON.parse(Buffer.concat(parts).toString()) });
+      });
+      request.end(body && JSON.stringify(body));
+    });
+  return {
+    get: (target) => ask('GET', target),
+    post: (target, body = {}) => ask('POST', target, body),
+    /** The live stream, not read yet. */
+    stream: () =>
+      new Promise((resolve, reject) => {
+        const request = open('GET', 'stream');
+        request.on('error', reject).on('response', resolve).end();
+      }),
+  };
+}
+
+async function until(condition, what, limit = 10_000) {
+  for (const end = Date.now() + limit; ; await pause(10)) {
+    const value = await condition();
+    if (value) return value;
+    assert.ok(Date.now() < end, `not within ${limit} ms: ${what}`);
+  }
+}
+
+module.exports = { scratch, settings, started, client, until };
