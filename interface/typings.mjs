@@ -230,10 +230,8 @@ function textKey({ result }) {
 export function methodTable(document) {
   const rows = document.methods.map((method) => {
     const texts = textKey(method);
-    const isKept = method['x-answer'] === 'library thread';
     const flags = [
       `isSync: ${method['x-threadSafe']}`,
-      `isKept: ${isKept}`,
       ...(texts ? [`texts: '${texts}'`] : []),
     ];
     return `    ${literal(method.name)}: { ${flags.join(', ')} },\n`;
@@ -243,8 +241,7 @@ export function methodTable(document) {
 
 ${header}
 // isSync: runs on any thread, so that callSync may call it.
-// isKept: the account library answers it and may do so twice.
-// texts:  the key of "data" whose texts are JSON.
+// texts: the key of "data" whose texts are JSON.
 const methods = new Map(
   Object.entries({
 ${rows.join('')}  }),
