@@ -4,7 +4,21 @@ const { FrameworkError } = require('./lib/errors.cjs');
 const { ElectronFramework } = require('./lib/framework.cjs');
 const { Subscription } = require('./lib/subscription.cjs');
 const { diagnose } = require('./lib/diagnose.cjs');
+const { followDebug } = require('./lib/debug.cjs');
 const { mask } = require('./lib/mask.cjs');
 const { mock } = require('./lib/mock.cjs');
 
-module.exports = { ElectronFramework, FrameworkError, Subscription, diagnose, mask, mock };
+/** That of the library as well: both are built and shipped together. */
+const frameworkVersion = require('./package.json').version;
+
+followDebug();
+
+module.exports = {
+  frameworkVersion,
+  ElectronFramework,
+  FrameworkError,
+  Subscription,
+  diagnose,
+  mask,
+  mock,
+};

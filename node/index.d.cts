@@ -273,6 +273,9 @@ export interface Diagnosis {
   findings: Finding[];
 }
 
+/** The version of the package and of the framework library in it. */
+export const frameworkVersion: string;
+
 /** Says what of the library and its needs was found; starts nothing and throws nothing. */
 export function diagnose(options?: FrameworkOptions): Diagnosis;
 

@@ -1,4 +1,11 @@
 import zelectronframework from './index.cjs';
 
-export const { ElectronFramework, FrameworkError, Subscription, diagnose, mask, mock } =
-  zelectronframework;
+export const {
+  ElectronFramework,
+  FrameworkError,
+  frameworkVersion,
+  Subscription,
+  diagnose,
+  mask,
+  mock,
+} = zelectronframework;

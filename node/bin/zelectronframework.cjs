@@ -4,9 +4,10 @@
 const { mkdtempSync, rmSync } = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
-const { ElectronFramework, diagnose } = require('../index.cjs');
+const { ElectronFramework, diagnose, frameworkVersion } = require('../index.cjs');
 
 const usage = `Usage: zelectronframework doctor [--mock]
+       zelectronframework --version
 
   doctor   say what was found of the library and of what it needs, then start and stop it
            with the mock of the closed libraries
@@ -17,6 +18,7 @@ const orNone = (value) => value ?? 'not found';
 
 function printReport(report) {
   const rows = [
+    ['package', frameworkVersion],
     ['platform', `${report.platform}, ${report.system}`],
     ['runtime', `Node ${report.node}${report.electron ? `, Electron ${report.electron}` : ''}`],
     ['Node-API', `${report.napi} (needs 8)`],
@@ -81,6 +83,8 @@ async function doctor(options) {
 const [command, ...rest] = process.argv.slice(2);
 if (command === 'doctor' && rest.every((argument) => argument === '--mock')) {
   doctor({ mock: rest.includes('--mock') });
+} else if (command === '--version' && rest.length === 0) {
+  console.log(frameworkVersion);
 } else {
   process.stderr.write(usage);
   process.exitCode = command === undefined || command === '--help' ? 0 : 2;

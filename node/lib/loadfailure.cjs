@@ -43,6 +43,14 @@ function highestVersion(file, kind) {
 
 const causes = [
   {
+    // The words of musl's loader.
+    pattern: /Error (?:loading shared library|relocating) .*/,
+    code: 'ZEF_PLATFORM',
+    reason: () => "this system's C library is not glibc",
+    remedy:
+      'use a system with glibc (Debian, Ubuntu, Fedora), or an image of one instead of Alpine',
+  },
+  {
     pattern: /version [`']?(GLIBC(?:XX)?_[\d.]+)/,
     code: 'ZEF_GLIBC',
     reason: ([, version]) => `this system's C library lacks ${version}`,

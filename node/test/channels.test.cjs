@@ -1,10 +1,12 @@
 'use strict';
 
 const assert = require('node:assert/strict');
+const { spawnSync } = require('node:child_process');
 const diagnostics = require('node:diagnostics_channel');
+const path = require('node:path');
 const { test } = require('node:test');
 const { mask } = require('../index.cjs');
-const { standin, settings, started, until } = require('./support.cjs');
+const { standin, settings, started, until, nodeProgram } = require('./support.cjs');
 
 const parts = ['start', 'end', 'asyncStart', 'asyncEnd', 'error'];
 
@@ -148,4 +150,26 @@ test('a masked context keeps its shape and no secret', async (t) => {
     mask({ settings: JSON.stringify(start) }).settings,
     /"proxyPassWord":"\*\*\*","proxyHost":"h"/,
   );
+});
+
+test('NODE_DEBUG shows what happens without secrets', () => {
+  const program = `
+    const { ElectronFramework } = require(${JSON.stringify(path.join(__dirname, '..'))});
+    const framework = new ElectronFramework({ mock: true });
+    framework.init(${JSON.stringify(settings())}).then(async () => {
+      await framework.call('account.loginWithSsid', { ssid: 'Geheim-7' }).catch(() => {});
+      framework.callSync('account.signLoginData', { signData: 'Geheim-8' });
+    });`;
+  const lines = (debug) => {
+    const env = { ...process.env, NODE_DEBUG: debug };
+    return spawnSync(nodeProgram, ['-e', program], { env, encoding: 'utf8' }).stderr.split('\n');
+  };
+  const [init, ...others] = lines('zelectronframework');
+  assert.match(init, /^ZELECTRONFRAMEWORK \d+: init {"app":.* started$/);
+  assert.match(
+    others.join('\n'),
+    /call (\d+) async .*{"ssid":"\*\*\*"}\n.*answer \1 {"msg".*\n.*sync/,
+  );
+  assert.doesNotMatch(others.join(), /Geheim/);
+  assert.deepEqual(lines(''), ['']);
 });

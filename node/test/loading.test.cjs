@@ -6,6 +6,7 @@ const fs = require('node:fs');
 const path = require('node:path');
 const { after, test } = require('node:test');
 const { ElectronFramework, diagnose } = require('../index.cjs');
+const { explainLoad } = require('../lib/loadfailure.cjs');
 const { platform } = require('../lib/native.cjs');
 const { settings, scratch, failure, nodeProgram } = require('./support.cjs');
 
@@ -78,6 +79,17 @@ for (const [what, file, code, remedy] of cases) {
     });
   });
 }
+
+test("musl's words name the system", () => {
+  for (const words of [
+    'Error loading shared library ld-linux-x86-64.so.2: No such file or directory (needed by a.node)',
+    'Error relocating a.node: __register_atfork: symbol not found',
+  ]) {
+    const { code, remedy } = explainLoad(library, words);
+    assert.equal(code, 'ZEF_PLATFORM');
+    assert.match(remedy, /Alpine/);
+  }
+});
 
 test('the account library is missing, broken, misnamed, named, or replaced by the mock', async () => {
   const init = (options) => new ElectronFramework(options).init(settings());

@@ -3,14 +3,19 @@
 // The package as it is shipped: packed, installed into an empty folder, bundled, put into an archive.
 
 const assert = require('node:assert/strict');
-const { execFileSync } = require('node:child_process');
+const { execFileSync, spawnSync } = require('node:child_process');
 const fs = require('node:fs');
+const { createRequire } = require('node:module');
 const os = require('node:os');
 const path = require('node:path');
 const { after, before, test } = require('node:test');
 const { platform } = require('../lib/native.cjs');
 
+const { version } = require('../package.json');
+
+const minimatch = createRequire(require.resolve('@electron/asar'))('minimatch');
 const packageFolder = path.join(__dirname, '..');
+const tarball = `zelectronframework-${version}.tgz`;
 const root = fs.mkdtempSync(path.join(os.tmpdir(), 'zelectronframework-package-'));
 const readme = fs.readFileSync(path.join(packageFolder, 'README.md'), 'utf8');
 const environment = { ...process.env, XDG_STATE_HOME: root };
@@ -65,6 +70,7 @@ test('the installation of the README works from an empty folder', (t) => {
   const { dependencies, scripts } = JSON.parse(
     fs.readFileSync(path.join(installed, 'package.json')),
   );
+  assert.equal(run('npx', ['zelectronframework', '--version']), `${version}\n`);
   assert.equal(dependencies, undefined);
   for (const script of ['preinstall', 'install', 'postinstall', 'prepare']) {
     assert.equal(scripts[script], undefined);
@@ -166,6 +172,101 @@ test('an archived application that unpacked nothing is told so', () => {
     run(process.execPath, ['-e', program], path.dirname(folder)),
     'ZEF_ADDON_MISSING true\n',
   );
+});
+
+test('a release is left without the mock and the other processor', () => {
+  fs.writeFileSync(path.join(root, 'release.config.js'), snippets('js release-forge')[0]);
+  const { ignore } = require(path.join(root, 'release.config.js')).packagerConfig;
+  const [, pattern] = JSON.parse(snippets('json release-builder')[0]).build.files;
+  const kept = (excludes) =>
+    fs
+      .readdirSync(installed, { recursive: true })
+      .map((file) => `/node_modules/zelectronframework/${file}`)
+      .filter((file) => !excludes(file));
+  const byForge = kept((file) => ignore[0].test(file));
+  const byBuilder = kept((file) => minimatch(file.slice(1), pattern.slice(1), { dot: true }));
+  assert.deepEqual(byForge, byBuilder);
+  assert.ok(byForge.length > 10);
+  assert.ok(byForge.every((file) => !/mock\/|arm64/.test(file)));
+  const folder = path.join(root, 'release');
+  for (const file of byForge) {
+    const from = path.join(app, file);
+    if (fs.statSync(from).isFile()) fs.cpSync(from, path.join(folder, file));
+  }
+  const program = `const { ElectronFramework, diagnose } = require('zelectronframework');
+    const app = { appName: 'a', productName: 'a', version: '1', localStoragePath: '/var/tmp' };
+    new ElectronFramework({ mock: true }).init({ app })
+      .catch((error) => console.log(error.code, diagnose().findings.length))`;
+  const isWhole = process.arch === 'x64';
+  if (isWhole) assert.equal(run(process.execPath, ['-e', program], folder), 'ZEF_MOCK_MISSING 2\n');
+});
+
+test('where the package cannot be installed an application can', () => {
+  const folder = path.join(root, 'colleague');
+  fs.mkdirSync(folder);
+  fs.writeFileSync(path.join(folder, 'package.json'), snippets('json colleagues')[0]);
+  fs.cpSync(path.join(app, tarball), path.join(folder, tarball));
+  fs.writeFileSync(path.join(folder, 'start.js'), snippets('js colleagues')[0]);
+  const rows = [
+    [['--os=darwin', '--cpu=arm64'], 'without accounts\n'],
+    [['--libc=musl'], 'without accounts\n'],
+    [[], `${version}\n`],
+  ];
+  for (const [flags, output] of rows) {
+    fs.rmSync(path.join(folder, 'node_modules'), { recursive: true, force: true });
+    run('npm', ['install', '--no-audit', '--no-save', '--no-package-lock', ...flags], folder);
+    assert.equal(run(process.execPath, ['start.js'], folder), output);
+  }
+});
+
+test('Jest and Vitest run it in all their pools, loaded anew for every test', () => {
+  const project = path.join(root, 'runners');
+  const spec = fs.readFileSync(path.join(__dirname, 'fixtures/runner.spec.mjs'), 'utf8');
+  const forJest = spec
+    .replace(/import (.*) from (.*);/, 'const $1 = require($2);')
+    .replace('await import(', 'require(')
+    .replaceAll(/\bvi(test)?\b/g, 'jest');
+  for (const name of ['first', 'second']) {
+    fs.mkdirSync(path.join(project, 'node_modules'), { recursive: true });
+    fs.writeFileSync(path.join(project, `${name}.spec.mjs`), spec);
+    fs.writeFileSync(path.join(project, `${name}.spec.cjs`), forJest);
+  }
+  fs.writeFileSync(path.join(project, 'package.json'), '{}');
+  fs.symlinkSync(installed, path.join(project, 'node_modules/zelectronframework'));
+  const vitest = path.join(path.dirname(require.resolve('vitest/package.json')), 'vitest.mjs');
+  const jest = [require.resolve('jest/bin/jest'), '--transform={}', '--testMatch=**/*.spec.cjs'];
+  const rows = [
+    ...[['--runInBand'], ['--maxWorkers=2'], ['--maxWorkers=2', '--workerThreads']].map((pool) => [
+      ...jest,
+      ...pool,
+    ]),
+    ...['forks', 'threads', 'vmForks', 'vmThreads'].flatMap((pool) =>
+      [[], ['--no-isolate']].map((isolation) =>
+        [vitest, 'run', '--globals', '--exclude=**/*.cjs', `--pool=${pool}`].concat(isolation),
+      ),
+    ),
+  ];
+  for (const row of rows) {
+    const { status, stdout, stderr } = spawnSync(process.execPath, row, {
+      cwd: project,
+      env: { ...environment, NO_COLOR: '1' },
+      encoding: 'utf8',
+      timeout: 60000,
+    });
+    assert.equal(status, 0, `${row.join(' ')}\n${stdout}${stderr}`);
+    assert.match(stdout + stderr, /Tests:? +6 passed/, row.join(' '));
+  }
+});
+
+test('publint and attw find nothing', async () => {
+  const { publint } = await import('publint');
+  const { messages } = await publint({ pkgDir: packageFolder, strict: true });
+  assert.deepEqual(messages, []);
+  const attw = path.join(
+    path.dirname(require.resolve('@arethetypeswrong/cli/package.json')),
+    'dist/index.js',
+  );
+  run(process.execPath, [attw, path.join(app, tarball), '--quiet']);
 });
 
 test('a bundler follows the requires', () => {
