@@ -95,7 +95,7 @@ class Inspector {
         const t = time - this.#store.startedAt;
         // Lines of the framework begin with the name of one of its functions, never with a value.
         const [word] = module === 'zelectronframework' ? (/^[A-Za-z]+/.exec(message) ?? []) : [];
-        const name = word === undefined ? module : `${module} ${word}`;
+        const name = word ?? module;
         this.#store.add({
           t,
           kind: 'log',

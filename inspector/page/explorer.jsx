@@ -47,7 +47,7 @@ function Methods({ methods, chosen, choose }) {
       />
       {modules.map((module) => (
         <div key={module}>
-          <h3>{module}</h3>
+          <h2 class="module">{module}</h2>
           <ul class="plain">
             {shown
               .filter(({ name }) => name.startsWith(`${module}.`))

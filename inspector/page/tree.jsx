@@ -63,7 +63,7 @@ function Node({ name, value, depth }) {
   const inner = typeof value === 'string' && /^\s*[[{]/.test(value) ? parsed(value) : undefined;
   const content = inner ?? value;
   const isContainer = typeof content === 'object' && content !== null;
-  const [isOpen, setOpen] = useState(depth < 2);
+  const [isOpen, setOpen] = useState(depth < 4);
   const [limit, setLimit] = useState(childrenAtOnce);
   const label = name === undefined ? '' : `${name}: `;
   if (!isContainer) {
