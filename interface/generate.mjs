@@ -3,13 +3,14 @@
 // Joins what the code says of the interface (FACTS, the output of zef_interface) with
 // interface/description.json and writes what is made of the two: interface/modules.json, the typings
 // and the method table of the Node package, and the marked parts of documents. interface/mock.json
-// describes the mock for the typings. With --check it writes nothing and fails where a file is not
+// describes the mock of that package. With --check it writes nothing and fails where a file is not
 // fresh.
 import { readFileSync, writeFileSync } from 'node:fs';
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { modulesPages, readmeParts } from './markdown.mjs';
 import { openRpc } from './openrpc.mjs';
+import { mockPages, packageMethods } from './packagepages.mjs';
 import { secretsTable } from './secrets.mjs';
 import { methodTable, typings } from './typings.mjs';
 
@@ -76,11 +77,14 @@ const isComplete =
 if (!isComplete) process.exit(1);
 
 const document = openRpc(facts, description, version);
+const mock = JSON.parse(read('interface/mock.json'));
 const files = {
   'interface/modules.json': `${JSON.stringify(document, null, 2)}\n`,
   'docs/MODULES.md': withParts('docs/MODULES.md', modulesPages(document)),
   'README.md': withParts('README.md', readmeParts(document)),
-  'node/lib/interface.d.cts': typings(document, JSON.parse(read('interface/mock.json'))),
+  'node/docs/methods.md': withParts('node/docs/methods.md', packageMethods(document)),
+  'node/docs/mock.md': withParts('node/docs/mock.md', mockPages(document, mock)),
+  'node/lib/interface.d.cts': typings(document, mock),
   'node/lib/methods.cjs': methodTable(document),
   'node/lib/secrets.json': `${JSON.stringify(secretsTable(document), null, 2)}\n`,
 };

@@ -1,10 +1,10 @@
 // The interface as parts of Markdown documents.
 
-const sentence = (...texts) => texts.filter(Boolean).join(' ');
+export const sentence = (...texts) => texts.filter(Boolean).join(' ');
 const cell = (text) => String(text ?? '').replaceAll('|', '\\|');
 const row = (...cells) => `| ${cells.map(cell).join(' | ')} |`;
 
-function table(head, rows) {
+export function table(head, rows) {
   return [
     row(...head),
     `|${head.map(() => '---').join('|')}|`,
@@ -13,7 +13,7 @@ function table(head, rows) {
 }
 
 /** Fills lines up to 100 characters. */
-function wrapped(text) {
+export function wrapped(text) {
   const lines = [''];
   for (const word of text.split(' ')) {
     const last = lines[lines.length - 1];
@@ -24,7 +24,7 @@ function wrapped(text) {
   return lines.join('\n');
 }
 
-function typeName(schema) {
+export function typeName(schema) {
   if ('const' in schema) return `\`${JSON.stringify(schema.const)}\``;
   if (schema.contentMediaType) return 'text (JSON)';
   const names = {
@@ -66,7 +66,7 @@ function fieldRows(schema) {
   });
 }
 
-function parametersPart(method) {
+export function parametersPart(method) {
   if (method['x-additionalParams'])
     return `Parameters: ${method['x-additionalParams'].description}`;
   if (method.params.length === 0) return 'Parameters: none';
@@ -97,7 +97,7 @@ function dataPart(method) {
   return sentence(intro) + (intro ? '\n\n' : '') + table(['Data', 'Type', ''], rows);
 }
 
-function errorsPart(method) {
+export function errorsPart(method) {
   if (method.errors.length === 0) return 'Failures: none of its own';
   return table(
     ['Failure', 'When'],
@@ -112,7 +112,7 @@ function threadPart(method) {
     : 'Thread: host thread; replies later, on a library thread';
 }
 
-const json = (value) => JSON.stringify(value, null, 2);
+export const json = (value) => JSON.stringify(value, null, 2);
 
 function examplePart(method) {
   const [{ params, result }] = method.examples;
@@ -146,7 +146,7 @@ function methodPages(document) {
     .join('\n\n');
 }
 
-function typePages(document) {
+export function typePages(document) {
   return Object.entries(document.components.schemas)
     .map(([name, schema]) =>
       [`### ${name}`, schema.description, table(['Field', 'Type', ''], fieldRows(schema))]

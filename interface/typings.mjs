@@ -230,10 +230,7 @@ function textKey({ result }) {
 export function methodTable(document) {
   const rows = document.methods.map((method) => {
     const texts = textKey(method);
-    const flags = [
-      `isSync: ${method['x-threadSafe']}`,
-      ...(texts ? [`texts: '${texts}'`] : []),
-    ];
+    const flags = [`isSync: ${method['x-threadSafe']}`, ...(texts ? [`texts: '${texts}'`] : [])];
     return `    ${literal(method.name)}: { ${flags.join(', ')} },\n`;
   });
   const list = (names) => `new Set([\n${names.map((name) => `  ${literal(name)},\n`).join('')}])`;

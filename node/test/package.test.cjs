@@ -6,67 +6,28 @@ const assert = require('node:assert/strict');
 const { execFileSync, spawnSync } = require('node:child_process');
 const fs = require('node:fs');
 const { createRequire } = require('node:module');
-const os = require('node:os');
 const path = require('node:path');
-const { after, before, test } = require('node:test');
+const { before, test } = require('node:test');
 const { platform } = require('../lib/native.cjs');
+const {
+  app,
+  environment,
+  install,
+  installed,
+  packageFolder,
+  root,
+  run,
+  snippets,
+} = require('./application.cjs');
 
 const { version } = require('../package.json');
 
 const minimatch = createRequire(require.resolve('@electron/asar'))('minimatch');
-const packageFolder = path.join(__dirname, '..');
 const tarball = `zelectronframework-${version}.tgz`;
-const root = fs.mkdtempSync(path.join(os.tmpdir(), 'zelectronframework-package-'));
-const readme = fs.readFileSync(path.join(packageFolder, 'README.md'), 'utf8');
-const environment = { ...process.env, XDG_STATE_HOME: root };
-for (const name of Object.keys(environment)) {
-  if (/^(npm_|NODE_TEST_CONTEXT|ELECTRON)/i.test(name)) delete environment[name];
-}
-const app = path.join(root, 'app');
-let installed;
 
-/** \returns the texts of the README's snippets of one kind, for example 'js electron-main'. */
-function snippets(kind) {
-  const found = [...readme.matchAll(/^```(.*)\n([\s\S]*?)^```$/gm)].filter(
-    (match) => match[1] === kind,
-  );
-  assert.ok(found.length > 0, kind);
-  return found.map((match) => match[2]);
-}
+before(install);
 
-const run = (command, args, folder = app) =>
-  execFileSync(command, args, {
-    cwd: folder,
-    env: environment,
-    encoding: 'utf8',
-    stdio: ['ignore', 'pipe', 'pipe'],
-  });
-
-/** Runs one of the README's programs and gives what it prints. */
-function runSnippet(text, name) {
-  fs.writeFileSync(path.join(app, name), text);
-  return run(process.execPath, [name]);
-}
-
-before(() => {
-  fs.mkdirSync(app);
-  run('npm', ['pack', '--ignore-scripts', '--pack-destination', app], packageFolder);
-});
-after(() => fs.rmSync(root, { recursive: true, force: true }));
-
-test('the installation of the README works from an empty folder', (t) => {
-  const start = Date.now();
-  const lines = snippets('sh')[0].trim().split('\n');
-  const output = lines.map((line) => run('sh', ['-c', line])).join('');
-  assert.match(output, /round trip +with the mock: started, answered, stopped/);
-  assert.equal(runSnippet(snippets('js')[0], 'first.cjs'), "[ 'Ada' ]\n");
-  const projectReadme = fs.readFileSync(path.join(packageFolder, '../README.md'), 'utf8');
-  assert.ok(
-    projectReadme.includes(`\`\`\`js\n${snippets('js')[0]}\`\`\``),
-    'README.md shows other lines',
-  );
-  t.diagnostic(`${lines.length} lines and a program, ${Date.now() - start} ms`);
-  installed = path.join(app, 'node_modules/zelectronframework');
+test('nothing runs at an installation, and nothing else comes with it', () => {
   const { dependencies, scripts } = JSON.parse(
     fs.readFileSync(path.join(installed, 'package.json')),
   );
@@ -102,65 +63,6 @@ test('the package holds what it should and nothing else', () => {
   }
 });
 
-test('the programs of the README run', () => {
-  const [calls, messages] = snippets('mjs').map((text, index) => runSnippet(text, `${index}.mjs`));
-  assert.equal(calls, 'ZEF_REPLY_FAIL account not found\ntrue 0 ok\n');
-  assert.equal(messages, 'ready\ngetMeetingStatus\n');
-});
-
-test('the Electron snippets of the README work together', () => {
-  const [main] = snippets('js electron-main');
-  const [preload] = snippets('js electron-preload');
-  const [page] = snippets('js electron-page');
-  fs.writeFileSync(path.join(app, 'main.js'), main);
-  fs.writeFileSync(path.join(app, 'preload.js'), preload);
-  const fake = path.join(__dirname, 'fixtures/electron.cjs');
-  const program = `
-    const electron = require(${JSON.stringify(fake)});
-    electron.install();
-    require('./main.js');
-    const wait = setInterval(async () => {
-      if (!electron.bridge.framework) return;
-      clearInterval(wait);
-      global.window = { framework: electron.bridge.framework };
-      const heard = new Promise((resolve) => electron.ipcRenderer.once('framework:event', resolve));
-      ${page}
-      console.log(await signIn(), (await window.framework.call('utils.getLogPath')).error.code);
-      await heard; // on another thread than the answer, so in either order
-      process.exit();
-    }, 5);`;
-  assert.deepEqual(runSnippet(program, 'together.cjs').trim().split('\n').sort(), [
-    'Ada NOT_ALLOWED',
-    'account.accountListInfoChanged',
-  ]);
-});
-
-test('an archived application finds the libraries with either unpacking rule', async () => {
-  const asar = require('@electron/asar');
-  fs.writeFileSync(path.join(root, 'forge.config.js'), snippets('js forge')[0]);
-  const rules = [
-    require(path.join(root, 'forge.config.js')).packagerConfig.asar.unpack,
-    ...JSON.parse(snippets('json electron-builder')[0]).build.asarUnpack,
-  ];
-  const source = path.join(root, 'source');
-  fs.cpSync(installed, path.join(source, 'node_modules/zelectronframework'), { recursive: true });
-  fs.writeFileSync(path.join(source, 'start.js'), snippets('js')[0]);
-  for (const [index, unpack] of rules.entries()) {
-    const archive = path.join(root, `packed${index}.asar`);
-    await asar.createPackageWithOptions(source, archive, { unpack });
-    // Electron reads in the archive; a folder of that name, without the binaries, does it here.
-    const folder = path.join(root, String(index));
-    asar.extractAll(archive, path.join(folder, 'app.asar'));
-    for (const binaries of ['prebuilds', 'mock']) {
-      fs.rmSync(path.join(folder, 'app.asar/node_modules/zelectronframework', binaries), {
-        recursive: true,
-      });
-    }
-    fs.renameSync(`${archive}.unpacked`, path.join(folder, 'app.asar.unpacked'));
-    assert.equal(run(process.execPath, ['app.asar/start.js'], folder), "[ 'Ada' ]\n");
-  }
-});
-
 test('an archived application that unpacked nothing is told so', () => {
   const folder = path.join(root, 'nothing/app.asar/node_modules');
   fs.cpSync(installed, path.join(folder, 'zelectronframework'), { recursive: true });
@@ -175,9 +77,9 @@ test('an archived application that unpacked nothing is told so', () => {
 });
 
 test('a release is left without the mock and the other processor', () => {
-  fs.writeFileSync(path.join(root, 'release.config.js'), snippets('js release-forge')[0]);
+  fs.writeFileSync(path.join(root, 'release.config.js'), snippets('js release-forge')[0].code);
   const { ignore } = require(path.join(root, 'release.config.js')).packagerConfig;
-  const [, pattern] = JSON.parse(snippets('json release-builder')[0]).build.files;
+  const [, pattern] = JSON.parse(snippets('json release-builder')[0].code).build.files;
   const kept = (excludes) =>
     fs
       .readdirSync(installed, { recursive: true })
@@ -204,9 +106,9 @@ test('a release is left without the mock and the other processor', () => {
 test('where the package cannot be installed an application can', () => {
   const folder = path.join(root, 'colleague');
   fs.mkdirSync(folder);
-  fs.writeFileSync(path.join(folder, 'package.json'), snippets('json colleagues')[0]);
+  fs.writeFileSync(path.join(folder, 'package.json'), snippets('json colleagues')[0].code);
   fs.cpSync(path.join(app, tarball), path.join(folder, tarball));
-  fs.writeFileSync(path.join(folder, 'start.js'), snippets('js colleagues')[0]);
+  fs.writeFileSync(path.join(folder, 'start.js'), snippets('js colleagues')[0].code);
   const rows = [
     [['--os=darwin', '--cpu=arm64'], 'without accounts\n'],
     [['--libc=musl'], 'without accounts\n'],
@@ -277,7 +179,7 @@ test('a bundler follows the requires', () => {
   const entry = path.join(app, 'entry.cjs');
   fs.writeFileSync(
     entry,
-    snippets('js')[0].replace(
+    snippets('js')[0].code.replace(
       '{ mock: true }',
       JSON.stringify({ libraryPath: library, accountLibrary: account }),
     ),
@@ -294,7 +196,7 @@ test('a bundler follows the requires', () => {
   assert.equal(run(process.execPath, ['entry.js'], bundle), "[ 'Ada' ]\n");
 });
 
-test('the README explains every error code, and the code knows every one of them', () => {
+test('errors.md explains every error code, and the code knows every one of them', () => {
   const codes = (text) => new Set(text.match(/ZEF_[A-Z_]+/g));
   const source = fs
     .readdirSync(path.join(packageFolder, 'lib'))
@@ -302,10 +204,21 @@ test('the README explains every error code, and the code knows every one of them
     .join('');
   const typings = fs.readFileSync(path.join(packageFolder, 'index.d.cts'), 'utf8');
   assert.deepEqual([...codes(source)].sort(), [...codes(typings)].sort());
-  assert.deepEqual([...codes(readme)].sort(), [...codes(typings)].sort());
+  const page = fs.readFileSync(path.join(packageFolder, 'docs/errors.md'), 'utf8');
+  assert.deepEqual([...codes(page)].sort(), [...codes(typings)].sort());
 });
 
-test('right uses of the typings compile and wrong ones do not', () => {
-  const tsc = require.resolve('typescript/bin/tsc');
-  execFileSync(process.execPath, [tsc, '-p', path.join(__dirname, 'types')], { stdio: 'inherit' });
-});
+const project = ['-p', path.join(__dirname, 'types')];
+const least = '--noEmit --strict --module nodenext --target es2020 --lib es2020 --types node';
+const leastFile = [...least.split(' '), path.join(__dirname, 'types/right.cts')];
+for (const [compiler, options] of [
+  ['typescript', project],
+  ['typescript', [...leastFile, '--exactOptionalPropertyTypes']],
+  ['typescript-5.0', leastFile],
+  ['typescript-7', project],
+]) {
+  test(`right uses of the typings compile and wrong ones do not: ${compiler}`, () => {
+    const file = path.join(packageFolder, 'node_modules', compiler, 'bin/tsc');
+    execFileSync(process.execPath, [file, ...options], { cwd: __dirname, stdio: 'inherit' });
+  });
+}
