@@ -5,14 +5,21 @@ const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
 const { setTimeout: pause } = require('node:timers/promises');
-const { ElectronFramework } = require('../index.cjs');
+const { ElectronFramework, mock } = require('../index.cjs');
 
 /** Another architecture's Node.js runs in an emulator, which is slow and has its own program. */
 const isEmulated = Boolean(process.env.ZEF_EMULATED);
 const nodeProgram = process.env.ZEF_NODE ?? process.execPath;
 
-/** Raises events and answers calls in the stand-in of the account library; see native/. */
-const standin = require(`./native/${process.platform}-${process.arch}/standin.node`);
+/** Tells the mock what to do, with texts; the storms are in native/. */
+const standin = {
+  ...require(`./native/${process.platform}-${process.arch}/standin.node`),
+  script: (operation, json) => mock({ script: { [operation]: JSON.parse(json) } }),
+  sendMessage: (json) => mock({ message: JSON.parse(json) }),
+  collect: (json) => mock({ collect: JSON.parse(json) }),
+  held: () => mock().held.length,
+  releaseAll: () => mock({ release: true }),
+};
 
 // The log files of the mock stay out of the user's own folders.
 const scratch = fs.mkdtempSync(path.join(os.tmpdir(), 'zelectronframework-test-'));

@@ -12,8 +12,8 @@
 #include <dlfcn.h>
 
 /// \file
-/// What the tests do beside JavaScript: they raise events, send messages and answer calls through
-/// the control of the account stand-in, in loops that no timer of JavaScript could drive.
+/// What mock() of the package cannot do for the tests: storms of events that no timer of JavaScript
+/// could drive, and the bare cost of a call.
 
 namespace {
 
@@ -70,16 +70,6 @@ napi_value empty(napi_env, napi_callback_info)
     return nullptr;
 }
 
-// script(operation, json)
-napi_value script(napi_env env, napi_callback_info info)
-{
-    const Arguments arguments(env, info);
-    AccountControl *const account = control();
-    const bool isTaken =
-        account && account->script(text(env, arguments.values[0]), text(env, arguments.values[1]));
-    return number(env, isTaken);
-}
-
 // noCost(): nothing is recorded or logged and every operation answers at once
 napi_value noCost(napi_env env, napi_callback_info)
 {
@@ -129,39 +119,6 @@ napi_value storming(napi_env env, napi_callback_info)
     return number(env, storms);
 }
 
-// sendMessage(json) -> how many handlers it was queued for
-napi_value sendMessage(napi_env env, napi_callback_info info)
-{
-    const Arguments arguments(env, info);
-    AccountControl *const account = control();
-    return number(env, account
-                           ? account->sendMessage(text(env, arguments.values[0]), Thread::library,
-                                                  zefstandin::MessageContext::alive)
-                           : -1);
-}
-
-// collect(json) -> how many callbacks it was queued for
-napi_value collect(napi_env env, napi_callback_info info)
-{
-    const Arguments arguments(env, info);
-    AccountControl *const account = control();
-    return number(env,
-                  account ? account->collect(text(env, arguments.values[0]), Thread::library) : -1);
-}
-
-// held() -> how many answers the stand-in holds back; releaseAll() gives them
-napi_value held(napi_env env, napi_callback_info)
-{
-    AccountControl *const account = control();
-    return number(env, account ? static_cast<double>(account->held().size()) : -1);
-}
-
-napi_value releaseAll(napi_env env, napi_callback_info)
-{
-    AccountControl *const account = control();
-    return number(env, account ? account->releaseAll(Thread::library) : -1);
-}
-
 /// The reply goes where the addon's goes first: nowhere.
 class Dropped : public zelectronframeworkspace::IElectronCallback
 {
@@ -196,10 +153,11 @@ NAPI_MODULE_INIT()
     {
         const char *name;
         napi_callback function;
-    } functions[] = {{"empty", empty}, {"script", script},           {"noCost", noCost},
-                     {"raise", raise}, {"sendMessage", sendMessage}, {"collect", collect},
-                     {"held", held},   {"releaseAll", releaseAll},   {"bareCall", bareCall},
-                     {"storms", storming}};
+    } functions[] = {{"empty", empty},
+                     {"noCost", noCost},
+                     {"raise", raise},
+                     {"storms", storming},
+                     {"bareCall", bareCall}};
     for (const auto &entry : functions) {
         napi_value value = nullptr;
         napi_create_function(env, entry.name, NAPI_AUTO_LENGTH, entry.function, nullptr, &value);
