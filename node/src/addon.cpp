@@ -4,6 +4,7 @@
 #include "values.h"
 
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
 using zelectronframeworkspace::IElectronCallback;
@@ -107,7 +108,11 @@ napi_value stop(napi_env env, const Arguments &arguments)
     const auto session = sessionOf(env, arguments[0]);
     const bool isStopping = session->prepareStop();
     if (isStopping) {
-        SharedFramework::instance().runApart([session] { session->stop(); });
+        try {
+            SharedFramework::instance().runApart([session] { session->stop(); });
+        } catch (const std::system_error &) {
+            session->stop(); // no thread is to be had; better slow than never
+        }
     }
     return valueOf(env, isStopping);
 }
@@ -182,7 +187,7 @@ napi_value settle(napi_env, const Arguments &)
 // inspect(name, isLoading) -> { path, error }
 napi_value inspect(napi_env env, const Arguments &arguments)
 {
-    SharedFramework::instance().noteInspection();
+    SharedFramework::instance().beforeInspection();
     const Inspection inspection =
         inspectLibrary(textFrom(env, arguments[0]), flagFrom(env, arguments[1]));
     napi_value object = nullptr;

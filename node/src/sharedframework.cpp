@@ -17,6 +17,12 @@ namespace {
 // A process ends within a second, whatever the account library is doing.
 constexpr std::chrono::milliseconds kLongestWait{500};
 
+/// \return where the framework library was loaded from; empty when it was not.
+std::string loadedFramework()
+{
+    return inspectLibrary("libzelectronframework.so", false).path;
+}
+
 } // namespace
 
 SharedFramework &SharedFramework::instance()
@@ -98,6 +104,13 @@ void SharedFramework::settle()
     m_changed.wait_for(lock, kLongestWait, [this] { return m_changes == 0; });
 }
 
+void SharedFramework::beforeInspection()
+{
+    if (loadedFramework().empty()) {
+        m_isInspected = true;
+    }
+}
+
 TaskRelay *SharedFramework::taskRelay(const std::string &typeName)
 {
     if (typeName == "meetingDataChangeTask") {
@@ -113,9 +126,9 @@ std::string SharedFramework::load(const std::string &library)
     }
     // A second copy of this package has one of its own, or somebody else's code uses it: two sides
     // would stop it below each other.
-    const Inspection loaded = inspectLibrary("libzelectronframework.so", false);
-    if (loaded.error.empty() && !m_isInspected) {
-        return "other " + loaded.path;
+    const std::string foreign = m_isInspected ? std::string() : loadedFramework();
+    if (!foreign.empty()) {
+        return "other " + foreign;
     }
     void *const handle = dlopen(library.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!handle) {

@@ -61,8 +61,8 @@ public:
 
     Replies &replies() { return m_replies; }
 
-    /// The framework library was loaded to be looked at, which leaves it loaded.
-    void noteInspection() { m_isInspected = true; }
+    /// To be called before a library is looked at: that may load the framework library for good.
+    void beforeInspection();
 
     /// Null for an unknown type.
     TaskRelay *taskRelay(const std::string &typeName);
@@ -84,7 +84,7 @@ private:
     std::atomic<int> m_shares{0};
     std::atomic<zelectronframeworkspace::IElectronFramework *> m_framework{nullptr};
 
-    std::atomic<bool> m_isInspected{false};
+    std::atomic<bool> m_isInspected{false}; // whoever loaded the framework library, it was us
 
     std::mutex m_changesMutex; // guards m_changes
     std::condition_variable m_changed;

@@ -153,7 +153,9 @@ test('what cannot be shared is refused', async (t) => {
   for (const part of ['index.cjs', 'package.json', 'lib', 'mock', 'prebuilds']) {
     fs.cpSync(path.join(__dirname, '..', part), path.join(installed, part), { recursive: true });
   }
-  const second = new (otherCopy(installed).ElectronFramework)(mock);
+  const copy = otherCopy(installed);
+  assert.equal(copy.diagnose(mock).findings.length, 0);
+  const second = new copy.ElectronFramework(mock);
   await assert.rejects(second.init(settings()), { code: 'ZEF_OTHER_LIBRARY' });
 });
 
