@@ -42,22 +42,13 @@ const options = {
 
 class UsageError extends Error {}
 
-const exampleStandin = {
-  users: [
-    { userid: '10001', nickname: 'Ada', reg_time: '1600000000' },
-    {
-      userid: '10002',
-      nickname: 'Bo',
-      is_company_account: true,
-      company_id: '77',
-      company_name: 'Example Works',
-    },
-  ],
-  office: {
-    userId: '10001',
-    meeting: { meetingUrl: 'https://meet.example.com/4711', accessCode: '204060' },
-  },
-};
+/** What the examples of the interface's description need, and a meeting. */
+function exampleStandin() {
+  const { description } = require('../lib/description.cjs');
+  const standin = description['x-exampleStandin'];
+  const meeting = { meetingUrl: 'https://meet.example.com/4711', accessCode: '204060' };
+  return { ...standin, office: { ...standin.office, meeting } };
+}
 
 function settingsOf({ settings: file, mock }) {
   if (file) return JSON.parse(fs.readFileSync(file, 'utf8'));
@@ -71,7 +62,7 @@ function settingsOf({ settings: file, mock }) {
     version: '1.0.0',
     localStoragePath,
   };
-  return mock ? { app, standin: exampleStandin } : { app };
+  return mock ? { app, standin: exampleStandin() } : { app };
 }
 
 function portOf({ port = '0' }) {

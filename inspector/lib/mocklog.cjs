@@ -4,7 +4,8 @@ const fs = require('node:fs/promises');
 const path = require('node:path');
 
 const lookMilliseconds = 100;
-const mostAtOnce = 256 * 1024;
+const mostAtOnce = 16 * 1024; // a millisecond's work
+const mostBehind = 256 * 1024; // before the first look
 
 // time level thread module message, as the mock of the log library writes them
 const form = /^(\d{4}-\d\d-\d\dT[\d:.]+Z) (\S+) (\d+) (\S+) (.*)$/;
@@ -57,24 +58,31 @@ class MockLog {
     let position = this.#positions.get(name);
     if (!position) {
       if (mtimeMs < this.#since) return;
-      position = { at: Math.max(0, size - mostAtOnce), rest: '' };
+      position = { at: Math.max(0, size - mostBehind), rest: Buffer.alloc(0) };
       this.#positions.set(name, position);
     }
-    if (size < position.at) Object.assign(position, { at: 0, rest: '' }); // a new file
+    if (size < position.at) Object.assign(position, { at: 0, rest: Buffer.alloc(0) }); // a new file
     if (size === position.at) return;
     const file = await fs.open(name);
     try {
-      const { bytesRead, buffer } = await file.read({
-        buffer: Buffer.alloc(Math.min(mostAtOnce, size - position.at)),
-        position: position.at,
-      });
-      position.at += bytesRead;
-      const lines = (position.rest + buffer.toString('utf8', 0, bytesRead)).split('\n');
-      position.rest = lines.pop();
-      for (const line of lines) this.#hand(line);
+      while (position.at < size && this.#timer !== null) await this.#readPart(file, position, size);
     } finally {
       await file.close();
     }
+  }
+
+  async #readPart(file, position, size) {
+    const { bytesRead, buffer } = await file.read({
+      buffer: Buffer.alloc(Math.min(mostAtOnce, size - position.at)),
+      position: position.at,
+    });
+    if (bytesRead === 0) throw new Error('the file has become shorter');
+    position.at += bytesRead;
+    const lines = Buffer.concat([position.rest, buffer.subarray(0, bytesRead)])
+      .toString()
+      .split('\n');
+    position.rest = Buffer.from(lines.pop());
+    for (const line of lines) this.#hand(line);
   }
 
   #hand(line) {

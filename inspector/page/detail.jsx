@@ -5,15 +5,17 @@ import { entries, useEntries } from './entries.js';
 import { Json } from './tree.jsx';
 
 const mostMeanwhile = 200;
+const mostLookedAt = 5000;
 
 /** What happened between the start and the end of a call. */
 function meanwhile(head) {
   const end = head.ms === undefined ? Number.POSITIVE_INFINITY : head.t + head.ms;
   const found = [];
-  for (let seq = head.seq + 1; seq < entries.next && found.length < mostMeanwhile; ++seq) {
+  // Not only up to its end: log lines come later than what they tell of.
+  const last = Math.min(entries.next, head.seq + mostLookedAt);
+  for (let seq = head.seq + 1; seq < last && found.length < mostMeanwhile; ++seq) {
     const other = entries.head(seq);
-    if (other && other.t > end && other.kind !== 'log') break;
-    if (other && other.t <= end) found.push(other);
+    if (other && other.t <= end && other.t >= Math.floor(head.t)) found.push(other);
   }
   return found;
 }

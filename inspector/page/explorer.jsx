@@ -271,7 +271,7 @@ export function Explorer({ call, select }) {
   const method = useMemo(() => description.methods.find((each) => each.name === name), [name]);
   if (isReadOnly) return <p class="panel">The inspector was started read-only.</p>;
   return (
-    <div class="explorer">
+    <div class="workbench">
       <Methods methods={description.methods} chosen={name} choose={setName} />
       {method && (
         <Call

@@ -338,7 +338,7 @@ export function Mock({ answer }) {
   if (!mock) return <p class="panel">{failure || 'asking'}</p>;
   const parts = { tell, state: mock.state };
   return (
-    <div class="mock">
+    <div class="panels">
       {failure && (
         <p role="alert" class="bad">
           {failure}

@@ -91,7 +91,7 @@ export function Replay({ recording, setRecording }) {
     if (file) setRecording(await file.text());
   };
   return (
-    <div class="replay">
+    <div class="recordings">
       <section aria-label="Record">
         <h2>Record</h2>
         {isReadOnly ? (

@@ -12,16 +12,24 @@ const kinds = Object.keys(signs);
 const seconds = (t) => (t / 1000).toFixed(3);
 const milliseconds = (ms) => (ms === undefined ? '' : ms < 10 ? ms.toFixed(2) : ms.toFixed(1));
 
-/** \returns where a seq stands in a sorted list, or would stand. */
+// Log lines are read from a file, a moment after other entries that came later.
+function isBefore(a, b) {
+  const difference = entries.head(a).t - entries.head(b).t;
+  return difference === 0 ? a < b : difference < 0;
+}
+
+/** \returns where a seq stands in a list in the order of time, or would stand. */
 function placeOf(list, seq) {
   let [low, high] = [0, list.length];
   while (low < high) {
     const middle = (low + high) >> 1;
-    if (list[middle] < seq) low = middle + 1;
+    if (isBefore(list[middle], seq)) low = middle + 1;
     else high = middle;
   }
   return low;
 }
+
+const sorted = (list) => list.sort((a, b) => (isBefore(a, b) ? -1 : 1));
 
 function put(list, seq, isShown) {
   const place = placeOf(list, seq);
@@ -48,7 +56,7 @@ function useShown(filter) {
         { length: entries.next - entries.first },
         (_, at) => entries.first + at,
       );
-      last.current = { filter, first: entries.first, shown: all.filter(passes) };
+      last.current = { filter, first: entries.first, shown: sorted(all.filter(passes)) };
     }
     return last.current.shown;
   }, [version, filter]);
