@@ -9,7 +9,7 @@
 namespace {
 
 constexpr std::size_t kMostAtOnce = 256;
-constexpr std::size_t kMostWaitingBytes = 64 * 1024 * 1024;
+constexpr std::size_t kMostWaitingBytes = std::size_t{64} * 1024 * 1024;
 
 /// What a listener throws is dealt with in JavaScript. What is left here is the termination of a
 /// worker, and that must stay unhandled.

@@ -24,7 +24,7 @@ public:
 
 namespace {
 
-constexpr std::size_t kBlockSize = 256 * 1024; // a multiple of every page size
+constexpr std::size_t kBlockSize = std::size_t{256} * 1024; // a multiple of every page size
 constexpr std::size_t kBlocks = 16384;         // Linux allows a process four times as many mappings
 constexpr std::size_t kPerBlock = kBlockSize / sizeof(IElectronCallback);
 // After so many calls the first address is used again.
