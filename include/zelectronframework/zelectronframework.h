@@ -83,9 +83,9 @@ public:
     ///         error. An account library that refuses to start gives no reason.
     virtual bool init(const char *settings) = 0;
 
-    /// Stops the framework. Methods and events that are queued already run first, however many they
-    /// are; asynCall queues nothing any more, and events raised from now on are dropped. A host
-    /// that cannot wait for queued events removes its listeners first.
+    /// Stops the framework. All methods and events that are already queued run first; asynCall
+    /// queues nothing any more, and events raised from now on are dropped. A host that cannot wait
+    /// for queued events removes its listeners first.
     ///
     /// Blocks until operations and deliveries that are running on other threads have returned and
     /// the host thread has ended. When it has returned true, no callback is running or will be
@@ -106,11 +106,11 @@ public:
     ///                 the call.
     /// \param callback gets the reply as compact JSON with its length; null drops it. Stays the
     ///                 caller's and is not used after call has returned.
-    /// \return true when the reply was delivered, or dropped for want of a callback; false when the
+    /// \return true when the reply was delivered, or dropped because callback is null; false when the
     ///         framework is not running.
     ///
     /// Reply:  {"result":"ok"|"fail", "msg":text, "data":object}; "data" only when there is some.
-    ///         {} from a method that answers only later, which is lost: use asynCall for those.
+    ///         {} from a method that replies later; that reply is lost: use asynCall for those.
     /// Thread: callable from any. Off the host thread only the methods that MODULES.md marks
     ///         thread-safe run; the others get a "fail" reply.
     /// Errors: a malformed path, an unknown module or an unknown method is a "fail" reply, not
@@ -124,16 +124,16 @@ public:
     /// \param params   text of one JSON object, or null. Any other text counts as {}. Read during
     ///                 the call.
     /// \param callback gets the reply as compact JSON; null drops it. Stays the caller's, who keeps
-    ///                 it alive until its one reply has arrived or uninit has returned. An account
-    ///                 library that answers twice is passed on twice: keep it until uninit to be
-    ///                 safe from that.
+    ///                 it alive until its one reply has arrived or uninit has returned. If the
+    ///                 account library replies twice, both replies are delivered: keep it until
+    ///                 uninit to be safe from that.
     /// \return true when the method, or a reply that names its failure, was queued; false when the
     ///         framework is not running, when uninit has begun, or when nothing could be queued.
     ///
     /// Reply:  as for call. MODULES.md marks the methods whose reply the account library writes
     ///         itself.
     /// Thread: callable from any. The reply never arrives from inside this call; it arrives on the
-    ///         thread that answers, normally the host thread.
+    ///         thread that replies, normally the host thread.
     /// Errors: a malformed path, an unknown module or an unknown method is a "fail" reply, not
     ///         false.
     virtual bool asynCall(const char *method, const char *params, IElectronCallback *callback) = 0;

@@ -11,7 +11,7 @@ export interface ProxySettings {
   proxyPort?: number;
   /** User name. Default: `""`. */
   proxyUser?: string;
-  /** Password. The log shows it in clear. Default: `""`. Secret. */
+  /** Password. The log shows it in clear text. Default: `""`. Secret. */
   proxyPassWord?: string;
 }
 
@@ -67,11 +67,11 @@ export interface AccountEntry {
 
 /** The one entry of the list while no account is known. */
 export type NoAccountEntry = {
-  /** User id, perhaps empty. */
+  /** User id; may be empty. */
   userid: string;
-  /** COA id, perhaps empty. */
+  /** COA id; may be empty. */
   coa_Id: string;
-  /** Id of the company, perhaps empty. */
+  /** Id of the company; may be empty. */
   company_id: string;
 } & {
   [Key in Exclude<keyof AccountEntry, 'userid' | 'coa_Id' | 'company_id'>]?: undefined;
@@ -89,7 +89,7 @@ export interface CookieEntry {
   secure: boolean;
   /** Path. */
   path: string;
-  /** Domain with a point in front, also when it has one. */
+  /** Domain with a dot in front, even if it already has one. */
   domain: string;
   /** The URL of the request, as it was given. */
   url: string;
@@ -97,7 +97,7 @@ export interface CookieEntry {
   sameSite: 'no_restriction';
 }
 
-/** A JSON Web Key (RFC 7517). Which members there are is up to the account library. */
+/** A JSON Web Key (RFC 7517). The account library decides which members there are. */
 export interface PublicKey extends JsonObject {
   /** Key type, for example "EC". */
   kty?: string;
@@ -138,15 +138,13 @@ export interface Methods {
     data: {
       /** Always this. */
       result: 'ok';
-      /**
-       * As the account library writes it, perhaps empty. Arrives parsed; in a raw reply as text.
-       */
+      /** As the account library writes it; may be empty. Arrives parsed; in a raw reply as text. */
       data: JsonObject | string;
     };
     raw: {
       /** Always this. */
       result: 'ok';
-      /** As the account library writes it, perhaps empty. */
+      /** As the account library writes it; may be empty. */
       data: string;
     };
   };
@@ -164,15 +162,13 @@ export interface Methods {
     data: {
       /** Always this. */
       result: 'ok';
-      /**
-       * As the account library writes it, perhaps empty. Arrives parsed; in a raw reply as text.
-       */
+      /** As the account library writes it; may be empty. Arrives parsed; in a raw reply as text. */
       data: JsonObject | string;
     };
     raw: {
       /** Always this. */
       result: 'ok';
-      /** As the account library writes it, perhaps empty. */
+      /** As the account library writes it; may be empty. */
       data: string;
     };
   };
@@ -189,23 +185,21 @@ export interface Methods {
   'accessbase.getDeviceHeader': {
     params: {
       /**
-       * The codes. Their values go to the account library as texts: numbers in decimal, true and
-       * false as such, objects and arrays empty.
+       * The codes. The account library receives their values as texts: numbers in decimal, true and
+       * false as words, objects and arrays as empty texts.
        */
       deviceCode: JsonLike;
     };
     data: {
       /** Always this. */
       result: 'ok';
-      /**
-       * As the account library writes it, perhaps empty. Arrives parsed; in a raw reply as text.
-       */
+      /** As the account library writes it; may be empty. Arrives parsed; in a raw reply as text. */
       data: JsonObject | string;
     };
     raw: {
       /** Always this. */
       result: 'ok';
-      /** As the account library writes it, perhaps empty. */
+      /** As the account library writes it; may be empty. */
       data: string;
     };
   };
@@ -250,11 +244,11 @@ export interface Methods {
       url: string;
     };
     data: {
-      /** One JSON text per cookie, perhaps none. Arrives parsed; in a raw reply as text. */
+      /** One JSON text per cookie, possibly none. Arrives parsed; in a raw reply as text. */
       cookieList: CookieEntry[];
     };
     raw: {
-      /** One JSON text per cookie, perhaps none. */
+      /** One JSON text per cookie, possibly none. */
       cookieList: string[];
     };
   };
@@ -275,14 +269,14 @@ export interface Methods {
       userId?: string;
       /** Stay signed in. Default: `false`. */
       keepOnline?: boolean;
-      /** Handed to the login service. Default: `{}`. */
+      /** Passed to the login service. Default: `{}`. */
       extParam?: JsonLike;
     } | undefined;
     data: JsonObject | undefined;
   };
 
   /**
-   * Gives the public signing key of this machine.
+   * Returns the public signing key of this machine.
    *
    * `callSync` may call it.
    *
@@ -357,7 +351,7 @@ export interface Methods {
   };
 
   /**
-   * Makes a fresh PKCE verifier and its challenge (RFC 7636).
+   * Creates a new PKCE verifier and its challenge (RFC 7636).
    *
    * `callSync` may call it.
    *
@@ -480,7 +474,7 @@ export interface Methods {
   };
 
   /**
-   * Turns a company account back.
+   * Turns a company account into a personal one.
    *
    * The parameters reach the account library as they are; those named here are what the mock knows.
    *
@@ -516,7 +510,7 @@ export interface Methods {
   };
 
   /**
-   * Adds a fresh authorize code to a URL, so that a page opens signed in.
+   * Adds a new authorize code to a URL, so that the page opens signed in.
    *
    * The parameters reach the account library as they are; those named here are what the mock knows.
    *
@@ -578,7 +572,7 @@ export interface Methods {
    * - "scheduler is null": There is no scheduler; tested first.
    * - "event, data or busyType is empty": One of them is absent or empty.
    * - "submit to office fail": The scheduler did not accept the task.
-   * - "no office app": Later: no application of the office suite is there to answer.
+   * - "no office app": Later: no application of the office suite is running.
    * - "changeMeetingStatus fail": Later: the office suite refused.
    */
   'meeting.changeMeetingStatus': {
@@ -607,7 +601,7 @@ export interface Methods {
       proxyPort?: number;
       /** User name. Default: `""`. */
       proxyUser?: string;
-      /** Password. The log shows it in clear. Default: `""`. Secret. */
+      /** Password. The log shows it in clear text. Default: `""`. Secret. */
       proxyPassWord?: string;
     } | undefined;
     data: {
@@ -617,7 +611,7 @@ export interface Methods {
   };
 
   /**
-   * Hands custom domains to the account library, one by one in ascending order of the keys.
+   * Passes custom domains to the account library, one by one in ascending order of the keys.
    *
    * Fails with
    * - "param is empty": There are no parameters; tested first.
@@ -632,12 +626,12 @@ export interface Methods {
   };
 
   /**
-   * Gives the folder of the log files.
+   * Returns the folder of the log files.
    *
    * `callSync` may call it.
    *
    * Fails with
-   * - "log proxy is nullptr": The log is not there yet or no more.
+   * - "log proxy is nullptr": The log does not exist yet, or no longer.
    * - "log path is null": There is no log library or no such folder.
    */
   'utils.getLogPath': {
@@ -683,7 +677,7 @@ export interface Events {
 /** Every task type with the messages that come. */
 export interface TaskMessages {
   /**
-   * What the account library collects, an object of its own making, unchanged.
+   * The object that the account library collects, unchanged.
    *
    * Each registration is passed on to the account library, which may refuse it.
    */
@@ -694,7 +688,7 @@ export interface TaskMessages {
    * The first registration counts; a later one is accepted and changes nothing. Registering also
    * asks the office suite for the current meeting: when it has one, an "enterMeeting" follows, in
    * which both texts may be empty. An "enterMeeting" message with neither URL nor access code, and
-   * a message of another type, leave a log line and reach nobody.
+   * a message of another type, are logged and not delivered.
    */
   meetingDataChangeTask: {
     /** Which message this is. */
@@ -719,7 +713,7 @@ export interface TaskMessages {
   };
 }
 
-/** The object that init takes. It also reaches the account library, whole. */
+/** The object that init takes. The account library receives the whole object as well. */
 export interface Settings extends JsonLike {
   /** The application. */
   app: {
@@ -731,12 +725,12 @@ export interface Settings extends JsonLike {
     version: string;
     /** For the account library. */
     localStoragePath: string;
-    /** Told to the office suite by `account.getOfficeUserInfo`. Default: `false`. */
+    /** Passed to the office suite by `account.getOfficeUserInfo`. Default: `false`. */
     international?: boolean;
   };
   /** The network of the process. */
   network?: {
-    /** The proxy from the start on; none when absent. */
+    /** The proxy to use from the start; none when absent. */
     proxy?: ProxySettings;
   };
   /** What the mock knows at its start. */
