@@ -64,6 +64,8 @@ int main(int argc, char **argv)
     addRoads("call_text_16k", "account.signLoginData", textParams(16384));
     addRoads("call_members_1k", "accessbase.getDeviceHeader", memberParams(1024));
     addRoads("call_members_16k", "accessbase.getDeviceHeader", memberParams(16384));
+    addRoads("call_mixed_read", "accessbase.getDeviceHeader", mixedParams());
+    addRoads("call_mixed_unread", "account.getJwkPublicKeyStr", mixedParams());
     benchmark::RegisterBenchmark("call_threads", callOurs, "account.getJwkPublicKeyStr",
                                  QByteArray("{}"))
         ->ThreadRange(1, 2)

@@ -95,6 +95,8 @@ void countCalls()
         {"call_text_16k", "account.signLoginData", textParams(16384)},
         {"call_members_1k", "accessbase.getDeviceHeader", memberParams(1024)},
         {"call_members_16k", "accessbase.getDeviceHeader", memberParams(16384)},
+        {"call_mixed_read", "accessbase.getDeviceHeader", mixedParams()},
+        {"call_mixed_unread", "account.getJwkPublicKeyStr", mixedParams()},
     };
     for (const auto &call : calls) {
         countCall(std::string(call.name) + "/ours", call.method, call.params, 100);

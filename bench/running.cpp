@@ -89,3 +89,15 @@ QByteArray memberParams(int bytes)
     }
     return R"({"deviceCode":{)" + members + "}}";
 }
+
+QByteArray mixedParams()
+{
+    const QByteArray values[] = {R"("text value")", "12345", "true",
+                                 "\"\u4f1a\u8b70 \u00e9t\u00e9\"", R"("https:\/\/example.com")"};
+    QByteArray members;
+    for (int number = 0; number < 43; ++number) {
+        const QByteArray key = "member" + QByteArray::number(number * 17 % 43);
+        members += (members.isEmpty() ? "\"" : ",\"") + key + "\":" + values[number % 5];
+    }
+    return R"({"deviceCode":{)" + members + "}}";
+}

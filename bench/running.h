@@ -53,3 +53,7 @@ QByteArray textParams(int bytes);
 
 /// Parameters of about so many bytes, many short members: for accessbase.getDeviceHeader.
 QByteArray memberParams(int bytes);
+
+/// Parameters of about 1 kB in 43 members of all kinds, in no order, with text beyond ASCII: for any
+/// method; those that read it find them in "deviceCode".
+QByteArray mixedParams();

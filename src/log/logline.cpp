@@ -12,11 +12,8 @@
 
 namespace {
 
-/// The bytes that are looked at together; compilers turn this vector arithmetic into SIMD
-/// instructions.
-constexpr int kBlock = 16;
-using Block = signed char __attribute__((vector_size(kBlock)));
-using WideBlock = wchar_t __attribute__((vector_size(kBlock * sizeof(wchar_t))));
+constexpr std::size_t kBlock = 16; ///< bytes that are looked at together
+constexpr quint64 kHighBits = Q_UINT64_C(0x8080808080808080);
 
 constexpr wchar_t kReplacement = 0xfffd;
 
@@ -27,25 +24,26 @@ constexpr std::size_t kStackRoom = 1024;
 /// returned place may be written to, as far as the text would reach.
 inline wchar_t *writeAscii(wchar_t *place, const char *&next, const char *end)
 {
-    while (end - next >= kBlock) {
-        Block bytes;
-        std::memcpy(&bytes, next, sizeof bytes);
-        const auto wide = __builtin_convertvector(bytes, WideBlock);
-        std::memcpy(place, &wide, sizeof wide);
-        const auto isOther = bytes < 0;
-        std::array<quint64, 2> marks;
-        std::memcpy(marks.data(), &isOther, sizeof marks);
-        if (marks[0] | marks[1]) {
-            const quint64 mark = qFromLittleEndian(marks[0] ? marks[0] : marks[1]);
-            const int ascii = int(qCountTrailingZeroBits(mark) / 8) + (marks[0] ? 0 : kBlock / 2);
+    while (end - next >= std::ptrdiff_t(kBlock)) {
+        // A copy, since compilers make SIMD instructions only of what is no alias of the place.
+        std::array<uchar, kBlock> bytes;
+        std::memcpy(bytes.data(), next, kBlock);
+        for (std::size_t i = 0; i < kBlock; ++i) {
+            place[i] = bytes[i];
+        }
+        const quint64 low = qFromLittleEndian<quint64>(bytes.data()) & kHighBits;
+        const quint64 high = qFromLittleEndian<quint64>(bytes.data() + kBlock / 2) & kHighBits;
+        if (low | high) {
+            const uint ascii = low ? qCountTrailingZeroBits(low) / 8
+                                   : qCountTrailingZeroBits(high) / 8 + uint(kBlock / 2);
             next += ascii;
             return place + ascii;
         }
         next += kBlock;
         place += kBlock;
     }
-    while (next != end && static_cast<signed char>(*next) >= 0) {
-        *place++ = static_cast<wchar_t>(*next++);
+    while (next != end && uchar(*next) < 0x80) {
+        *place++ = uchar(*next++);
     }
     return place;
 }
@@ -69,7 +67,7 @@ wchar_t *writeUtf8(wchar_t *place, const char *utf8, std::size_t size)
             const int length = decodeUtf8(next, end, code);
             *place++ = length ? static_cast<wchar_t>(code) : kReplacement;
             next += std::max(length, 1);
-        } while (next != end && static_cast<signed char>(*next) < 0);
+        } while (next != end && uchar(*next) >= 0x80);
     }
 }
 

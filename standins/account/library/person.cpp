@@ -117,15 +117,23 @@ AccountUserInfo userInfoOf(const Person &person)
 Person generatedPerson(int number)
 {
     const QString text = QString::number(number);
-    return personFromMap({{"userid", "user-" + text},
-                          {"nickname", "User " + text},
-                          {"avatar_url", "https://account.example.com/avatar/" + text},
-                          {"is_login", true},
-                          {"status", "normal"},
-                          {"session_status", "online"},
-                          {"loginmode", "generated"},
-                          {"reg_time", "1600000000"},
-                          {"login_account_limit", 10}});
+    return personFromMap(
+        {{"userid", "user-" + text},
+         {"nickname", QStringLiteral("\u738b\u5c0f\u660e ") + text},
+         {"avatar_url", "https://account.example.com/avatar/" + text + "?size=180x180"},
+         {"company_id", "company-" + text},
+         {"company_name", QStringLiteral("\u4e5d\u5dde\u7530\u4e2d\u88fd\u4f5c\u6240 ") + text},
+         {"company_logo", "https://account.example.com/logo/" + text + ".png"},
+         {"company_custom_domain", "company-" + text + ".example.com"},
+         {"is_company_account", true},
+         {"is_login", true},
+         {"status", "normal"},
+         {"session_status", "online"},
+         {"loginmode", "generated"},
+         {"link_text", QStringLiteral("D\u00e9tails")},
+         {"link_url", "https://account.example.com/details/" + text},
+         {"reg_time", "1600000000"},
+         {"login_account_limit", 10}});
 }
 
 } // namespace zefstandin
