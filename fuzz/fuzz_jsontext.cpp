@@ -1,7 +1,7 @@
 // Holds the JSON codec against Qt's: the same maps with the same types from any text, the same
 // bytes from any map. The first byte chooses the direction.
 
-#include "json/jsonobjecttext.h"
+#include "json/jsonobjecttexts.h"
 #include "json/jsonreader.h"
 #include "json/jsonwriter.h"
 
@@ -379,22 +379,35 @@ void compareMaps(const QVariantMap &map)
         differ("wrote differently", written, expected);
     }
 
-    // The two strings have the same meaning, and a member of its own each.
-    QVariantMap flat;
-    QByteArrayList keys; // they outlive the object's text
-    JsonObjectText object;
+    // Two objects of the same members: the strings as they are, and as UTF-8.
+    QVariantMap strings;
+    QVariantMap bytes;
+    QByteArrayList keys; // they outlive the objects' texts
     for (auto it = map.cbegin(); it != map.cend(); ++it) {
-        keys.append("k" + QByteArray::number(flat.size() + 100));
-        const QByteArray &key = keys.last();
-        const QByteArray bytes = it.key().toUtf8();
-        const bool isBytes = flat.size() % 3 == 0;
-        flat.insert(QString::fromLatin1(key), isBytes ? QVariant(bytes) : QVariant(it.key()));
-        isBytes ? object.add(QLatin1String(key), bytes) : object.add(QLatin1String(key), it.key());
+        keys.append("k" + QByteArray::number(keys.size() + 100));
+        strings.insert(keys.last(), it.key());
+        bytes.insert(keys.last(), it.key().toLatin1() + it.key().toUtf8());
     }
-    const QByteArray expectedFlat = QJsonDocument::fromVariant(flat).toJson(QJsonDocument::Compact);
-    const QString writtenFlat = object.take();
-    if (writtenFlat != QString::fromUtf8(expectedFlat)) {
-        differ("wrote a flat object differently", writtenFlat.toUtf8(), expectedFlat);
+    JsonObjectTexts objects;
+    QStringList texts;
+    for (const QVariantMap &object : {strings, bytes}) {
+        for (const QByteArray &key : keys) {
+            const QVariant value = object.value(key);
+            value.userType() == QMetaType::QString
+                ? objects.add(QLatin1String(key), value.toString())
+                : objects.add(QLatin1String(key), value.toByteArray());
+        }
+        if (!keys.isEmpty()) {
+            objects.endObject();
+            texts.append(QJsonDocument::fromVariant(object).toJson(QJsonDocument::Compact));
+        }
+    }
+    const QVariantMap list{{"k", QVariant::fromValue(objects.take())}};
+    const QVariantMap qtList{{"k", texts}};
+    const QByteArray expectedTexts =
+        QJsonDocument::fromVariant(qtList).toJson(QJsonDocument::Compact);
+    if (jsonTextFromMap(list) != expectedTexts) {
+        differ("wrote flat objects differently", jsonTextFromMap(list), expectedTexts);
     }
 }
 

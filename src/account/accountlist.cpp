@@ -1,9 +1,7 @@
 #include "account/accountlist.h"
 
 #include "account/accountservices.h"
-#include "json/jsonobjecttext.h"
-
-#include <QStringList>
+#include "json/jsonobjecttexts.h"
 
 #include <optional>
 
@@ -26,47 +24,47 @@ CurrentAccount currentAccount(IAccount &account)
     return current;
 }
 
-/// One account's text, keys in ascending order.
-QString accountText(JsonObjectText &entry, const AccountListItem &item,
-                    const std::optional<CurrentAccount> &current)
+/// Keys in ascending order.
+void addAccount(JsonObjectTexts &texts, const AccountListItem &item,
+                const std::optional<CurrentAccount> &current)
 {
-    entry.add(QLatin1String("avatar_url"), item.avatarUrl);
+    texts.add(QLatin1String("avatar_url"), item.avatarUrl);
     if (current) {
-        entry.add(QLatin1String("coa_Id"), current->coaId);
+        texts.add(QLatin1String("coa_Id"), current->coaId);
     }
-    entry.add(QLatin1String("company_custom_domain"), item.companyCustomDomain);
-    entry.add(QLatin1String("company_id"), item.companyId);
-    entry.add(QLatin1String("company_logo"), item.companyLogo);
-    entry.add(QLatin1String("company_name"), item.companyName);
-    entry.add(QLatin1String("is_company_account"), item.isCompanyAccount);
-    entry.add(QLatin1String("is_current"), item.isCurrent);
-    entry.add(QLatin1String("is_login"), item.isLogin);
+    texts.add(QLatin1String("company_custom_domain"), item.companyCustomDomain);
+    texts.add(QLatin1String("company_id"), item.companyId);
+    texts.add(QLatin1String("company_logo"), item.companyLogo);
+    texts.add(QLatin1String("company_name"), item.companyName);
+    texts.add(QLatin1String("is_company_account"), item.isCompanyAccount);
+    texts.add(QLatin1String("is_current"), item.isCurrent);
+    texts.add(QLatin1String("is_login"), item.isLogin);
     if (current) {
-        entry.add(QLatin1String("keep_online"), current->isKeepOnline);
+        texts.add(QLatin1String("keep_online"), current->isKeepOnline);
     }
-    entry.add(QLatin1String("link_text"), item.linkText);
-    entry.add(QLatin1String("link_url"), item.linkUrl);
-    entry.add(QLatin1String("login_account_limit"), item.loginAccountLimit);
-    entry.add(QLatin1String("loginmode"), item.loginMode);
-    entry.add(QLatin1String("logout_reason"), item.logoutReason);
-    entry.add(QLatin1String("need_tfa"), item.needTfa);
-    entry.add(QLatin1String("nickname"), item.nickname);
-    entry.add(QLatin1String("reason"), item.reason);
+    texts.add(QLatin1String("link_text"), item.linkText);
+    texts.add(QLatin1String("link_url"), item.linkUrl);
+    texts.add(QLatin1String("login_account_limit"), item.loginAccountLimit);
+    texts.add(QLatin1String("loginmode"), item.loginMode);
+    texts.add(QLatin1String("logout_reason"), item.logoutReason);
+    texts.add(QLatin1String("need_tfa"), item.needTfa);
+    texts.add(QLatin1String("nickname"), item.nickname);
+    texts.add(QLatin1String("reason"), item.reason);
     if (current) {
-        entry.add(QLatin1String("reg_time"), current->registrationTime);
+        texts.add(QLatin1String("reg_time"), current->registrationTime);
     }
-    entry.add(QLatin1String("session_status"), item.sessionStatus);
-    entry.add(QLatin1String("status"), item.status);
-    entry.add(QLatin1String("userid"), item.userId);
-    return entry.take();
+    texts.add(QLatin1String("session_status"), item.sessionStatus);
+    texts.add(QLatin1String("status"), item.status);
+    texts.add(QLatin1String("userid"), item.userId);
+    texts.endObject();
 }
 
-QString noAccountText(JsonObjectText &entry, const AccountAuthInfo &auth)
+void addNoAccount(JsonObjectTexts &texts, const AccountAuthInfo &auth)
 {
-    entry.add(QLatin1String("coa_Id"), auth.coaId);
-    entry.add(QLatin1String("company_id"), auth.companyId);
-    entry.add(QLatin1String("userid"), auth.userId);
-    return entry.take();
+    texts.add(QLatin1String("coa_Id"), auth.coaId);
+    texts.add(QLatin1String("company_id"), auth.companyId);
+    texts.add(QLatin1String("userid"), auth.userId);
+    texts.endObject();
 }
 
 } // namespace
@@ -80,18 +78,17 @@ void replyAccountList(const CallBackFunc &callback)
     }
 
     const QList<AccountListItem> accounts = account->accountList();
-    JsonObjectText entry;
-    QStringList texts;
-    texts.reserve(accounts.size());
+    JsonObjectTexts texts;
     for (const AccountListItem &item : accounts) {
         std::optional<CurrentAccount> current;
         if (account->currentUserId() == item.userId) {
             current = currentAccount(*account);
         }
-        texts.append(accountText(entry, item, current));
+        addAccount(texts, item, current);
     }
     if (accounts.isEmpty()) {
-        texts.append(noAccountText(entry, AccountAuthInfo(account->authInfo())));
+        addNoAccount(texts, AccountAuthInfo(account->authInfo()));
     }
-    replySuccess(callback, {{QStringLiteral("accountListInfo"), texts}});
+    replySuccess(callback,
+                 {{QStringLiteral("accountListInfo"), QVariant::fromValue(texts.take())}});
 }

@@ -1,5 +1,7 @@
 #include "json/jsonwriter.h"
 
+#include "json/utf8.h"
+
 #include <QJsonDocument>
 #include <QtEndian>
 
@@ -34,9 +36,17 @@ constexpr std::array<char, 128> makeEscapeLetters()
 }
 constexpr std::array<char, 128> kEscapeLetters = makeEscapeLetters();
 
-inline void putEscaped(ushort unit, char letter, char *&out)
+using Strings = JsonWriter::Strings;
+
+inline void putEscaped(ushort unit, char letter, Strings strings, char *&out)
 {
     *out++ = '\\';
+    if (strings == Strings::InString) {
+        *out++ = '\\';
+        if (letter == '"' || letter == '\\') {
+            *out++ = '\\';
+        }
+    }
     *out++ = letter;
     if (Q_LIKELY(letter != 'u')) {
         return;
@@ -44,6 +54,14 @@ inline void putEscaped(ushort unit, char letter, char *&out)
     for (int shift = 12; shift >= 0; shift -= 4) {
         *out++ = "0123456789abcdef"[unit >> shift & 0xf];
     }
+}
+
+inline void putQuote(Strings strings, char *&out)
+{
+    if (strings == Strings::InString) {
+        *out++ = '\\';
+    }
+    *out++ = '"';
 }
 
 inline void putNonAscii(uint code, char *&out)
@@ -61,13 +79,13 @@ inline void putNonAscii(uint code, char *&out)
     *out++ = char(0x80 | (code & 0x3f));
 }
 
-/// One character, which may be a surrogate pair, in at most six bytes. Gives where the next begins.
-inline const ushort *putCharacter(const ushort *at, const ushort *end, char *&out)
+/// One character, which may be a surrogate pair, in at most seven bytes. Gives where the next begins.
+inline const ushort *putCharacter(const ushort *at, const ushort *end, Strings strings, char *&out)
 {
     const ushort unit = *at++;
     if (unit < 0x80) {
         if (const char letter = kEscapeLetters[unit]) {
-            putEscaped(unit, letter, out);
+            putEscaped(unit, letter, strings, out);
         } else {
             *out++ = char(unit);
         }
@@ -76,9 +94,24 @@ inline const ushort *putCharacter(const ushort *at, const ushort *end, char *&ou
     } else if (QChar::isHighSurrogate(unit) && at != end && QChar::isLowSurrogate(*at)) {
         putNonAscii(QChar::surrogateToUcs4(unit, *at++), out);
     } else {
-        putEscaped(unit, 'u', out);
+        putEscaped(unit, 'u', strings, out);
     }
     return at;
+}
+
+/// As above, from UTF-8. What is not well-formed becomes U+FFFD, byte by byte.
+inline const uchar *putCharacter(const uchar *at, const uchar *end, Strings strings, char *&out)
+{
+    if (*at < 0x80) {
+        const ushort unit = *at;
+        putCharacter(&unit, &unit + 1, strings, out);
+        return at + 1;
+    }
+    uint code = 0;
+    const int length =
+        decodeUtf8(reinterpret_cast<const char *>(at), reinterpret_cast<const char *>(end), code);
+    putNonAscii(length ? code : uint(QChar::ReplacementCharacter), out);
+    return at + std::max(length, 1);
 }
 
 /// The units of a string that are looked at together: compilers turn this vector arithmetic into
@@ -87,14 +120,28 @@ constexpr int kChunk = 8;
 using Chunk = ushort __attribute__((vector_size(kChunk * sizeof(ushort))));
 using ByteChunk = uchar __attribute__((vector_size(kChunk)));
 
-/// Writes the units as if each were one byte of the text, and again from behind each that is not.
-inline const ushort *putChunk(const ushort *at, const ushort *end, char *&out)
+inline Chunk chunkOf(const ushort *at)
 {
     Chunk units;
     std::memcpy(&units, at, sizeof units);
+    return units;
+}
+
+inline ByteChunk chunkOf(const uchar *at)
+{
+    ByteChunk units;
+    std::memcpy(&units, at, sizeof units);
+    return units;
+}
+
+/// Writes the units as if each were one byte of the text, and again from behind each that is not.
+template <typename Unit>
+inline const Unit *putChunk(const Unit *at, const Unit *end, Strings strings, char *&out)
+{
+    const auto units = chunkOf(at);
     const auto isMarked = (units - 0x20 >= 0x60) | (units == '"') | (units == '\\');
-    const ByteChunk narrowUnits = __builtin_convertvector(units, ByteChunk);
-    const ByteChunk narrowMarks = __builtin_convertvector(isMarked, ByteChunk);
+    const auto narrowUnits = __builtin_convertvector(units, ByteChunk);
+    const auto narrowMarks = __builtin_convertvector(isMarked, ByteChunk);
     quint64 bytes = qFromLittleEndian<quint64>(&narrowUnits);
     quint64 marks = qFromLittleEndian<quint64>(&narrowMarks);
 
@@ -106,9 +153,9 @@ inline const ushort *putChunk(const ushort *at, const ushort *end, char *&out)
         at += plain;
         left -= plain + 1;
         if (*at >= 0x80) {
-            return putCharacter(at, end, out);
+            return putCharacter(at, end, strings, out);
         }
-        putEscaped(*at, kEscapeLetters[*at], out);
+        putEscaped(*at, kEscapeLetters[*at], strings, out);
         ++at;
         if (left == 0) {
             return at;
@@ -224,6 +271,10 @@ void writeValue(JsonWriter &out, const QVariant &value, int depth)
         }
         return writeObject(out, held<QVariantMap>(value), depth + 1);
     default:
+        if (value.userType() == qMetaTypeId<JsonText>()) {
+            const QByteArray &text = held<JsonText>(value).text;
+            return out.append(QLatin1String(text.constData(), text.size()));
+        }
         break;
     }
     writeThroughQt(out, value);
@@ -275,12 +326,12 @@ void JsonWriter::wholeNumber(qlonglong number)
     append(QLatin1String(&digits[first], int(digits.size() - first)));
 }
 
-void JsonWriter::string(const QString &string)
+template <typename Unit>
+inline void JsonWriter::units(const Unit *at, const Unit *end)
 {
-    auto *at = reinterpret_cast<const ushort *>(string.constData());
-    const ushort *const end = at + string.size();
-    makeRoom(string.size());
-    *m_at++ = '"';
+    makeRoom(int(end - at));
+    const Strings strings = m_strings;
+    putQuote(strings, m_at);
     // A variable of its own stays in a register while bytes are stored, m_at would not.
     char *out = m_at;
     while (end - at >= kChunk) {
@@ -290,25 +341,34 @@ void JsonWriter::string(const QString &string)
             out = m_at;
         }
         // Text that is not ASCII comes in runs, where looking at a chunk gains nothing.
-        at = *at < 0x80 ? putChunk(at, end, out) : putCharacter(at, end, out);
+        at = *at < 0x80 ? putChunk(at, end, strings, out) : putCharacter(at, end, strings, out);
     }
     m_at = out;
     makeRoom();
     out = m_at;
     while (at != end) {
-        at = putCharacter(at, end, out);
+        at = putCharacter(at, end, strings, out);
     }
-    *out++ = '"';
+    putQuote(strings, out);
     m_at = out;
+}
+
+void JsonWriter::string(const QString &string)
+{
+    const auto *begin = reinterpret_cast<const ushort *>(string.constData());
+    units(begin, begin + string.size());
 }
 
 void JsonWriter::bytes(const QByteArray &bytes)
 {
-    // A size of -1, which no byte array has, would make compilers warn of the strlen() it means.
-    const QString text = QString::fromUtf8(bytes.constData(), std::max(bytes.size(), 0));
-    if (text.isEmpty()) {
+    // Qt decodes the bytes, which drops a byte-order mark at their head.
+    const bool hasMark = bytes.startsWith("\xef\xbb\xbf");
+    const auto *begin = reinterpret_cast<const uchar *>(bytes.constData());
+    const uchar *const end = begin + bytes.size();
+    begin += hasMark ? 3 : 0;
+    if (begin == end) {
         append(QLatin1String("null"));
     } else {
-        string(text);
+        units(begin, end);
     }
 }

@@ -6,7 +6,16 @@
 
 #include <cstring>
 
-/// The compact JSON text of a map, UTF-8: byte for byte that of QJsonDocument::fromVariant().
+/// JSON that is written already, UTF-8: as a value of a map it goes into the text as it is.
+struct JsonText
+{
+    QByteArray text;
+};
+Q_DECLARE_TYPEINFO(JsonText, Q_MOVABLE_TYPE);
+Q_DECLARE_METATYPE(JsonText)
+
+/// The compact JSON text of a map, UTF-8: byte for byte that of QJsonDocument::fromVariant(), but for
+/// a JsonText.
 ///
 /// Thread: any.
 QByteArray jsonTextFromMap(const QVariantMap &map);
@@ -16,7 +25,11 @@ QByteArray jsonTextFromMap(const QVariantMap &map);
 class JsonWriter
 {
 public:
-    JsonWriter() = default;
+    /// Where the text stands: the quotes and escapes of its strings are escaped in their turn when that
+    /// is inside another string.
+    enum class Strings { Plain, InString };
+
+    explicit JsonWriter(Strings strings = Strings::Plain) : m_strings(strings) {}
     JsonWriter(const JsonWriter &) = delete;
     JsonWriter &operator=(const JsonWriter &) = delete;
 
@@ -50,7 +63,7 @@ public:
     QByteArray take();
 
 private:
-    /// Eight escapes of six bytes, which string() writes in one step, and what is around them.
+    /// Eight escapes of seven bytes, which string() writes in one step, and what is around them.
     static constexpr int kRoom = 64;
 
     /// Room for kRoom bytes more, or for some more than that.
@@ -62,7 +75,10 @@ private:
     }
 
     void grow(int more);
+    template <typename Unit>
+    void units(const Unit *at, const Unit *end);
 
+    const Strings m_strings;
     QByteArray m_text; // its size is the room there is
     char *m_begin = nullptr;
     char *m_at = nullptr; // behind what is written

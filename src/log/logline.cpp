@@ -18,7 +18,7 @@ constexpr quint64 kHighBits = Q_UINT64_C(0x8080808080808080);
 constexpr wchar_t kReplacement = 0xfffd;
 
 /// Up to so many wide characters a line is built on the stack. A longer one is allocated.
-constexpr std::size_t kStackRoom = 1024;
+constexpr std::size_t kStackRoom = 2048;
 
 /// Widens the ASCII characters that a text begins with; next ends behind them. What is behind the
 /// returned place may be written to, as far as the text would reach.

@@ -1,4 +1,4 @@
-#include "json/jsonobjecttext.h"
+#include "json/jsonobjecttexts.h"
 #include "json/jsonreader.h"
 #include "json/jsonwriter.h"
 
@@ -34,8 +34,8 @@ private Q_SLOTS:
     void writesMarksAtEveryPlace();
     void piecesFollowEachOther();
 
-    // flat objects
-    void flatObjectEqualsMap();
+    // lists of flat objects
+    void objectTextsEqualMaps();
 };
 
 namespace {
@@ -225,6 +225,8 @@ void tst_JsonText::writesValue_data()
     row("bytes", QByteArray("a\0\xc3\xa9", 4), "\"a\\u0000\xc3\xa9\"");
     row("bytes that are not UTF-8", QByteArray("\xff"), "\"\xef\xbf\xbd\"");
     row("no bytes", QByteArray(""), "null");
+    row("bytes of a mark", QByteArray("\xef\xbb\xbf"), "null");
+    row("bytes behind a mark", QByteArray("\xef\xbb\xbf\xef\xbb\xbfx"), "\"\xef\xbb\xbfx\"");
     row("string list", QStringList{"a", QString(), "b\""}, R"(["a","","b\""])");
     row("empty lists", QVariantList{QStringList(), QVariant(QVariantList())}, "[[],[]]");
     row("list", QVariantList{1, "a", QVariant()}, R"([1,"a",null])");
@@ -298,6 +300,8 @@ void tst_JsonText::writesMarksAtEveryPlace()
             const QVariantMap map{{string, string}};
             QCOMPARE(jsonTextFromMap(map), writtenByQt(map));
             QCOMPARE(mapFromJsonText(writtenByQt(map).constData()), map);
+            const QVariantMap bytes{{"utf8", string.toUtf8()}, {"not", string.toLatin1()}};
+            QCOMPARE(jsonTextFromMap(bytes), writtenByQt(bytes));
         }
     }
 }
@@ -319,20 +323,26 @@ void tst_JsonText::piecesFollowEachOther()
     QCOMPARE(writer.take(), QByteArray());
 }
 
-void tst_JsonText::flatObjectEqualsMap()
+void tst_JsonText::objectTextsEqualMaps()
 {
-    JsonObjectText object;
-    QCOMPARE(object.take(), QString("{}"));
+    QCOMPARE(JsonObjectTexts().take().text, QByteArray("[]"));
+
+    JsonObjectTexts objects;
+    QStringList texts;
     for (const QString &string :
-         {QString(), QString(900, '"'), QString::fromUtf8("\xe6\x97\xa5")}) {
-        object.add(QLatin1String("bytes"), string.toUtf8());
-        object.add(QLatin1String("flag"), true);
-        object.add(QLatin1String("number"), -5);
-        object.add(QLatin1String("string"), string);
+         {QString(), QString(900, '"'), QString::fromUtf8("\xe6\x97\xa5"),
+          QString::fromUtf8("\\\"\x01\n\x7f\xc3\xa9 behind") + QChar(0xd800) + QChar(0)}) {
+        objects.add(QLatin1String("bytes"), string.toUtf8());
+        objects.add(QLatin1String("flag"), true);
+        objects.add(QLatin1String("number"), -5);
+        objects.add(QLatin1String("string"), string);
+        objects.endObject();
         const QVariantMap map{
             {"bytes", string.toUtf8()}, {"flag", true}, {"number", -5}, {"string", string}};
-        QCOMPARE(object.take(), QString::fromUtf8(writtenByQt(map)));
+        texts.append(QString::fromUtf8(writtenByQt(map)));
     }
+    const QVariantMap list{{"a", 1}, {"list", QVariant::fromValue(objects.take())}, {"z", 2}};
+    QCOMPARE(jsonTextFromMap(list), writtenByQt({{"a", 1}, {"list", texts}, {"z", 2}}));
 }
 
 QTEST_APPLESS_MAIN(tst_JsonText)
