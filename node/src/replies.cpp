@@ -25,7 +25,7 @@ public:
 namespace {
 
 constexpr std::size_t kBlockSize = std::size_t{256} * 1024; // a multiple of every page size
-constexpr std::size_t kBlocks = 16384;         // Linux allows a process four times as many mappings
+constexpr std::size_t kBlocks = 16384; // Linux allows a process four times as many mappings
 constexpr std::size_t kPerBlock = kBlockSize / sizeof(IElectronCallback);
 // After so many calls the first address is used again.
 constexpr std::size_t kPlaces = kBlocks * kPerBlock;
@@ -33,6 +33,16 @@ constexpr std::size_t kPlaces = kBlocks * kPerBlock;
 std::size_t placeOf(ReceiverId id)
 {
     return static_cast<std::size_t>(id) % kPlaces;
+}
+
+/// \return -1 when the system refuses.
+int memoryFile()
+{
+    // Some systems demand that such a file is never executable, and older ones know no such flag.
+    constexpr unsigned kNeverExecutable = 8; // MFD_NOEXEC_SEAL
+    const char *const name = "zelectronframework";
+    const int file = memfd_create(name, MFD_CLOEXEC | kNeverExecutable);
+    return file >= 0 ? file : memfd_create(name, MFD_CLOEXEC);
 }
 
 char *mappedAt(char *address, std::size_t size, int protection, int flags, int file)
@@ -122,7 +132,7 @@ void Replies::answer(const Callback *callback, const char *text)
 char *Replies::mapped(std::size_t block)
 {
     if (m_file < 0) {
-        const int file = memfd_create("zelectronframework", MFD_CLOEXEC);
+        const int file = memoryFile();
         if (file < 0 || ftruncate(file, kBlockSize) != 0) {
             throw std::runtime_error("the system gives no memory to this process");
         }
