@@ -84,19 +84,17 @@ function secretParams({ params, described } = {}) {
  */
 function mask(context, replace = () => '***') {
   const masking = new Masking(replace);
-  const { method, type, params, settings, text, message, reply, result, error } = context;
+  const { method, type, params, settings, text, reply, result, error } = context;
   const entry = secrets.methods[method];
+  const isSecret = among(type === undefined ? entry?.data : secrets.tasks[type]);
   const copy = { ...context };
+  // First what the caller gave, which is looked for in all that follows.
   if (params !== undefined) copy.params = masking.text(params, secretParams(entry));
   if (settings !== undefined) copy.settings = masking.text(settings, among(secrets.settings));
-  const isSecret = among(type === undefined ? entry?.data : secrets.tasks[type]);
-  for (const [key, value] of Object.entries({ text, reply })) {
-    if (value !== undefined) copy[key] = masking.text(value, isSecret);
-  }
-  for (const [key, value] of Object.entries({ message, result })) {
-    // The result of init is the object itself.
-    if (value !== undefined && method !== undefined) copy[key] = masking.value(value, isSecret);
-  }
+  if (text !== undefined) copy.text = masking.text(text, isSecret);
+  if (reply !== undefined) copy.reply = masking.text(reply, isSecret);
+  // That of init is the framework object.
+  if (result !== undefined && method !== undefined) copy.result = masking.value(result, isSecret);
   if (error !== undefined) {
     copy.error = masking.value(error.toJSON?.() ?? { message: String(error) }, isSecret);
   }
