@@ -1,5 +1,6 @@
 'use strict';
 
+const { methods } = require('./methods.cjs');
 const secrets = require('./secrets.json');
 
 const shortest = 4; // a shorter text is found again in too much that is not secret
@@ -69,10 +70,10 @@ const among = (names = []) => {
   return (name) => set.has(name);
 };
 
-/** Where the account library gets the parameters as they are, nobody knows what else is in them. */
-function secretParams({ params, described } = {}) {
+/** Of what is passed on to the account library, or to a newer library's method, nobody knows it all. */
+function secretParams(method, { params, described } = {}) {
   const isMarked = among(params);
-  const isDescribed = described ? among(described) : () => true;
+  const isDescribed = described || !methods.has(method) ? among(described) : () => true;
   return (name, isTop) => isMarked(name) || (isTop && !isDescribed(name) && 'whole');
 }
 
@@ -89,7 +90,7 @@ function mask(context, replace = () => '***') {
   const isSecret = among(type === undefined ? entry?.data : secrets.tasks[type]);
   const copy = { ...context };
   // First what the caller gave, which is looked for in all that follows.
-  if (params !== undefined) copy.params = masking.text(params, secretParams(entry));
+  if (params !== undefined) copy.params = masking.text(params, secretParams(method, entry));
   if (settings !== undefined) copy.settings = masking.text(settings, among(secrets.settings));
   if (text !== undefined) copy.text = masking.text(text, isSecret);
   if (reply !== undefined) copy.reply = masking.text(reply, isSecret);

@@ -145,6 +145,7 @@ test('a masked context keeps its shape and no secret', async (t) => {
     mask({ type: 'meetingDataChangeTask', text: message }).text,
     '{"dataType":"enterMeeting","data":{"meetingUrl":"***","accessCode":"***"}}',
   );
+  assert.equal(mask({ method: 'new.one', params: '{"a":"b"}' }).params, '{"a":"***"}');
   const start = { ...settings(), network: { proxy: { proxyPassWord: 'p', proxyHost: 'h' } } };
   assert.match(
     mask({ settings: JSON.stringify(start) }).settings,
