@@ -1,22 +1,21 @@
-// The main process owns the framework. Pages reach it through the channels below, which carry plain
-// result objects: an error of its own class would lose everything but its message on the way.
+// The main process owns the framework and the window. The window comes first, so that a start that
+// fails is seen; pages reach the framework through the actions in actions.js and nothing else.
 'use strict';
 
 const path = require('node:path');
-const { app, BrowserWindow, ipcMain } = require('electron');
-const { ElectronFramework, FrameworkError } = require('zelectronframework');
+const { fileURLToPath } = require('node:url');
+const { app, BrowserWindow, ipcMain, session } = require('electron');
+const { ElectronFramework, FrameworkError, diagnose } = require('zelectronframework');
+const { actionsOf, failureOf } = require('./actions.js');
 
-/** What pages may ask for; everything else is refused here, whatever a page sends. */
-const allowedMethods = new Set([
-  'account.quickLogin',
-  'account.loginWithRandcode',
-  'account.logout',
-  'account.switchAccount',
-  'account.getAccountListInfo',
-  'meeting.changeMeetingStatus',
-]);
+/** @import { MeetingMessage, EventName } from 'zelectronframework' */
+/** @import { State } from './bridge.js' */
 
-const eventNames = /** @type {const} */ ([
+const pageFile = path.join(__dirname, 'page.html');
+const quitLimit = 3000; // milliseconds that the account library has to finish its work
+
+/** @type {readonly EventName[]} */
+const eventNames = [
   'account.initFinished',
   'account.currentAccountChanged',
   'account.authInfoChanged',
@@ -24,79 +23,138 @@ const eventNames = /** @type {const} */ ([
   'account.companyInfoChanged',
   'account.accountListInfoChanged',
   'account.cookieUpdated',
-]);
+];
 
-// Set in development; the account library itself is needed otherwise.
-const framework = new ElectronFramework({ mock: process.env.ZEF_MOCK === '1' });
+/** @type {ElectronFramework | undefined} */
+let framework;
+/** @type {BrowserWindow | undefined} */
+let window;
+/** @type {State} */
+let state = { phase: 'starting' };
 
-/** @param {unknown} error */
-function failed(error) {
-  if (error instanceof FrameworkError) return { ok: false, error: error.toJSON() };
-  return { ok: false, error: { code: 'INTERNAL', message: String(error) } };
+/** @param {string} channel @param {unknown} value */
+function send(channel, value) {
+  if (window && !window.isDestroyed()) window.webContents.send(channel, value);
 }
 
-/** @param {string} method @param {import('zelectronframework').JsonObject} [params] */
-async function call(method, params) {
-  if (!allowedMethods.has(method)) {
-    return { ok: false, error: { code: 'NOT_ALLOWED', message: `${method} is not for pages` } };
-  }
+/** @param {State} next */
+function enter(next) {
+  state = next;
+  send('state', state);
+}
+
+async function startFramework() {
+  enter({ phase: 'starting' });
+  // In development the mock takes the place of the account library.
+  const options = { mock: process.env.ZEF_MOCK === '1', timeout: 60000 };
+  const started = new ElectronFramework(options);
+  for (const name of eventNames) started.on(name, () => send('event', name));
   try {
-    const known = /** @type {'account.logout'} */ (method); // one of the set above
-    return { ok: true, data: await framework.call(known, params) };
+    await started.init({
+      app: {
+        appName: app.getName(),
+        productName: app.getName(),
+        version: app.getVersion(),
+        localStoragePath: app.getPath('userData'),
+      },
+    });
+    started.onTask('meetingDataChangeTask', (message) => followOfficeSuite(started, message));
   } catch (error) {
-    return failed(error);
+    console.error(error);
+    await started.close();
+    const { code, remedy } = error instanceof FrameworkError ? error : { code: 'INTERNAL' };
+    const message = error instanceof FrameworkError ? error.message.split('\n')[0] : '';
+    enter({
+      phase: 'failed',
+      error: { code, message, remedy, findings: diagnose(options).findings },
+    });
+    return;
   }
+  framework = started;
+  enter({ phase: 'ready' });
+}
+
+/** @param {ElectronFramework} running @param {MeetingMessage} message */
+async function followOfficeSuite(running, message) {
+  send('meeting', message);
+  if (message.dataType !== 'closeMeetingApp') return;
+  const limit = { timeout: quitLimit };
+  if (message.data.logoutAccount) {
+    await running.call('account.logout', undefined, limit).catch(console.error);
+  }
+  app.quit();
 }
 
 function createWindow() {
-  const window = new BrowserWindow({
-    width: 900,
-    height: 640,
+  window = new BrowserWindow({
+    width: 980,
+    height: 720,
+    minWidth: 420,
+    title: 'Meeting application',
     webPreferences: { preload: path.join(__dirname, 'preload.js') },
   });
-  /** @param {string} channel @param {unknown} value */
-  const send = (channel, value) => {
-    if (!window.isDestroyed()) window.webContents.send(channel, value);
-  };
-  const subscriptions = eventNames.map((name) =>
-    framework.subscribe(name, () => send('framework:event', name)),
-  );
-  subscriptions.push(
-    framework.onTask('meetingDataChangeTask', (message) => send('framework:meeting', message)),
-  );
-  window.on('closed', () => {
-    for (const subscription of subscriptions) subscription.dispose();
+  window.webContents.on('will-navigate', (event) => event.preventDefault());
+  window.webContents.setWindowOpenHandler(() => ({ action: 'deny' }));
+  return window.loadFile(pageFile);
+}
+
+/** Only our own page may ask, not a frame or a page that somebody brought it to show. */
+function listenToPage() {
+  const actions = actionsOf(() => framework);
+  /** @param {Electron.IpcMainInvokeEvent | Electron.IpcMainEvent} event */
+  const isOurs = ({ senderFrame }) =>
+    senderFrame?.url.startsWith('file:') && fileURLToPath(senderFrame.url) === pageFile;
+  ipcMain.handle('ask', async (event, name, ...values) => {
+    if (!isOurs(event)) return { ok: false, error: { code: 'NOT_ALLOWED', message: '' } };
+    try {
+      return { ok: true, data: await actions(name, values) };
+    } catch (error) {
+      return { ok: false, error: failureOf(error) };
+    }
   });
-  return window.loadFile(path.join(__dirname, 'page.html'));
+  ipcMain.on('ready-for-state', (event) => {
+    if (isOurs(event)) send('state', state);
+  });
+  ipcMain.on('try-again', (event) => {
+    if (isOurs(event) && state.phase === 'failed') startFramework();
+  });
 }
 
 async function start() {
   await app.whenReady();
-  ipcMain.handle('framework:call', (_event, method, params) => call(method, params));
-  await framework.init({
-    app: {
-      appName: app.getName(),
-      productName: app.getName(),
-      version: app.getVersion(),
-      localStoragePath: app.getPath('userData'),
-    },
-  });
+  session.defaultSession.setPermissionRequestHandler((_contents, _permission, answer) =>
+    answer(false),
+  );
+  listenToPage();
   await createWindow();
+  await startFramework();
 }
 
-// Nothing has to be closed for a clean quit; this one lets the account library finish its work.
+function showWindow() {
+  if (!window) return;
+  if (window.isMinimized()) window.restore();
+  window.focus();
+}
+
+// Nothing has to be closed for a clean quit; this lets the account library finish, for a while.
 let isClosed = false;
 app.on('will-quit', (event) => {
-  if (isClosed) return;
+  if (isClosed || !framework) return;
   event.preventDefault();
-  framework.close().then(() => {
+  const limit = new Promise((resolve) => setTimeout(resolve, quitLimit));
+  Promise.race([framework.close(), limit]).then(() => {
     isClosed = true;
     app.quit();
   });
 });
 app.on('window-all-closed', () => app.quit());
 
-start().catch((error) => {
-  console.error(error instanceof FrameworkError ? error.message : error);
-  app.exit(1);
-});
+if (app.requestSingleInstanceLock()) {
+  app.on('second-instance', showWindow);
+  start().catch((error) => {
+    console.error(error);
+    app.exit(1);
+  });
+} else {
+  app.quit();
+}

@@ -3,22 +3,21 @@
 
 const { contextBridge, ipcRenderer } = require('electron');
 
-/** @param {string} channel @param {(value: any) => void} listener @returns {() => void} */
-function listen(channel, listener) {
-  /** @param {unknown} _event @param {unknown} value */
-  const own = (_event, value) => listener(value);
-  ipcRenderer.on(channel, own);
-  return () => {
-    ipcRenderer.removeListener(channel, own);
-  };
-}
+/** @param {string} channel @returns {(listener: (value: any) => void) => void} */
+const listenTo = (channel) => (listener) => {
+  ipcRenderer.on(channel, (_event, value) => listener(value));
+};
 
-contextBridge.exposeInMainWorld('framework', {
-  /** Resolves to { ok: true, data } or { ok: false, error: { code, message, ... } }; never rejects. */
-  call: (/** @type {string} */ method, /** @type {object} */ params) =>
-    ipcRenderer.invoke('framework:call', method, params),
-  /** Both return the function that ends the subscription. */
-  onEvent: (/** @type {(name: string) => void} */ listener) => listen('framework:event', listener),
-  onMeeting: (/** @type {(message: object) => void} */ listener) =>
-    listen('framework:meeting', listener),
-});
+/** @type {import('./bridge.js').Bridge} */
+const bridge = {
+  ask: (name, ...values) => ipcRenderer.invoke('ask', name, ...values),
+  onState(listener) {
+    listenTo('state')(listener);
+    ipcRenderer.send('ready-for-state');
+  },
+  onEvent: listenTo('event'),
+  onMeeting: listenTo('meeting'),
+  tryAgain: () => ipcRenderer.send('try-again'),
+};
+
+contextBridge.exposeInMainWorld('bridge', bridge);
