@@ -20,6 +20,8 @@ enum class Verb {
     linger, ///< take in what arrives, for the given time or until interrupted
     raise,  ///< an event, through the stand-in of the account library
     office, ///< a message of the office suite, through the same
+    mock,   ///< anything else that the stand-in of the account library is told
+    expect, ///< a delivery that was recorded
     note    ///< print the text
 };
 
@@ -31,11 +33,20 @@ struct Command
     std::string json; ///< parameters or message: text of one JSON object
     bool failExpected = false;
     std::optional<std::chrono::milliseconds> limit; ///< of a wait; the session's when absent
+    long id = -1;                                   ///< of a recorded call
+    int line = 0;                                   ///< of the script
+};
+
+/// What is to be done, one after the other.
+struct Script
+{
+    std::vector<Command> commands;
+    std::string header; ///< first line of a recording, a JSON object; empty for an ordinary script
 };
 
 /// Reads a script: one JSON object a line; empty lines and lines that begin with "#" are skipped.
 /// \param error receives "file:line: reason" when there is no result.
-std::optional<std::vector<Command>> readScript(const std::string &path, std::string &error);
+std::optional<Script> readScript(const std::string &path, std::string &error);
 
 /// Reads one line of a script.
 std::optional<Command> parseScriptLine(const std::string &line, std::string &error);

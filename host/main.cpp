@@ -34,6 +34,12 @@ void interruptInOrder()
     sigaction(SIGPIPE, &action, nullptr);
 }
 
+Json recordingHeader(const std::string &text)
+{
+    std::string error;
+    return parseObject(text, error).value_or(Json::object());
+}
+
 std::string startText()
 {
     const std::string reasons = lastLogErrors();
@@ -61,7 +67,10 @@ void carryOut(const Options &options, Session &session, Printer &printer)
 /// Returns the exit code.
 int runSession(const Options &options, Printer &printer)
 {
-    const std::string settings = settingsText(options.settings);
+    const std::string settings =
+        options.recording.empty() || !options.settings.empty()
+            ? settingsText(options.settings)
+            : compact(recordingHeader(options.recording).value("settings", Json::object()));
     if (options.showLibraries) {
         // The library says so itself, on the standard error. Before Qt is loaded, which reads it.
         setenv("QT_LOGGING_RULES", "zelectronframework.libraries.debug=true", 1);
@@ -75,6 +84,10 @@ int runSession(const Options &options, Printer &printer)
     }
     keepLog(options.library, true);
     Session session(*framework, printer, options.limit);
+    if (!options.recording.empty()) {
+        session.compareWith(
+            std::make_unique<Replay>(recordingHeader(options.recording), options.commands));
+    }
     if (!session.start(settings)) {
         complain(startText());
         session.finish();

@@ -22,7 +22,10 @@ A script holds one JSON object a line; empty lines and lines that begin with # a
   {"call":path, "params":{...}}    {"async":path, "params":{...}}    and "expect":"fail" if it should
   {"listen":event}  {"unlisten":event}  {"task":type}  {"note":text}
   {"wait":{"event":name}}  {"wait":{"task":name}}  {"wait":{"answers":true}}  and "timeoutMs":number
-  {"raise":event}  {"office":{message}}    with the stand-in of the account library only)";
+  {"raise":event}  {"office":{message}}  {"mock":{command}}    with the stand-in of the account
+  library only
+A recording of zelectronframework-inspector is such a script as well: it brings its settings, and
+what comes is compared with its lines {"got":...}.)";
 
 /// What the parser fills in before it becomes commands.
 struct Raw
@@ -144,7 +147,7 @@ bool readOptions(int count, char **arguments, Options &options, int &exitCode)
     CLI::App *async = addRequest(app, "async", "queue one method and wait for its answer", raw);
     CLI::App *listen = addArrivals(app, "listen", "print account events", "EVENT", raw);
     CLI::App *task = addArrivals(app, "task", "print the messages of task types", "TYPE", raw);
-    CLI::App *run = app.add_subcommand("run", "carry out a script");
+    CLI::App *run = app.add_subcommand("run", "carry out a script or a recording");
     run->add_option("script", raw.script, "file")->type_name("SCRIPT")->required();
     CLI::App *repl = app.add_subcommand("repl", "take commands from a prompt");
     CLI::App *libraries = app.add_subcommand(
@@ -176,13 +179,14 @@ bool readOptions(int count, char **arguments, Options &options, int &exitCode)
         options.commands = arrivalCommands(Verb::task, raw, task->count("--for") > 0);
     } else if (run->parsed()) {
         std::string error;
-        const std::optional<std::vector<Command>> script = readScript(raw.script, error);
+        const std::optional<Script> script = readScript(raw.script, error);
         if (!script) {
             complain(error);
             exitCode = kUsageError;
             return false;
         }
-        options.commands = *script;
+        options.commands = script->commands;
+        options.recording = script->header;
     }
     return true;
 }

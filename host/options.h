@@ -18,6 +18,7 @@ struct Options
     bool showLog = false;
     std::chrono::milliseconds limit{10000};
     std::vector<Command> commands;
+    std::string recording;      ///< header of the recording that the commands are; empty for none
     bool isPrompt = false;      ///< commands come from the user instead
     bool showLibraries = false; ///< print what was found of the closed libraries
 };

@@ -14,15 +14,18 @@ struct Action
     Verb verb;
 };
 
-constexpr std::array<Action, 9> kActions{{{"call", Verb::call},
-                                          {"async", Verb::asynCall},
-                                          {"listen", Verb::listen},
-                                          {"unlisten", Verb::unlisten},
-                                          {"task", Verb::task},
-                                          {"wait", Verb::waitAnswers},
-                                          {"raise", Verb::raise},
-                                          {"office", Verb::office},
-                                          {"note", Verb::note}}};
+constexpr std::array<Action, 12> kActions{{{"call", Verb::call},
+                                           {"async", Verb::asynCall},
+                                           {"listen", Verb::listen},
+                                           {"unlisten", Verb::unlisten},
+                                           {"task", Verb::task},
+                                           {"wait", Verb::waitAnswers},
+                                           {"raise", Verb::raise},
+                                           {"office", Verb::office},
+                                           {"note", Verb::note},
+                                           {"mock", Verb::mock},
+                                           {"got", Verb::expect},
+                                           {"gap", Verb::note}}};
 
 bool hasReply(Verb verb)
 {
@@ -56,7 +59,7 @@ bool readAction(const Json &line, Command &command, std::string &error)
     }
     if (!found) {
         error = "nothing to do: one of call, async, listen, unlisten, task, wait, raise, office, "
-                "note is needed";
+                "mock, got, note is needed";
     }
     return found;
 }
@@ -102,6 +105,11 @@ bool readOption(const std::string &key, const Json &value, Command &command, std
     } else if (key == "expect" && mayBeExpectedToFail(command.verb)) {
         command.failExpected = value == Json("fail");
         error = command.failExpected || value == Json("ok") ? "" : R"("expect" is "ok" or "fail")";
+    } else if (key == "id" && hasReply(command.verb)) {
+        error = value.is_number_unsigned() ? "" : "\"id\" is a number";
+        command.id = error.empty() ? value.get<long>() : -1;
+    } else if (key == "at" || key == "thread" || key == "why") {
+        error.clear(); // of a recording, for its readers
     } else if (key == "timeoutMs" && isWait(command.verb)) {
         const bool isTime = value.is_number_unsigned() && value <= 86400000;
         error = isTime ? "" : "\"timeoutMs\" is a number from 0 to 86400000";
@@ -128,11 +136,17 @@ bool readSubject(const std::string &key, const Json &value, Command &command, st
     if (command.verb == Verb::waitAnswers) {
         return readWait(value, command, error);
     }
-    if (command.verb != Verb::office) {
+    if (key == "gap") {
+        command.name = compact(value) + " entries are missing here";
+        return true;
+    }
+    const bool takesObject =
+        command.verb == Verb::office || command.verb == Verb::mock || command.verb == Verb::expect;
+    if (!takesObject) {
         return readName(value, key, command, error);
     }
     if (!value.is_object()) {
-        error = "\"office\" needs a message object";
+        error = '"' + key + "\" needs an object";
         return false;
     }
     command.json = compact(value);
@@ -159,14 +173,35 @@ std::optional<Command> parseScriptLine(const std::string &line, std::string &err
     return command;
 }
 
-std::optional<std::vector<Command>> readScript(const std::string &path, std::string &error)
+namespace {
+
+/// Whether a line is the first one of a recording. \param error says why it cannot be replayed.
+bool isHeader(const std::string &line, std::string &error)
+{
+    std::string reason;
+    const Json header = parseJson(line, reason).value_or(Json());
+    if (!header.is_object() || !header.contains("recording")) {
+        return false;
+    }
+    if (header["recording"] != 1) {
+        error = "a recording of a kind that is not known";
+    } else if (header.value("libraries", Json()) != "mock") {
+        error = "recorded with the real libraries: zelectronframework-inspector convert makes one "
+                "for the mock of it";
+    }
+    return true;
+}
+
+} // namespace
+
+std::optional<Script> readScript(const std::string &path, std::string &error)
 {
     const std::optional<std::string> content = readFile(path, error);
     if (!content) {
         error.insert(0, path + ": ");
         return std::nullopt;
     }
-    std::vector<Command> commands;
+    Script script;
     std::istringstream stream(*content);
     std::string line;
     for (int number = 1; std::getline(stream, line); ++number) {
@@ -174,14 +209,25 @@ std::optional<std::vector<Command>> readScript(const std::string &path, std::str
         if (start == std::string::npos || line[start] == '#') {
             continue;
         }
-        std::optional<Command> command = parseScriptLine(line, error);
+        const bool mayBeHeader = line.find("\"recording\"") != std::string::npos;
+        if (mayBeHeader && isHeader(line, error) && error.empty()) {
+            script.header = line;
+            continue;
+        }
+        std::optional<Command> command =
+            error.empty() ? parseScriptLine(line, error) : std::nullopt;
+        if (command && command->verb == Verb::expect && script.header.empty()) {
+            error = "\"got\" needs the first line of a recording";
+            command.reset();
+        }
         if (!command) {
             error.insert(0, path + ':' + std::to_string(number) + ": ");
             return std::nullopt;
         }
-        commands.push_back(std::move(*command));
+        command->line = number;
+        script.commands.push_back(std::move(*command));
     }
-    return commands;
+    return script;
 }
 
 } // namespace zefhost

@@ -70,7 +70,11 @@ bool Session::start(const std::string &settings)
 
 void Session::finish()
 {
-    waitForAnswers(m_limit);
+    if (m_replay) {
+        report(m_replay->finish()); // calls without a recorded answer need none now
+    } else {
+        waitForAnswers(m_limit);
+    }
     stop();
 }
 
@@ -90,6 +94,9 @@ void Session::stop()
 
 void Session::run(const Command &command)
 {
+    if (m_replay && command.verb != Verb::listen && command.verb != Verb::task) {
+        m_replay->begin();
+    }
     switch (command.verb) {
     case Verb::call:
         return call(command);
@@ -113,6 +120,10 @@ void Session::run(const Command &command)
         return report("raise", command, raiseEvent(command.name));
     case Verb::office:
         return report("message of the office suite", command, sendOfficeMessage(command.json));
+    case Verb::mock:
+        return report("mock", command, tellMock(command.json));
+    case Verb::expect:
+        return expect(command);
     case Verb::note:
         return m_printer.note(command.name);
     }
@@ -159,12 +170,15 @@ Session::Handler Session::replyHandler(const Command &command, const std::string
                                        const std::shared_ptr<std::atomic<int>> &replies)
 {
     const std::string wanted = command.failExpected ? "fail" : "ok";
-    return [this, replies, operation, wanted, path = command.name,
+    return [this, replies, operation, wanted, path = command.name, id = command.id,
             asked = Clock::now()](const Json &body) {
         const std::chrono::duration<double, std::milli> passed = Clock::now() - asked;
-        const bool wasExpected = resultOf(body) == wanted;
+        const bool wasExpected = m_replay || resultOf(body) == wanted;
         m_unexpected += wasExpected ? 0 : 1;
         m_printer.reply({operation, path, body, m_threads.current(), passed.count(), wasExpected});
+        if (m_replay) {
+            m_replay->arrived(Replay::replyKey(path), id, body);
+        }
         if (++*replies > 1) {
             fail(operation, path, "answered more than once");
         }
@@ -176,6 +190,9 @@ void Session::listen(const Command &command)
     Receiver &receiver = newReceiver([this, path = command.name](const Json &body) {
         m_printer.event(path, body, m_threads.current());
         noteArrival(path);
+        if (m_replay) {
+            m_replay->arrived("event " + path, -1, body);
+        }
     });
     const auto handle = m_framework.addListener(command.name.c_str(), &receiver);
     if (handle != 0) {
@@ -206,6 +223,9 @@ void Session::taskArrived(const std::string &type, const Json &message)
 {
     m_printer.task(type, message, m_threads.current());
     noteArrival(type);
+    if (m_replay) {
+        m_replay->arrived("task " + type, -1, message);
+    }
     const Json task = message.value("dataType", Json());
     if (task.is_string() && task != type) {
         noteArrival(task.get<std::string>());
@@ -247,6 +267,21 @@ void Session::linger(const Command &command)
     const auto never = [] { return false; };
     const auto end = command.limit ? Clock::now() + *command.limit : Clock::time_point::max();
     waitUntil(end, never);
+}
+
+void Session::expect(const Command &command)
+{
+    if (!m_replay) {
+        return fail("got", command.json, "only a recording says what was received");
+    }
+    report(m_replay->expect(command, m_limit, isInterrupted));
+}
+
+void Session::report(const std::vector<Finding> &findings)
+{
+    for (const Finding &finding : findings) {
+        fail("replay", "line " + std::to_string(finding.line), finding.text);
+    }
 }
 
 bool Session::waitUntil(Clock::time_point end, const std::function<bool()> &condition)

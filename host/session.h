@@ -2,6 +2,7 @@
 
 #include "command.h"
 #include "printer.h"
+#include "replay.h"
 #include "threads.h"
 
 #include <zelectronframework/zelectronframework.h>
@@ -36,6 +37,9 @@ public:
     /// False when init refused; the reason is in the log then.
     [[nodiscard]] bool start(const std::string &settings);
 
+    /// What comes is compared with the recording that the commands to come are.
+    void compareWith(std::unique_ptr<Replay> replay) { m_replay = std::move(replay); }
+
     void run(const Command &command);
 
     /// Waits for the answers that are still missing, then stops the framework.
@@ -59,6 +63,8 @@ private:
     void waitForArrival(const Command &command, const char *operation);
     void waitForAnswers(Milliseconds limit);
     void linger(const Command &command);
+    void expect(const Command &command);
+    void report(const std::vector<Finding> &findings);
 
     Receiver &newReceiver(Handler handler);
     /// Prints the reply and judges it; replies counts those that came.
@@ -79,6 +85,7 @@ private:
     Printer &m_printer;
     const Milliseconds m_limit;
     Threads m_threads;
+    std::unique_ptr<Replay> m_replay; ///< set before the first delivery, or never
     bool m_isRunning = false;
     bool m_isStarted = false;
     int m_requests = 0;

@@ -4,7 +4,9 @@
 #include "../standins/log/control.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
+#include <memory>
 #include <string_view>
 #include <vector>
 
@@ -108,6 +110,17 @@ bool raiseEvent(const std::string &event)
     zefstandin::AccountControl *control = loadedAccountControl();
     return control && control->raiseSignal(hasModule ? event.substr(kModule.size()) : event,
                                            zefstandin::Thread::library);
+}
+
+bool tellMock(const std::string &json)
+{
+    const auto command = symbolOf<decltype(&zefAccountStandinCommand)>(
+        dlopen(kAccountKeeper, RTLD_LAZY | RTLD_NOLOAD), "zefAccountStandinCommand");
+    const std::unique_ptr<char, decltype(&std::free)> answer(
+        command ? command(json.c_str()) : nullptr, &std::free);
+    std::string error;
+    const std::optional<Json> state = parseObject(answer ? answer.get() : "", error);
+    return state && !state->contains("error");
 }
 
 bool sendOfficeMessage(const std::string &json)

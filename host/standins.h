@@ -27,6 +27,10 @@ std::string lastLogErrors();
 /// \return false when there is no such event or no stand-in of the account library.
 bool raiseEvent(const std::string &event);
 
+/// Tells the stand-in of the account library what control.h of it describes, a JSON object.
+/// \return false when it refuses or there is none.
+bool tellMock(const std::string &json);
+
 /// Lets the office suite send a message, which arrives on a library thread.
 /// \return false when nobody takes it or there is no stand-in of the account library.
 bool sendOfficeMessage(const std::string &json);

@@ -1,6 +1,6 @@
 'use strict';
 
-const { replay, mockScript, readRecording, RecordingError } = require('./lib/replay.cjs');
+const { replay, forMock, readRecording, RecordingError } = require('./lib/replay.cjs');
 const { Inspector } = require('./lib/inspector.cjs');
 
 function isPackaged() {
@@ -23,4 +23,4 @@ async function attach(framework, options = {}) {
   return new Inspector(framework, options).listen(options.port);
 }
 
-module.exports = { attach, replay, mockScript, readRecording, RecordingError };
+module.exports = { attach, replay, forMock, readRecording, RecordingError };

@@ -82,5 +82,8 @@ export class RecordingError extends Error {
 
 export function readRecording(text: string): Recording;
 
-/** The "standin" object with which the mock gives the answers of a recording. */
-export function mockScript(recording: Recording): Record<string, unknown>;
+/**
+ * Turns a recording made with the real libraries into one for the mock, which answers as they did.
+ * Others stay as they are.
+ */
+export function forMock(recording: Recording): Recording;

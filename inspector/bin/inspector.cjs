@@ -9,6 +9,7 @@ const { parseArgs } = require('node:util');
 
 const usage = `Usage: zelectronframework-inspector [OPTION...]
        zelectronframework-inspector replay [--update] [--timeout MS] [--json] FILE...
+       zelectronframework-inspector convert FILE
 
 Starts the framework and opens a window on it in a browser. In an application of your own, use
 attach() instead.
@@ -23,6 +24,8 @@ attach() instead.
   replay FILE         runs recordings against the mock; exit code 1 when something differs
   --update            writes them again as things are now
   --timeout MS        how long each answer, event or message may take; 5000
+  convert FILE        prints a recording of the real libraries as one for the mock, which then
+                      answers as they did
   --json              prints the result as JSON; FILE - reads standard input
 `;
 
@@ -145,11 +148,20 @@ async function replayAll(files, { update, json, timeout }) {
   }
 }
 
+/** For those who replay with zefhost; replay does it by itself. */
+function convert([file]) {
+  if (file === undefined) throw new UsageError('convert needs a file');
+  const { forMock, readRecording } = require('../index.cjs');
+  const { header, lines } = forMock(readRecording(fs.readFileSync(file, 'utf8')));
+  for (const { number: _, ...line } of [header, ...lines]) console.log(JSON.stringify(line));
+}
+
 async function main() {
   const { values, positionals } = parseArgs({ options, allowPositionals: true });
   const [command, ...files] = positionals;
   if (values.help) process.stdout.write(usage);
   else if (command === 'replay') await replayAll(files, values);
+  else if (command === 'convert') convert(files);
   else if (command !== undefined) throw new UsageError(`there is no command ${command}`);
   else await inspect(values);
 }

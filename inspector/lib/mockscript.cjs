@@ -93,11 +93,21 @@ function merge(into, script) {
   }
 }
 
+/** The lines that tell the mock something, and then the line itself. */
+function withCommands(line, replies) {
+  const { number, got } = line;
+  const command =
+    got === undefined ? stateOf(line.async ?? line.call, replies.get(line.id) ?? {}) : undefined;
+  const heard = got !== undefined && got.reply === undefined ? commandOf(got) : undefined;
+  return [command, heard].flatMap((mock) => (mock ? [{ number, mock }] : [])).concat(line);
+}
+
 /**
- * The "standin" object with which the mock answers as the libraries of a recording did: its answers
- * are the recorded ones, in the order of the calls.
+ * Turns a recording made with the real libraries into one for the mock, which answers as they did:
+ * its answers are the recorded ones, in the order of the calls. Others stay as they are.
  */
-function mockScript({ lines }) {
+function forMock({ header, lines }) {
+  if (header.libraries === 'mock') return { header, lines };
   const replies = new Map(
     lines.flatMap(({ got }) => (got?.reply === undefined ? [] : [[got.reply, got]])),
   );
@@ -106,7 +116,11 @@ function mockScript({ lines }) {
     const got = replies.get(line.id);
     if (got) merge(script, scriptOf(line.async ?? line.call, got));
   }
-  return { initFinishedAfterMs: -1, script };
+  const settings = { ...header.settings, standin: { initFinishedAfterMs: -1, script } };
+  return {
+    header: { ...header, libraries: 'mock', settings },
+    lines: lines.flatMap((line) => withCommands(line, replies)),
+  };
 }
 
-module.exports = { mockScript, stateOf, commandOf };
+module.exports = { forMock };

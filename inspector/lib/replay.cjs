@@ -4,7 +4,7 @@ const fs = require('node:fs');
 const { setTimeout: pause } = require('node:timers/promises');
 const { ElectronFramework, mock } = require('zelectronframework');
 const { Comparison } = require('./compare.cjs');
-const { mockScript, stateOf, commandOf } = require('./mockscript.cjs');
+const { forMock } = require('./mockscript.cjs');
 const { readRecording, RecordingError } = require('./recording.cjs');
 const { Secrets } = require('./secrets.cjs');
 const packages = { framework: require('zelectronframework/package.json').version };
@@ -65,7 +65,6 @@ class Arrivals {
 
 class Replay {
   #recording;
-  #isScripted; // with answers of real libraries
   #limit;
   #framework = new ElectronFramework({ mock: true });
   #arrivals = new Arrivals();
@@ -80,7 +79,6 @@ class Replay {
 
   constructor(recording, { timeout = 5000 } = {}) {
     this.#recording = recording;
-    this.#isScripted = recording.header.libraries !== 'mock';
     this.#limit = timeout;
     const given = recording.lines.map(({ params, mock: told, office }) => [params, told, office]);
     this.#comparison = new Comparison([recording.header.settings, given]);
@@ -98,11 +96,10 @@ class Replay {
   async run() {
     const { header, lines } = this.#recording;
     this.#warnOfHeader(header);
-    const standin = this.#isScripted ? mockScript(this.#recording) : header.settings?.standin;
     for (const event of names(lines, 'event', 'listen')) {
       this.#framework.on(event, () => this.#arrivals.add(`event ${event}`, {}));
     }
-    await this.#framework.init({ ...header.settings, standin });
+    await this.#framework.init(header.settings);
     try {
       for (const task of names(lines, 'task', 'task')) {
         this.#framework.onTask(task, (message) => this.#arrivals.add(`task ${task}`, message));
@@ -142,9 +139,6 @@ class Replay {
 
   #ask({ id, call, async: queued, params }) {
     const method = queued ?? call;
-    const got = this.#isScripted ? this.#gotOf(id) : undefined;
-    const state = got && stateOf(method, got);
-    if (state) mock(state);
     const take = (reply) => {
       if (!this.#unanswered.has(id)) this.#arrivals.add(`reply of ${method}`, { id, reply });
     };
@@ -160,10 +154,6 @@ class Replay {
     }
   }
 
-  #gotOf(id) {
-    return this.#recording.lines.find(({ got }) => got?.reply === id)?.got;
-  }
-
   #command({ number }, command) {
     try {
       mock(command);
@@ -174,7 +164,6 @@ class Replay {
 
   async #expect({ number, got }) {
     if (got.reply !== undefined && this.#unanswered.has(got.reply)) return;
-    if (this.#isScripted && got.reply === undefined) this.#command({ number }, commandOf(got));
     const key = keyOf(got, this.#methods);
     const arrival = await this.#arrivals.next(key, this.#limit);
     if (!arrival) {
@@ -277,7 +266,7 @@ function textOf({ line, text, path, expected, actual, nearest }) {
  */
 async function replay(source, { timeout, update = false } = {}) {
   const text = source.text ?? fs.readFileSync(source, 'utf8');
-  const recording = readRecording(text);
+  const recording = forMock(readRecording(text));
   const run = new Replay(recording, { timeout });
   await run.run();
   const { failures, warnings } = run;
@@ -296,4 +285,4 @@ async function replay(source, { timeout, update = false } = {}) {
   return { ok: failures.length === 0, calls, compared, failures, warnings, report };
 }
 
-module.exports = { replay, mockScript, readRecording, RecordingError };
+module.exports = { replay, forMock, readRecording, RecordingError };

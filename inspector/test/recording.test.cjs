@@ -5,7 +5,7 @@ const fs = require('node:fs');
 const path = require('node:path');
 const { spawnSync } = require('node:child_process');
 const { test } = require('node:test');
-const { readRecording, mockScript } = require('../index.cjs');
+const { readRecording, forMock } = require('../index.cjs');
 const { scratch, started, until } = require('./support.cjs');
 
 const program = path.join(__dirname, '../bin/inspector.cjs');
@@ -143,6 +143,12 @@ test('a masked recording replays green, a changed one red at its line', () => {
   }
 });
 
+test('the recording of the examples replays as zefhost replays it', () => {
+  const example = fs.readFileSync(path.join(__dirname, '../../examples/recording.jsonl'), 'utf8');
+  const { status, report } = replay(example);
+  assert.equal(status, 0, report);
+});
+
 test('answers of one method are compared in their order', () => {
   const lines = recording.trimEnd().split('\n');
   const answers = lines.flatMap((line, at) =>
@@ -177,7 +183,7 @@ test('a recording of real libraries becomes a script for the mock', () => {
   const lines = strange.split('\n').filter((line) => !line.startsWith('{"mock"'));
   const result = replay(lines.join('\n'));
   assert.equal(result.status, 0, result.report);
-  const { script } = mockScript(readRecording(lines.join('\n')));
+  const { script } = forMock(readRecording(lines.join('\n'))).header.settings.standin;
   assert.equal(script.loginCallback[1].reply.msg, 'blocked until tomorrow');
 });
 

@@ -32,6 +32,8 @@ private Q_SLOTS:
     void jsonOutputIsOneObjectALine();
     void foreignTextIsPrintedHarmlessly();
     void promptTakesCommandsFromInput();
+    void recordingsAreCompared_data();
+    void recordingsAreCompared();
     void examplesRun();
 
 private:
@@ -124,6 +126,9 @@ void tst_Zefhost::badScriptLinesAreNamed_data()
     row("unknown expectation", R"({"call":"a.b","expect":"maybe"})", "\"expect\"");
     row("wait for what", R"({"wait":{"answers":false}})", "\"wait\" needs");
     row("negative time", R"({"wait":{"event":"a"},"timeoutMs":-1})", "\"timeoutMs\"");
+    row("no recording", R"({"got":{"event":"a"}})", "\"got\" needs the first line");
+    row("unknown recording", R"({"recording":2})", "kind that is not known");
+    row("of real libraries", R"({"recording":1,"libraries":"real"})", "convert");
 }
 
 void tst_Zefhost::badScriptLinesAreNamed()
@@ -269,6 +274,60 @@ void tst_Zefhost::promptTakesCommandsFromInput()
     VERIFY_CONTAINS(result.errors, "unknown command fly");
     VERIFY_CONTAINS(result.errors, "call: parse error");
     VERIFY_CONTAINS(result.errors, "listen: a name is missing");
+}
+
+void tst_Zefhost::recordingsAreCompared_data()
+{
+    QTest::addColumn<QByteArray>("before");
+    QTest::addColumn<QByteArray>("after");
+    QTest::addColumn<QString>("finding");
+
+    const auto row = [](const char *name, const QByteArray &before, const QByteArray &after,
+                        const QString &finding) {
+        QTest::newRow(name) << before << after << finding;
+    };
+    row("as recorded", "", "", "");
+    row("another value", R"("msg":"sign-in refused")", R"("msg":"signed in")",
+        R"(line 22                           replay, NOT EXPECTED: reply of account.loginWithSsid: )"
+        R"(msg was "signed in", now "sign-in refused")");
+    row("a key less", R"("nickname":"Ada","userId")", R"("userId")",
+        R"(data.nickname was nothing, now "Ada")");
+    row("a key more", R"("data":{"currentUserId")", R"("data":{"new":1,"currentUserId")",
+        "data.new was 1, now nothing");
+    row("inside a text", R"(\"status\":\"normal\")", R"(\"status\":\"odd\")",
+        R"(data.accountListInfo[0].status was "odd", now "normal")");
+    row("another secret",
+        R"("got":{"task":"meetingDataChangeTask","message":{"data":{"accessCode":")",
+        R"("got":{"task":"meetingDataChangeTask","message":{"data":{"accessCode":"{{ssid:1}})",
+        "data.accessCode was");
+    row("an event that does not come", R"({"event":"account.currentAccountChanged"})",
+        R"({"event":"account.companyInfoChanged"})",
+        "event account.companyInfoChanged did not come");
+    row("an event too many", R"({"got":{"event":"account.cookieUpdated"})", R"({"gap":1)",
+        "event account.cookieUpdated came, which is not in the recording");
+    row("what may differ", R"("msg":"sign-in refused")", R"("msg":"x")", "");
+}
+
+void tst_Zefhost::recordingsAreCompared()
+{
+    QFETCH(QByteArray, before);
+    QFETCH(QByteArray, after);
+    QFETCH(QString, finding);
+
+    QFile file(QStringLiteral(ZEF_SOURCE_DIR "/examples/recording.jsonl"));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QByteArray recording = file.readAll();
+    QVERIFY(recording.contains(before));
+    if (!before.isEmpty()) {
+        recording.replace(recording.indexOf(before), before.size(), after);
+    }
+    if (after == R"("msg":"x")") {
+        recording.replace("\"mayDiffer\":[",
+                          R"("mayDiffer":[{"method":"account.loginWithSsid","path":"msg"},)");
+    }
+    const ChildResult result = run({"--timeout", "1", "run", write("recording.jsonl", recording)});
+    VERIFY_EXIT(result, finding.isEmpty() ? 0 : 1);
+    VERIFY_CONTAINS(result.output, finding);
 }
 
 void tst_Zefhost::examplesRun()
