@@ -62,9 +62,15 @@ function useShown(filter) {
   }, [version, filter]);
 }
 
+const modulesOf = ({ description }) => [
+  ...new Set(description.methods.map(({ name }) => name.split('.')[0])),
+];
+
 function useFilter() {
   const [text, setText] = useState('');
   const [hidden, setHidden] = useState(new Set());
+  const [module, setModule] = useState('');
+  const [result, setResult] = useState('');
   const [found, setFound] = useState();
   const query = useMemo(() => readSearch(text), [text]);
   useEffect(() => {
@@ -82,19 +88,26 @@ function useFilter() {
       clearTimeout(timer);
     };
   }, [query]);
-  const filter = useMemo(
-    () => ({
+  const filter = useMemo(() => {
+    const chosen = readSearch(`${module && `module:${module}`} ${result && `result:${result}`}`);
+    return {
       test: (head) =>
-        !hidden.has(head.kind) && query.test(head) && (!found || found.seqs.has(head.seq)),
-    }),
-    [query, hidden, found],
-  );
+        !hidden.has(head.kind) &&
+        chosen.test(head) &&
+        query.test(head) &&
+        (!found || found.seqs.has(head.seq)),
+    };
+  }, [query, hidden, found, module, result]);
   const toggle = (kind) => {
     const changed = new Set(hidden);
     if (!changed.delete(kind)) changed.add(kind);
     setHidden(changed);
   };
-  return { filter, text, setText, hidden, toggle, isCut: found && !found.isAll };
+  const choices = [
+    ['Module', module, setModule, modulesOf(entries.session)],
+    ['Result', result, setResult, ['ok', 'fail', 'open']],
+  ];
+  return { filter, text, setText, hidden, toggle, choices, isCut: found && !found.isAll };
 }
 
 function Row({ head, top, index, isSelected, span, select }) {
@@ -249,7 +262,7 @@ function Grid({ shown, selected, select, isFollowing, setFollowing }) {
 
 export function Timeline({ selected, select, explore }) {
   const { isPaused, held, lost, session } = useEntries();
-  const { filter, text, setText, hidden, toggle, isCut } = useFilter();
+  const { filter, text, setText, hidden, toggle, choices, isCut } = useFilter();
   const [isFollowing, setFollowing] = useState(true);
   const field = useRef();
   const shown = useShown(filter);
@@ -278,6 +291,19 @@ export function Timeline({ selected, select, explore }) {
           value={text}
           onInput={(event) => setText(event.target.value)}
         />
+        {choices.map(([name, value, choose, values]) => (
+          <select
+            key={name}
+            aria-label={name}
+            value={value}
+            onChange={({ target }) => choose(target.value)}
+          >
+            <option value="">all {name.toLowerCase()}s</option>
+            {values.map((each) => (
+              <option key={each}>{each}</option>
+            ))}
+          </select>
+        ))}
         <span class="kinds" role="group" aria-label="What is shown">
           {kinds.map((kind) => (
             <button

@@ -136,6 +136,11 @@ test("a new user's minute: sign in, see events, let a logout fail, record, repla
   await run('logout', 'ok');
 
   await view(page, 'Timeline');
+  await page.getByLabel('Module').selectOption('account');
+  await page.getByLabel('Result').selectOption('fail');
+  await page.getByText('1 shown').waitFor();
+  await page.getByLabel('Module').selectOption('');
+  await page.getByLabel('Result').selectOption('');
   await page.getByLabel('Search').fill('method:logout result:fail');
   await page.getByText('1 shown').waitFor();
   await page.getByRole('row', { name: /account\.logout/ }).click();
