@@ -3,6 +3,7 @@ add_library(zef_warnings INTERFACE)
 target_compile_options(zef_warnings INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wcast-qual -Woverloaded-virtual
     -fstack-protector-strong
+    $<$<CXX_COMPILER_ID:Clang>:-Wno-gnu-zero-variadic-macro-arguments> # QSKIP of older Qt
     $<$<BOOL:${ZEF_WERROR}>:-Werror>
     $<$<CXX_COMPILER_ID:GNU>:-fstack-clash-protection>
     $<$<STREQUAL:${CMAKE_SYSTEM_PROCESSOR},x86_64>:-fcf-protection>

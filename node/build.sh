@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# node/build.sh [--native | --pack | --fill]: builds, tests and packs the npm package; ./dev node calls it.
+# node/build.sh [--native | --fill]: builds and tests the npm package; ./dev node calls it, and
+# ./dev package packs it.
 #
-# With --native the other architecture is left out, and so are the other versions of Node.js. With
-# --pack nothing is tested: that is the part of ./dev package. --fill only fills the package's folders
-# for this machine, so that it can be used from here. The long forms of the tests run when
-# ZEF_LONG is set. Versions of Node.js are kept in the cache folder of the user.
+# With --native the other architecture is left out, and so are the other versions of Node.js. --fill
+# only fills the package's folders for this machine, so that it can be used from here. The long forms
+# of the tests run when ZEF_LONG is set. Versions of Node.js are kept in the cache folder of the user.
 set -euo pipefail
 shopt -s inherit_errexit
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -15,18 +15,6 @@ readonly versions=(18 20 22 24) foreign_version=22 tools_version=20
 cache=${XDG_CACHE_HOME:-$HOME/.cache}/zelectronframework
 passed=0
 failed=0
-
-# fetch_node VERSION ARCHITECTURE: the path of that Node.js, from npm where it is not kept yet.
-fetch_node() {
-    local folder=$cache/node-$1-$2
-    local program=$folder/node_modules/node-linux-$2/bin/node
-    if [[ ! -x $program ]]; then
-        mkdir -p "$folder"
-        quietly "Fetching Node.js $1 for $2" npm install --ignore-scripts --no-save --force \
-            --prefix "$folder" "node-linux-$2@$1" >&2
-    fi
-    printf '%s' "$program"
-}
 
 # fetch_libnode: the folder of Debian's Node.js as a library, without its place among the installed
 # packages, which the machine's own Node.js may have taken.
@@ -48,11 +36,8 @@ fetch_libnode() {
 
 # fill PRESET: builds what the package takes from it and puts it in its folders.
 fill() {
-    configure "$1" -DZEF_BUILD_ADDON=ON
-    compile "$1" zelectronframework zaccountlite vemolog \
-        zelectronframework_node zelectronframework_node_standin
-    quietly "Filling the package from $1" \
-        cmake --install "build/$1" --component node --prefix node --strip
+    build_shipped "$1"
+    quietly "Filling the package from $1" install_node "$1" node
 }
 
 # check WHAT COMMAND...: runs Node.js on tests and adds up what they report.
@@ -111,6 +96,7 @@ own_node() {
 
 # One file at a time: the test runner would start further processes, which do not run as they are.
 check_foreign() {
+    need qemu-user
     local program file wrapper=$PWD/build/node-arm64
     program=$(fetch_node "$foreign_version" arm64)
     printf '#!/bin/sh\nexec qemu-aarch64 "%s" "$@"\n' "$program" >"$wrapper"
@@ -123,27 +109,22 @@ check_foreign() {
     unset ZEF_NODE ZEF_EMULATED
 }
 
-pack() {
-    (cd node && quietly "Packing" npm pack --ignore-scripts --pack-destination ../build/package)
-    say "Packed $(ls build/package/zelectronframework-*.tgz)"
-}
-
 mode=${1:-}
-[[ $mode =~ ^(--native|--pack|--fill)?$ ]] || die "the npm package knows no option '$mode'"
+[[ $mode =~ ^(--native|--fill)?$ ]] || die "the npm package knows no option '$mode'"
 [[ -n $(command -v node) && -n $(command -v npm) ]] || need nodejs npm
-[[ $mode =~ ^(--pack|--fill)$ ]] || need chromium
-mkdir -p build/log build/package
+[[ $mode == --fill ]] || need chromium
+mkdir -p build/log
+need_portable
 (cd node && quietly "Fetching the npm packages" npm ci --ignore-scripts)
 rm -rf node/prebuilds node/mock
-fill release
+case $(dpkg --print-architecture) in
+arm64) native=portable-arm64 other=portable ;;
+*) native=portable other=portable-arm64 ;;
+esac
+fill "$native"
 [[ $mode != --fill ]] || exit 0
 if [[ $mode != --native ]]; then
-    need_arm64
-    fill arm64
-fi
-if [[ $mode == --pack ]]; then
-    pack
-    exit
+    fill "$other"
 fi
 
 mapfile -t all < <(cd node && ls test/*.test.cjs)
@@ -157,6 +138,5 @@ if [[ $mode != --native ]]; then
     done
     check_foreign
 fi
-pack
 printf '%d passed, %d failed\n' "$passed" "$failed"
 ((failed == 0))

@@ -68,6 +68,17 @@ need_architecture() {
     quietly "Adding the package architecture $1" as_root dpkg --add-architecture "$1"
 }
 
+# debian_mirror: where Debian's packages come from; by default, where apt finds those of the machine.
+debian_mirror() {
+    local mirror=${ZEF_DEBIAN_MIRROR:-}
+    # shellcheck disable=SC2016 # apt fills it in
+    [[ $mirror ]] || mirror=$(apt-get indextargets --format '$(REPO_URI)' \
+        'Created-By: Packages' 'Origin: Debian' 'Label: Debian' | head -n 1)
+    # shellcheck disable=SC2016 # apt fills it in
+    [[ $mirror ]] || die "apt names no mirror of Debian: set ZEF_DEBIAN_MIRROR"
+    printf '%s\n' "${mirror%/}"
+}
+
 need_base() {
     need build-essential cmake ninja-build pkg-config qtbase5-dev libcli11-dev \
         nlohmann-json3-dev libedit-dev libmbedtls-dev
@@ -77,6 +88,38 @@ need_base() {
 need_arm64() {
     need_architecture arm64
     need g++-aarch64-linux-gnu qemu-user qtbase5-dev:arm64 libedit-dev:arm64 libmbedtls-dev:arm64
+}
+
+# shellcheck disable=SC2034 # used by those who read this
+readonly shipped_presets=(portable portable-arm64)
+
+# need_portable: what the presets need that ships.
+need_portable() {
+    need clang lld llvm cmake ninja-build qtbase5-dev-tools qt5-qmake-bin
+    need_program node nodejs
+    need_program npm npm
+    tools/sysroot.sh amd64
+    tools/sysroot.sh arm64
+}
+
+architecture_of() { [[ $1 == *arm64 ]] && printf arm64 || printf amd64; }
+
+# build_shipped PRESET: the files of that preset that ship.
+build_shipped() {
+    [[ -d node/node_modules/node-api-headers ]] ||
+        (cd node && quietly "Fetching the npm packages" npm ci --ignore-scripts)
+    configure "$1" -DZEF_BUILD_ADDON=ON
+    compile "$1" zelectronframework zaccountlite vemolog zelectronframework_node \
+        zelectronframework_node_standin zefhost
+}
+
+# print_requirements PRESET...: of the shipped files, see tools/requirements.sh.
+print_requirements() {
+    local preset files=()
+    for preset; do
+        files+=("build/$preset"/{lib/*.so,node/zelectronframework.node,bin/zefhost})
+    done
+    tools/requirements.sh "${files[@]}"
 }
 
 # configure PRESET [CMAKE ARGUMENT...]
@@ -136,4 +179,41 @@ count_tests() {
 attribute() {
     [[ $2 =~ [[:space:]]$1=\"([0-9]+)\" ]] || die "CTest's report has no count of $1"
     printf '%s' "${BASH_REMATCH[1]}"
+}
+
+# fetch_node VERSION ARCHITECTURE: the path of that Node.js, from npm where it is not kept yet.
+fetch_node() {
+    local folder=${XDG_CACHE_HOME:-$HOME/.cache}/zelectronframework/node-$1-$2
+    local program=$folder/node_modules/node-linux-$2/bin/node
+    if [[ ! -x $program ]]; then
+        mkdir -p "$folder"
+        quietly "Fetching Node.js $1 for $2" npm install --ignore-scripts --no-save --force \
+            --prefix "$folder" "node-linux-$2@$1" >&2
+    fi
+    printf '%s' "$program"
+}
+
+# notices ARCHITECTURE: the licenses of what is linked in, as its Debian packages give them.
+notices() {
+    local package documents
+    documents=$(tools/sysroot.sh --folder "$1")/usr/share/doc
+    cat <<'TEXT'
+zelectronframework uses the work of others.
+
+Qt 5 (QtCore, QtNetwork) is linked dynamically under the GNU Lesser General Public License, version
+3. It is not contained: the system's own copy is loaded, and you may replace it.
+
+Contained are Mbed TLS, in the mock of the account library, and CLI11 and JSON for Modern C++, in
+zefhost. Their notices follow.
+TEXT
+    for package in libmbedtls-dev libcli11-dev nlohmann-json3-dev; do
+        printf '\n---- %s\n\n' "$package"
+        cat "$documents/$package/copyright"
+    done
+}
+
+# install_node PRESET FOLDER: what the npm package in FOLDER takes from that preset.
+install_node() {
+    cmake --install "build/$1" --component node --prefix "$2" --strip
+    notices "$(architecture_of "$1")" >"$2/THIRD-PARTY-NOTICES.txt"
 }

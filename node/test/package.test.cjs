@@ -42,7 +42,15 @@ test('the package holds what it should and nothing else', () => {
   const files = (folder) => fs.readdirSync(path.join(installed, folder)).sort();
   assert.deepEqual(
     files('.').filter((name) => /\./.test(name)),
-    ['README.md', 'index.cjs', 'index.d.cts', 'index.d.mts', 'index.mjs', 'package.json'],
+    [
+      'README.md',
+      'THIRD-PARTY-NOTICES.txt',
+      'index.cjs',
+      'index.d.cts',
+      'index.d.mts',
+      'index.mjs',
+      'package.json',
+    ],
   );
   for (const folder of files('prebuilds')) {
     assert.deepEqual(files(`prebuilds/${folder}`), [

@@ -141,7 +141,7 @@ HostThread::HostThread() = default;
 HostThread::~HostThread()
 {
     if (m_thread) {
-        m_thread->wait();
+        m_thread->wait(ULONG_MAX); // the overload that every Qt 5 has
         waitForEnd(m_start->threadId);
     }
 }

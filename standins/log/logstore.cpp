@@ -4,8 +4,9 @@
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
-#include <filesystem>
+#include <memory>
 #include <thread>
 
 #include <sys/syscall.h>
@@ -162,11 +163,15 @@ void LogStore::reset()
 
 void LogStore::setBaseDirectory(const std::string &directory)
 {
-    // A relative one is meant from here, also when the process moves to another folder later.
-    std::error_code error;
-    const std::filesystem::path path = std::filesystem::absolute(directory.c_str(), error);
+    // A relative one is meant from here, also when the process moves to another folder later. Not
+    // by std::filesystem, which older C++ libraries lack.
+    const std::string given = directory.c_str();
+    const bool isRelative = !given.empty() && given.front() != '/';
+    const std::unique_ptr<char, decltype(&std::free)> here(
+        isRelative ? get_current_dir_name() : nullptr, std::free);
+    const std::string prefix = here ? here.get() + std::string("/") : std::string();
     const Lock lock(m_mutex);
-    m_givenBase = directory.empty() || error ? std::string() : path.string();
+    m_givenBase = isRelative && !here ? std::string() : prefix + given;
     m_file.close();
 }
 

@@ -4,6 +4,7 @@
 #include "keeper/keeper.h"
 
 #include <QElapsedTimer>
+#include <QFile>
 #include <QJsonArray>
 #include <QNetworkInterface>
 #include <QSysInfo>
@@ -17,10 +18,12 @@ namespace {
 
 constexpr int kCheckMilliseconds = 3000;
 
-/// Containers may have no machine id; there the host's name makes one of the same form.
+/// Containers may have no machine id; there the host's name makes one of the same form. Read by hand:
+/// QSysInfo can do it since Qt 5.11 only.
 QString deviceId()
 {
-    QByteArray id = QSysInfo::machineUniqueId();
+    QFile file("/etc/machine-id");
+    QByteArray id = file.open(QIODevice::ReadOnly) ? file.readAll().trimmed() : QByteArray();
     if (id.isEmpty()) {
         id = QUuid::createUuidV5(QUuid(), QSysInfo::machineHostName()).toRfc4122().toHex();
     }
@@ -71,7 +74,7 @@ QVariantMap checkConnection(const QString &address)
     const std::unique_ptr<QThread> thread(
         QThread::create([&check, address] { check = connectTo(address); }));
     thread->start();
-    thread->wait();
+    thread->wait(ULONG_MAX); // the overload that every Qt 5 has
     return check;
 }
 

@@ -1,0 +1,124 @@
+#!/usr/bin/env bash
+# tools/systems.sh [NAME...]: runs what ships in root file systems of Debian; ./dev systems calls it.
+#
+# A NAME is a release, 11, 12 or 13, or a release with an architecture: 12-arm64, which runs in an
+# emulator. Without names all of them run. The root file systems are made once by debootstrap and kept
+# in the user's cache; each run works on a throw-away layer above one.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+# shellcheck source=tools/common.sh
+source tools/common.sh
+
+readonly cache=${XDG_CACHE_HOME:-$HOME/.cache}/zelectronframework
+readonly node_versions=(18 22)
+declare -rA suites=([11]=bullseye [12]=bookworm [13]=trixie)
+passed=0
+failed=0
+
+# runtime_packages RELEASE: what the package needs besides Debian's minimal system. From Debian 13 on
+# the packages of Qt carry a suffix.
+runtime_packages() {
+    local suffix5core=libqt5core5a suffix=
+    (($1 >= 13)) && suffix5core=libqt5core5t64 suffix=t64
+    printf '%s,libqt5network5%s,libqt5test5%s,libedit2,libglib2.0-0%s' \
+        "$suffix5core" "$suffix" "$suffix" "$suffix"
+}
+
+# make_root RELEASE ARCHITECTURE FOLDER
+make_root() {
+    local release=$1 architecture=$2 folder=$3
+    as_root rm -rf "$folder.part"
+    mkdir -p "$cache/archives-$architecture" "${folder%/*}"
+    as_root debootstrap --variant=minbase --arch="$architecture" \
+        --cache-dir="$cache/archives-$architecture" --include="$(runtime_packages "$release")" \
+        "${suites[$release]}" "$folder.part" "$(debian_mirror)"
+    as_root mv "$folder.part" "$folder"
+}
+
+# inside FOLDER COMMAND...: runs COMMAND in that root file system, in a mount namespace that ends with
+# it. The source tree and the cache appear under their own names, and can only be read.
+inside() {
+    # shellcheck disable=SC2016 # expanded by the inner shell
+    as_root unshare --mount --pid --fork --kill-child bash -c '
+        set -euo pipefail
+        layer=$(mktemp -d) root=$1 tree=$PWD cache=$2
+        shift 2
+        mount -t tmpfs layer "$layer"
+        mkdir "$layer"/{changes,work,root}
+        mount -t overlay overlay "$layer/root" \
+            -o "lowerdir=$root,upperdir=$layer/changes,workdir=$layer/work"
+        cd "$layer/root"
+        mount -t proc proc proc
+        mount --rbind /dev dev
+        mount -t tmpfs tmp tmp
+        cp /etc/resolv.conf etc/
+        for folder in "$tree" "$cache"; do
+            mkdir -p ".$folder"
+            mount --bind "$folder" ".$folder"
+            mount -o remount,bind,ro ".$folder"
+        done
+        status=0
+        env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/tmp TERM=dumb LANG=C.UTF-8 \
+            chroot . "$@" </dev/null || status=$?
+        cd /
+        umount -l "$layer/root" "$layer" # frees the memory of the layer
+        rmdir "$layer"
+        exit "$status"
+    ' inside "$1" "$cache" "${@:2}"
+}
+
+# step SYSTEM WHAT COMMAND...: counts; the rest of the system still runs after a failure.
+step() {
+    local system=$1 what=$2
+    shift 2
+    if quietly "Debian $system: $what" "$@"; then
+        passed=$((passed + 1))
+    else
+        failed=$((failed + 1))
+    fi
+}
+
+check_system() {
+    local system=$1 release=${1%%-*} architecture root version run node
+    architecture=$(dpkg --print-architecture)
+    [[ $system != *-* ]] || architecture=${system#*-}
+    [[ -n ${suites[$release]:-} ]] || die "systems knows no Debian $release"
+    root=$cache/roots/${suites[$release]}-$architecture
+    [[ -d $root ]] ||
+        quietly "Making a root file system of Debian $system" make_root "$release" "$architecture" "$root"
+
+    run=$PWD/tools/systems/inside.sh
+    local preset=portable
+    [[ $architecture == arm64 ]] && preset=portable-arm64
+    step "$system" "the demo of zefhost" inside "$root" "$run" demo "$PWD" "$preset"
+    step "$system" "the boundary tests" inside "$root" "$run" boundary "$PWD" "$preset"
+    for version in "${node_versions[@]}"; do
+        node=$(fetch_node "$version" "${architecture/amd64/x64}")
+        step "$system" "the npm package with Node.js $version" \
+            inside "$root" "$run" npm "$PWD" "$node"
+    done
+    step "$system" "installing and removing the Debian packages" \
+        inside "$root" "$run" deb "$PWD" "$architecture"
+    if ((release >= 13)) && [[ $architecture == "$(dpkg --print-architecture)" ]]; then
+        step "$system" "building the library alone, and a host from the tarball" \
+            inside "$root" "$run" compile "$PWD" "$architecture"
+    fi
+}
+
+(($#)) || set -- 11 12 13 11-arm64 12-arm64 13-arm64
+unshare --mount true 2>/dev/null || {
+    warn "this machine allows no mount namespaces, so that other systems cannot be entered"
+    exit 77
+}
+need_portable
+need debootstrap debian-archive-keyring
+compgen -G 'build/package/*.deb' >/dev/null || tools/package.sh
+for system; do
+    preset=portable
+    [[ $system == *-arm64 ]] && preset=portable-arm64
+    compile "$preset" tst_lifecycle tst_calls tst_account tst_events tst_meeting tst_services \
+        zef_minimal_host
+    check_system "$system"
+done
+printf '%d passed, %d failed\n' "$passed" "$failed"
+((failed == 0))
