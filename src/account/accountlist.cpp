@@ -7,7 +7,7 @@
 
 namespace {
 
-/// What only the entry of the current account carries.
+/// Members of the current account's entry only.
 struct CurrentAccount
 {
     bool isKeepOnline = false;

@@ -2,6 +2,6 @@
 
 #include "base/callbackfunc.h"
 
-/// Answers with the accounts known on this machine: "accountListInfo" holds one JSON text per
+/// Replies with the accounts known on this machine: "accountListInfo" holds one JSON text per
 /// account, or a single short one when there is no account. Thread: any.
 void replyAccountList(const CallBackFunc &callback);

@@ -8,10 +8,10 @@
 #include <cstddef>
 #include <type_traits>
 
-/// Records of the account library, handed out by reference to objects of its own.
+/// Records of the account library, returned as references to objects that it owns.
 ///
 /// The order and types of all fields are a binary contract: fields named unread... only keep the
-/// later ones in their places.
+/// offsets of the later ones.
 
 /// One known account.
 struct AccountListItem

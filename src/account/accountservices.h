@@ -4,17 +4,16 @@
 #include "dispatch/reply.h"
 
 /// \file
-/// The way to the account library's services. Each use walks it afresh and keeps no pointer beyond
-/// the method that asked: any link may be missing at any time.
+/// Access to the account library's services. Each use looks the service up again and stores no
+/// pointer: any step may yield null at any time.
 ///
 /// Thread: any. Off the host thread only from a synchronous call of the host or from inside a
-/// RunScope: shutdown waits for the latter before it takes the library down.
+/// RunScope: shutdown waits for the latter before it unloads the library.
 
-/// The root interface; null when a link up to it is missing.
+/// The root interface; null when there is none.
 IAccountSdk *accountSdk();
 
-/// One service, for example accountService(&IAccountSdk::getScheduler); null when a link is
-/// missing.
+/// One service, for example accountService(&IAccountSdk::getScheduler); null when there is none.
 template <typename Service>
 Service *accountService(Service *(IAccountSdk::*getter)())
 {
@@ -22,7 +21,7 @@ Service *accountService(Service *(IAccountSdk::*getter)())
     return sdk ? (sdk->*getter)() : nullptr;
 }
 
-/// The same for a module method: a missing service is answered "fail" with the text.
+/// The same for a module method: replies "fail" with the text when there is no service.
 template <typename Service>
 Service *serviceOrReply(Service *(IAccountSdk::*getter)(), const QString &missing,
                         const CallBackFunc &callback)

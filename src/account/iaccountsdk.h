@@ -17,8 +17,8 @@
 /// Interfaces of the closed account library, as far as they are used here.
 ///
 /// They are binary contracts: the order of the virtual functions is the order of the slots, counted
-/// from 0. Slots named reserved... belong to operations that are never called from here; they hold
-/// the later ones in their places. None of these classes has a virtual destructor: the library owns
+/// from 0. Slots named reserved... are operations that are never called from here; they keep the
+/// positions of the later ones. None of these classes has a virtual destructor: the library owns
 /// every object behind them. Unless it says otherwise, an operation may be called from any thread.
 
 class IMessageTaskContext;
@@ -77,7 +77,7 @@ protected:
     ~IMessageTaskContext() = default;
 };
 
-/// Delivers the office suite's messages. A registration is never withdrawn.
+/// Delivers the office suite's messages. A registration cannot be removed.
 class IMessageTaskRegistry
 {
 public:
@@ -88,8 +88,7 @@ protected:
     ~IMessageTaskRegistry() = default;
 };
 
-/// Changes the sign-in state. Each operation answers through its completion, when and where it
-/// likes.
+/// Changes the sign-in state. Each operation calls its completion at any time, on any thread.
 class ILoginService
 {
 public:
@@ -169,7 +168,7 @@ protected:
     ~IDomainMgr() = default;
 };
 
-/// The root interface, handed out by GetInterface and owned by the library.
+/// The root interface, returned by GetInterface and owned by the library.
 class IAccountSdk
 {
 public:
@@ -186,7 +185,7 @@ public:
     /// any thread. May be null.
     virtual QObject *notifier() = 0;
 
-    // Each of these may be null at any time; the results are never kept.
+    // Each of these may return null at any time; the results are never stored.
     virtual IAccount *getAccount() = 0;
     virtual IScheduler *getScheduler() = 0;
     virtual IMessageTaskRegistry *getMessageTaskRegistry() = 0;

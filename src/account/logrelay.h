@@ -2,11 +2,11 @@
 
 #include "log/izelectronlogproxy.h"
 
-/// The log proxy as the account library gets it.
+/// The log proxy that the account library receives.
 ///
-/// Forwards to the log proxy of the process while the framework runs and drops the line otherwise,
-/// so that a library thread which is still writing, or writes after shutdown, never meets a log
-/// proxy that is being deleted.
+/// It forwards lines to the log proxy of the process while the framework runs and drops them
+/// otherwise, so that a library thread which writes during or after shutdown never uses a deleted
+/// log proxy.
 ///
 /// \return the one relay of the process, which is never destroyed; null when there is no log proxy.
 ///

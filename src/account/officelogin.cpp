@@ -30,8 +30,8 @@ void submit(QObject *context, const QString &taskName, const QVariantMap &params
     }
 }
 
-/// Wraps what is to happen on a final status. When the account library throws meanwhile, the host
-/// is told so, because nobody else is left who could.
+/// Wraps the handling of a final status. When the account library throws in it, the host gets a
+/// "fail" reply here, because nothing else would reply.
 template <typename Answer>
 TaskCallback whenFinished(const QString &method, const CallBackFunc &callback, Answer answer)
 {
@@ -87,7 +87,7 @@ void loginThroughOffice(QObject *context, const QVariantMap &params, const CallB
 {
     const QVariantMap extParam = params.value(kExtParam).toMap();
 
-    // The login service gets the grant, or, after a refusal, a map that holds "extParam" alone.
+    // The login service receives the grant or, after a refusal, a map with only "extParam".
     const CallBackFunc continuation = [callback, extParam](const QVariantMap &reply) {
         QVariantMap data = reply.value(QStringLiteral("data")).toMap();
         data.insert(kExtParam, extParam);

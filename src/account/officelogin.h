@@ -6,13 +6,13 @@
 #include <QString>
 
 /// \file
-/// The two methods of the account module that go through the office suite. Each submits a task; the
-/// answer comes later, on a library thread, perhaps more than once, perhaps after the framework was
-/// stopped. Each final status is answered; none is once the framework was stopped.
+/// The two methods of the account module that use the office suite. Each submits a task, which is
+/// answered later on a library thread, possibly more than once or after the framework was stopped.
+/// Each final status results in a reply, unless the framework was stopped.
 ///
-/// \param context tells the scheduler how long the submitter lives; not used otherwise.
+/// \param context tells the scheduler whether the submitter still exists; not used otherwise.
 
-/// What the host gets when there is no login service. spelling is part of the interface
+/// The failure text without a login service. Its spelling is part of the interface.
 extern const QString kLoginServiceMissing;
 
 /// Signs in with a grant of the office suite: its result, or an empty one when it refuses, goes to

@@ -2,7 +2,7 @@
 
 QStringList suiteAppIds()
 {
-    // The repetition is part of the interface. Never destroyed: library threads may still ask while
+    // The repetition is part of the interface. Never destroyed: library threads may use it while
     // the process exits.
     static const QStringList &ids = *new QStringList{
         QStringLiteral("tavo"), QStringLiteral("semi"),       QStringLiteral("rulo"),

@@ -9,10 +9,10 @@
 /// The applications of the office suite that every task addresses.
 QStringList suiteAppIds();
 
-/// A status below this one means that the task has not finished; no answer comes of it.
+/// A status below this one means that the task has not finished; it is ignored.
 constexpr int kTaskFinished = 100;
 
-/// No application of the office suite is there to answer.
+/// No application of the office suite is running.
 constexpr int kNoOfficeApp = 101;
 
 /// The result map inside a task's reply, empty when absent.

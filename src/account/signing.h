@@ -3,8 +3,8 @@
 #include "base/callbackfunc.h"
 
 /// \file
-/// The signing methods of the account module. The account library signs; each success carries
-/// {"result":"ok", "data": what it produced}. Thread: any.
+/// The signing methods of the account module. The account library signs; data on success is
+/// {"result":"ok", "data": its output}. Thread: any.
 
 void replyPublicKey(const CallBackFunc &callback);
 void replyPopToken(const QVariantMap &params, const CallBackFunc &callback);

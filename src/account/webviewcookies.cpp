@@ -10,7 +10,7 @@ const auto kSameSite = QStringLiteral("no_restriction");
 /// Keys in ascending order.
 void addCookie(JsonObjectTexts &texts, const QNetworkCookie &cookie, const QString &url)
 {
-    // The point goes in front even of a domain that begins with one.
+    // A dot is added even if the domain already begins with one.
     texts.add(QLatin1String("domain"), QString(QLatin1Char('.') + cookie.domain()));
     texts.add(QLatin1String("httpOnly"), cookie.isHttpOnly());
     texts.add(QLatin1String("name"), cookie.name());

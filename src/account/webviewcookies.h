@@ -2,6 +2,6 @@
 
 #include "base/callbackfunc.h"
 
-/// Answers with the account library's cookies for "url": "cookieList" holds one JSON text per
+/// Replies with the account library's cookies for "url": "cookieList" holds one JSON text per
 /// cookie, shaped for a web view. Thread: any.
 void replyWebviewCookies(const QVariantMap &params, const CallBackFunc &callback);

@@ -12,7 +12,7 @@ using LoginOperation = void (ILoginService::*)(const QVariantMap &, const CallBa
 
 const auto kServiceMissing = QStringLiteral("service is nullptr");
 
-/// Hands the request to the login service, which answers by itself.
+/// Passes the request to the login service, which replies itself.
 void passOn(LoginOperation operation, const QVariantMap &params, const CallBackFunc &callback,
             const QString &serviceMissing)
 {

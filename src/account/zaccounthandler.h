@@ -29,7 +29,7 @@
 ///
 /// Failure texts: "sercice is nullptr", "service is nullptr", "scheduler is nullptr",
 /// "sumbit failed", "account is nullptr", "already logined user", "getUserInfo failed",
-/// "factory is nullptr", "sign failed", "generatePKCEParam failed"; the source says which is whose.
+/// "factory is nullptr", "sign failed", "generatePKCEParam failed".
 ///
 /// Thread-safe: queryWebviewCookies, getJwkPublicKeyStr, signPopToken, signLoginData,
 /// generatePKCEParam, getAccountListInfo.

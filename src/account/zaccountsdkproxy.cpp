@@ -61,8 +61,8 @@ void ZAccountSdkProxy::connectNotifier()
          ++index) {
         const QMetaMethod ownSignal = staticMetaObject.method(index);
         const QObject *notifier = sdk()->notifier();
-        // By name, because the notifier's class is the library's own. Qt would print a warning
-        // about a signal that it lacks.
+        // By name, because only the library knows the notifier's class. Connecting a signal that it
+        // lacks would make Qt print a warning.
         const int found =
             notifier ? notifier->metaObject()->indexOfSignal(ownSignal.methodSignature()) : -1;
         if (found >= 0) {
@@ -74,12 +74,12 @@ void ZAccountSdkProxy::connectNotifier()
 
 void ZAccountSdkProxy::shutdown()
 {
-    // Its code goes with the library, its notifier perhaps never.
+    // The notifier may outlive the library's code.
     for (const QMetaObject::Connection &connection : m_connections) {
         disconnect(connection);
     }
 
-    // An exception of the library must not keep the rest of the shutdown from happening.
+    // An exception of the library must not prevent the rest of the shutdown.
     const auto threw = [] { logError("shutdown", "exception from the account library"); };
     if (IAccountSdk *accountSdk = sdk()) {
         guarded([accountSdk] { accountSdk->uninit(); }, threw);

@@ -8,8 +8,8 @@
 
 class IAccountSdk;
 
-/// Binds the closed account library: loads and initialises it, and repeats its notifications as
-/// signals of its own.
+/// Binds the closed account library: loads and initialises it, and re-emits its notifications as
+/// signals.
 ///
 /// Lives on the host thread and belongs to the application. The signals are emitted on the host
 /// thread only, whatever thread the library raised its notification on.
@@ -20,14 +20,14 @@ class ZAccountSdkProxy : public QObject
 public:
     explicit ZAccountSdkProxy(QObject *parent);
 
-    /// Called once. On a false result, what was reached stays for shutdown.
+    /// Called once. When it returns false, shutdown undoes the completed steps.
     [[nodiscard]] bool init(const QVariantMap &params);
 
-    /// Ends and unloads the library, as far as init came. No event of it arrives any more, and
-    /// nothing calls into it afterwards.
+    /// Un-initialises and unloads the library, as far as init got. Afterwards nothing calls into it
+    /// and no event of it arrives.
     void shutdown();
 
-    /// The root interface, owned by the library; null when it was not reached. Any thread.
+    /// The root interface, owned by the library; null when init did not get it. Any thread.
     IAccountSdk *sdk() const { return m_sdk; }
 
 Q_SIGNALS:

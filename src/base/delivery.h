@@ -4,8 +4,8 @@
 #include "log/guarded.h"
 #include "log/logline.h"
 
-/// Runs what a function object of ours does when the account library calls it, which may be late,
-/// twice, on any thread, or after the framework was stopped.
+/// Runs the body of a function object that the account library calls, possibly late, twice, on any
+/// thread, or after the framework was stopped.
 ///
 /// \param run  the run that the function object was made in.
 /// \param body returns bool. Not run when its run is over; its exceptions end here, so that none

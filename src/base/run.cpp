@@ -17,9 +17,9 @@ namespace {
 constexpr auto kLongestExitWait = std::chrono::milliseconds(500);
 constexpr auto kExitWaitStep = std::chrono::microseconds(200);
 
-/// How many are inside, counted apart for those who entered before and after the level was last
-/// lowered: a steady stream of new ones cannot hold up the wait for the earlier ones. Every thread
-/// counts in one of several places, so that threads do not contend for a line of the cache.
+/// The number of entries, counted separately for those made before and after the level was last
+/// lowered, so that a steady stream of new entries cannot delay the wait for the earlier ones. Each
+/// thread uses one of several counters, so that threads do not contend for a cache line.
 struct alignas(64) Counter
 {
     std::atomic<int> inside[2];
@@ -59,8 +59,8 @@ private:
 std::atomic<quint64> s_state{0};
 constexpr quint64 kAbandoned = 1; // no run, nothing admitted; stays for good
 
-// Guards nothing but the waits. Never held over a call; taken by fork, so that the child finds it
-// free.
+// Guards only the waits. Never held during a call; locked during fork, so that it is free in the
+// child.
 std::mutex &s_mutex = *new std::mutex;
 std::condition_variable &s_changed = *new std::condition_variable;
 std::atomic<int> s_waiting{0}; // threads in lower()
@@ -83,7 +83,7 @@ int countInside(unsigned count)
     return inside;
 }
 
-/// Whether the calling thread has frames that another thread's change may be waiting for.
+/// Whether the calling thread has entries that another thread's change may be waiting for.
 bool isInside(const Thread &thread)
 {
     return thread.isHostThread || thread.frames.count[0] + thread.frames.count[1] > 0;
@@ -99,7 +99,7 @@ void unlockInParent()
     s_mutex.unlock();
 }
 
-/// Of all threads only the calling one exists here.
+/// Only the calling thread exists here.
 void startOverInChild()
 {
     if (state().level() != Admission::Nothing || s_isChanging) {
@@ -219,7 +219,8 @@ bool Run::begin()
 void Run::admitEverything()
 {
     // Static objects are destroyed in the reverse order of their construction, so this comes when
-    // a start has made most of them. A handler that the host installs later may still stop us.
+    // a start has created most of them. Handlers that the host installs later can still call
+    // uninit.
     static const int isPrepared = std::atexit(&restHostThread);
     static_cast<void>(isPrepared);
 
@@ -258,7 +259,7 @@ bool Run::isAbandoned()
     return s_state == kAbandoned;
 }
 
-// The thread comes before the state: finding it is a call, across which less is to be kept then.
+// The thread is read before the state: reading it is a call, which saves fewer registers then.
 
 RunScope::RunScope(Admission needed)
 {

@@ -3,27 +3,27 @@
 #include <QtGlobal>
 
 /// \file
-/// One run of the framework, from init to uninit: who may still come in, and who waits until they
-/// have left.
+/// One run of the framework, from init to uninit: what may still enter it, and who waits for what
+/// has entered.
 ///
-/// Operations of the host and deliveries of the account library enter the run for as long as they
-/// work. Shutdown lowers what the run admits, step by step, and each step waits for those who came
-/// in before it. A run has a number, which function objects given to the account library note, so
+/// Operations of the host and deliveries of the account library are inside the run while they work.
+/// Shutdown lowers what the run admits, step by step, and each step waits for the entries made
+/// before it. Each run has a number. Function objects given to the account library store it, so
 /// that a late call never enters a later run. fork and exit abandon the run: in the child, and
-/// while the process exits, nothing is admitted ever again.
+/// while the process exits, nothing is admitted any more.
 ///
-/// The state is that of the process and is never destroyed, because threads of others come here
-/// while the process exits. Thread: any, unless a function says otherwise.
+/// The state belongs to the process and is never destroyed, because threads of others use it while
+/// the process exits. Thread: any, unless a function says otherwise.
 
-/// What a run admits. Each level admits everything that the one before it does.
+/// What a run admits. Each level includes the one before it.
 enum class Admission : quint64 {
     Nothing = 0,                      ///< no run, or one that is over
     Deliveries = Q_UINT64_C(1) << 62, ///< start-up and shutdown: only the account library's
-    Operations = Q_UINT64_C(2) << 62, ///< once uninit has begun: all but those that queue work
+    Operations = Q_UINT64_C(2) << 62, ///< once uninit has begun: all that queue nothing
     Everything = Q_UINT64_C(3) << 62
 };
 
-/// Entries of one thread that have not been left yet, by the level at which they were made.
+/// Entries of one thread that it has not left yet, by the counter they are counted in.
 struct RunFrames
 {
     int count[2] = {0, 0};
@@ -42,8 +42,7 @@ public:
     /// Ends the start-up.
     static void admitEverything();
 
-    /// Lowers the level and waits for everyone who entered before, on other threads than the host
-    /// thread.
+    /// Lowers the level and waits for all earlier entries of threads other than the host thread.
     ///
     /// \param except entries not to wait for: those of the thread that called uninit.
     static void lower(Admission level, const RunFrames &except = {});
@@ -51,7 +50,7 @@ public:
     /// The entries of the calling thread.
     static RunFrames ownFrames();
 
-    /// Whether the calling thread is inside a delivery, with frames of the account library below.
+    /// Whether the calling thread is inside a delivery, called by the account library.
     static bool isInsideDelivery();
 
     /// Whether the framework was given up in this process, by fork or by exit.
@@ -77,14 +76,14 @@ public:
     explicit operator bool() const { return m_thread != nullptr; }
 
 private:
-    void *m_thread = nullptr; ///< what is known of the calling thread; null when refused
-    qint8 m_count = -1;       ///< which of the two counts it is in, if any
+    void *m_thread = nullptr; ///< state of the calling thread; null when refused
+    qint8 m_count = -1;       ///< which of the two counters counts it, if any
     bool m_isDelivery = false;
 };
 
-/// The right to start or end a run, held by one thread at a time; tests false when another thread
-/// holds it and waiting for it might never end, which is inside an operation, inside a delivery
-/// and on the host thread. The thread cannot be cancelled meanwhile.
+/// The right to start or end a run, held by one thread at a time. Waits for another holder, except
+/// where that could be a deadlock: inside an operation, inside a delivery and on the host thread it
+/// tests false instead. The holder cannot be cancelled.
 class RunChange
 {
 public:
@@ -113,9 +112,9 @@ public:
     static bool isCurrent();
 };
 
-/// Held while the host thread works on an event; without effect on other threads. The exit of the
-/// process waits for that, half a second at most, because it destroys what Qt and the closed
-/// libraries keep in static objects. Never returns from its constructor after that.
+/// Exists while the host thread handles an event; without effect on other threads. The exit of the
+/// process waits for it, half a second at most, because exit destroys the static objects of Qt and
+/// of the closed libraries. After that its constructor never returns.
 class HostWorkScope
 {
 public:
@@ -124,6 +123,6 @@ public:
     HostWorkScope(const HostWorkScope &) = delete;
     HostWorkScope &operator=(const HostWorkScope &) = delete;
 
-    /// How many of these the calling thread is inside of, one within the other.
+    /// How many of these are nested on the calling thread.
     static int depth();
 };

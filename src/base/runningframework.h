@@ -6,7 +6,7 @@ class QObject;
 class ZAccountSdkProxy;
 
 /// \file
-/// What the floors below the application ask of it. The application defines these functions.
+/// What lower floors need of the running application, which defines these functions.
 ///
 /// Thread: any. Off the host thread only inside an operation of the host or a delivery: shutdown
 /// waits for those before it deletes anything.

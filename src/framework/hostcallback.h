@@ -7,7 +7,7 @@
 
 /// \file
 /// Turns the host's callback objects into completion functions. Each holds only the raw pointer,
-/// which may be null; none of them ever lets an exception of the host out.
+/// which may be null; none lets an exception of the host escape.
 
 /// Delivers one text with its length to a callback that is not null.
 void deliverReply(zelectronframeworkspace::IElectronCallback &callback, const QByteArray &text);
@@ -15,7 +15,7 @@ void deliverReply(zelectronframeworkspace::IElectronCallback &callback, const QB
 /// For asynCall: delivers the reply, then logs it. Refused once the framework was stopped.
 CallBackFunc asynCallCompletion(zelectronframeworkspace::IElectronCallback *callback);
 
-/// For addListener: delivers the event. Lives no longer than the subscription that holds it.
+/// For addListener: delivers the event. Deleted with its subscription.
 CallBackFunc listenerCompletion(zelectronframeworkspace::IElectronCallback *callback);
 
 /// For registerCallbackFunc: delivers a task message. Refused once the framework was stopped.

@@ -39,9 +39,9 @@ void reportException(const char *function)
     }
 }
 
-/// Waits until the kernel has no such thread any more. QThread::wait returns while the thread still
-/// runs the destructors of its thread-specific data, which are code of other libraries, and uninit
-/// is often followed by the end of the process.
+/// Waits until the kernel no longer has the thread. QThread::wait returns while the thread still
+/// runs the destructors of its thread-specific data, which are code of other libraries, and the
+/// process often ends right after uninit.
 void waitForEnd(pid_t threadId)
 {
     const auto start = std::chrono::steady_clock::now();
@@ -58,8 +58,8 @@ void waitForEnd(pid_t threadId)
     }
 }
 
-/// The host's own answer to signals shall not run here; those that an instruction of this thread
-/// raises cannot be put off. Inherited by the threads that are started while this lives.
+/// Blocks all signals but the synchronous ones, so that the host's handlers do not run here.
+/// Threads started meanwhile inherit this.
 class BlockedSignals
 {
 public:
@@ -80,7 +80,7 @@ private:
     sigset_t m_before{};
 };
 
-/// Whatever way the host thread ends, its run is over then, and init has its answer.
+/// However the host thread ends: its run is over, and init returns.
 class RunOfThread
 {
 public:
@@ -125,7 +125,7 @@ void runHostThread(const QVariantMap &settings, std::promise<bool> &started)
             reportException("initialize");
             return false;
         };
-        // init blocks on this answer, so it is given before the event loop starts, even on failure.
+        // init blocks on this promise, so it is set before the event loop starts, even on failure.
         run.start(guarded([&] { return application->initialize(settings); }, failed));
     }
     application->serve();
@@ -151,9 +151,9 @@ bool HostThread::start(const QVariantMap &settings)
     const auto start = std::make_shared<Start>();
     std::future<bool> answer = start->answer.get_future();
 
-    // QThread gives the thread an event dispatcher with a GLib context of its own before the
-    // application exists. From any other kind of thread the application would take over the default
-    // context, on which the host's main thread runs.
+    // QThread creates an event dispatcher with a GLib context of its own before the application
+    // exists. On any other kind of thread the application would use the default context, which the
+    // host's main thread runs.
     std::unique_ptr<QThread> thread(QThread::create([settings, start] {
         start->threadId = static_cast<pid_t>(syscall(SYS_gettid));
         guarded([&] { runHostThread(settings, start->answer); },

@@ -15,7 +15,7 @@ class HostThread
 public:
     HostThread();
 
-    /// Waits until the thread is gone. Its event loop has been asked to end, or never ran.
+    /// Waits for the end of the thread. Its event loop has been asked to end, or never ran.
     ~HostThread();
     HostThread(const HostThread &) = delete;
     HostThread &operator=(const HostThread &) = delete;
@@ -23,11 +23,11 @@ public:
     /// Starts the thread and waits until its application has initialised itself.
     ///
     /// \param settings the settings of the host.
-    /// \return whether the application initialised completely; false too when there is no thread.
+    /// \return whether a thread started and its application initialised completely.
     [[nodiscard]] bool start(const QVariantMap &settings);
 
-    /// Asks the event loop to end once it has worked off what is queued already. Called on the
-    /// thread that then waits for the end.
+    /// Asks the event loop to end once it has handled what is already queued. Called on the thread
+    /// that then waits for the end.
     void stop();
 
 private:

@@ -4,11 +4,10 @@
 
 #include <string>
 
-/// Keeps the construction of the core application from showing in the host's process.
+/// Hides side effects of the core application's construction from the host.
 ///
-/// While it lives, Qt's line about an application that is not on the main thread is dropped; every
-/// other message goes where it went before. At its end the locale, which Qt sets from the
-/// environment, is what it was.
+/// While it exists, Qt's warning about an application that is not on the main thread is dropped;
+/// other messages pass. Its destructor restores the locale, which Qt sets from the environment.
 ///
 /// Thread: constructed and destroyed on the host thread; one at a time.
 class QuietStart

@@ -54,8 +54,8 @@ ZElectronApplication::ZElectronApplication(int &argc, char **argv) : QCoreApplic
     // Qt fills this cache on first use without a lock; thread-safe methods read it on any thread.
     applicationFilePath();
 
-    // Before the account library can register the type under the same name with code of its own,
-    // which would be gone after its unloading.
+    // First, because the account library could register the type under the same name with code of
+    // its own, which would be unloaded with it.
     qRegisterMetaType<CallBackFunc>("CallBackFunc");
 
     g_electronApp = this;
@@ -147,7 +147,7 @@ void ZElectronApplication::stop(const RunFrames &caller)
 
 void ZElectronApplication::cleanup()
 {
-    // Nobody is inside any more who has reached a member, and whoever comes in finds none.
+    // Everyone who has access to a member has left, and later entries find none.
     ZAccountSdkProxy *accountSdkProxy = m_accountSdkProxy.exchange(nullptr);
     Run::lower(Admission::Deliveries, m_stopCaller);
 
@@ -161,7 +161,7 @@ void ZElectronApplication::cleanup()
         delete accountSdkProxy;
     }
 
-    // The account library has answered what it owed; whatever it still calls reaches nobody.
+    // The account library has given its outstanding replies; later ones are refused.
     Run::lower(Admission::Nothing, m_stopCaller);
     if (ZElectronLogProxy *logProxy = g_logProxy) {
         logProxy->aboutToQuit();
@@ -180,7 +180,7 @@ bool ZElectronApplication::notify(QObject *receiver, QEvent *event)
                                 return false;
                             });
     }
-    // Threads of the account library come here as well.
+    // Threads of the account library call this as well.
     if (HostThreadScope::isCurrent() && m_isStopping && HostWorkScope::depth() == 0) {
         exit(0);
     }

@@ -15,9 +15,9 @@ class ZMethodDispatcher;
 /// The core application of the host thread: settings and long-lived members.
 ///
 /// Lives on the stack of the host thread's function, from init to uninit. It owns its members as
-/// QObject children. Other threads reach the members through g_electronApp, inside a RunScope, and
-/// test each pointer: one is null when initialize stopped early, and the binding of the account
-/// library also before initialize has built it and from the first step of cleanup on.
+/// QObject children. Other threads access the members through g_electronApp, inside a RunScope, and
+/// test each pointer: it is null when initialize stopped early. The binding of the account library
+/// is also null before initialize has created it and from the first step of cleanup on.
 class ZElectronApplication : public QCoreApplication
 {
     Q_OBJECT
@@ -26,21 +26,21 @@ public:
     ZElectronApplication(int &argc, char **argv);
     ~ZElectronApplication() override;
 
-    /// Applies the settings and builds the members. On a false result the members built so far
-    /// stay.
+    /// Applies the settings and creates the members. When it returns false, those created so far
+    /// remain.
     [[nodiscard]] bool initialize(const QVariantMap &params);
 
-    /// Runs the event loop until stop() was called, whoever else asks it to end.
+    /// Runs the event loop until stop() is called; requests of others to end it are ignored.
     void serve();
 
-    /// Ends serve() as soon as no other event loop and no other event is under way below: the
-    /// account library may be waiting in a loop of its own, which gets kLongestNestedLoop to end.
+    /// Ends serve() as soon as no other event and no nested event loop is on the stack: the account
+    /// library may be waiting in a nested loop, which has kLongestNestedLoop to end.
     ///
     /// \param caller the entries of the thread that waits for the end; cleanup does not wait for
     ///               them.
     void stop(const RunFrames &caller);
 
-    /// Takes everything down but the callback registry, which goes with the application.
+    /// Deletes all members except the callback registry, which is deleted with the application.
     void cleanup();
 
     /// Keeps exceptions of event handlers from unwinding through Qt's event loop.

@@ -63,7 +63,7 @@ bool ZElectronFramework::uninit()
     if (!change || !g_electronApp || Run::isAbandoned()) {
         return false;
     }
-    // From here on nothing is queued any more, so that what was queued is answered.
+    // From here on nothing more is queued, and everything that was queued gets its reply.
     Run::lower(Admission::Operations, Run::ownFrames());
     return guarded(
         [this] {
@@ -83,7 +83,7 @@ bool ZElectronFramework::call(const char *method, const char *params, IElectronC
             if (!callback) {
                 return true;
             }
-            // The map goes before the log line is built: a long reply would lie in memory twice.
+            // Freed before the log line is built: a long reply would be in memory twice.
             const QByteArray text = jsonTextFromMap(std::exchange(reply, {}));
             deliverReply(*callback, text);
             logInfo("call", "call method:%1, params:%2, result:%3", {method, params, text});

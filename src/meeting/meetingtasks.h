@@ -10,8 +10,8 @@
 
 /// The host's callbacks of the meeting tasks, by task name.
 ///
-/// Registered on the host's threads and triggered on library threads. Shared with every function
-/// object that the account library keeps, so that a late call finds it whatever else is gone.
+/// Registered on the host's threads and triggered on library threads. Every function object that
+/// the account library keeps shares ownership, so that a late call always finds it.
 class MeetingTasks
 {
 public:

@@ -3,7 +3,7 @@
 #include <QString>
 
 /// \file
-/// Words of the messages between the office suite and the meeting application.
+/// Names in the messages between the office suite and the meeting application.
 
 /// The task that carries a message to the office suite.
 const auto kNotifyOffice = QStringLiteral("notifyOfficeMsg");

@@ -53,8 +53,7 @@ bool ZCallbackFuncManager::_registerAccountInfoCollectTask(const CallBackFunc &c
 
 void ZCallbackFuncManager::registerMeetingDataChangeTask(const CallBackFunc &callback)
 {
-    // The first callback stays: a later registration, also one on another thread at the same time,
-    // has nothing left to do.
+    // The first callback stays; a later or concurrent registration changes nothing.
     if (m_isRegistering.exchange(true)) {
         return;
     }

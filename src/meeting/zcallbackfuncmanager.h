@@ -10,9 +10,9 @@
 
 #include <atomic>
 
-/// Registers the host's callbacks of typed tasks with those who serve them; holds none itself.
+/// Registers the host's callbacks with whoever delivers tasks of that type; stores none itself.
 ///
-/// Belongs to the application and goes with it. Callable from any thread.
+/// Owned by the application and deleted with it. Callable from any thread.
 class ZCallbackFuncManager : public QObject
 {
 public:
@@ -29,9 +29,9 @@ private:
     bool _registerAccountInfoCollectTask(const CallBackFunc &callback);
     void registerMeetingDataChangeTask(const CallBackFunc &callback);
 
-    // Held by the registration that is under way, which alone uses the pointer. No lock, because
-    // the account library may call the host from inside it, and the host may register again.
+    // True during a registration, which alone uses the pointer. Not a lock, because the account
+    // library may call the host meanwhile, and the host may register again.
     std::atomic<bool> m_isRegistering{false};
-    // The account library gets the object as a context and may destroy it.
+    // The account library receives the object as a context and may destroy it.
     QPointer<ZMeetingFuncHandler> m_meetingFuncHandler;
 };

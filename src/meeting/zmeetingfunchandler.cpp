@@ -88,7 +88,7 @@ bool handleMeetingData(const MeetingTasks &tasks, int status, const QVariantMap 
         logInfo(kFunction, "getMeetingData ret result fail");
         return false;
     }
-    // Empty values pass: the office suite has answered that there is no meeting.
+    // Empty values are accepted: the office suite has answered that there is no meeting.
     return tasks.trigger(kEnterMeeting, meetingData(result.value(kMeetingUrl).toString(),
                                                     result.value(kAccessCode).toString()));
 }

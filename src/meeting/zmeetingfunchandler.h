@@ -14,9 +14,9 @@ class QThread;
 /// Created by the callback registry on a thread of the host, moved to the host thread before the
 /// account library gets it as a context, and deleted by the registry there, unless the account
 /// library has destroyed it.
-/// Messages and answers arrive on library threads. The account library keeps the function objects
-/// given to it for good, so they hold the task table and not this object, and they are refused once
-/// the framework was stopped.
+/// Messages and answers arrive on library threads. The account library keeps its function objects
+/// forever, so they own the task table and not this object, and are refused once the framework was
+/// stopped.
 class ZMeetingFuncHandler : public QObject
 {
     Q_OBJECT
@@ -26,8 +26,8 @@ public:
     ZMeetingFuncHandler(QObject *parent, QThread *thread);
     ~ZMeetingFuncHandler() override;
 
-    /// Each is false when its task has a callback already, which stays. The first, when it adds,
-    /// also asks the office suite for the current meeting.
+    /// Each returns false when its task already has a callback, which stays. The first, when it
+    /// adds one, also asks the office suite for the current meeting.
     bool registerEnterMeetingTask(const CallBackFunc &callback);
     bool registerGetMeetingStatusTask(const CallBackFunc &callback);
     bool registerCloseMeetingAppTask(const CallBackFunc &callback);

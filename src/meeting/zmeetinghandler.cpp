@@ -11,7 +11,7 @@ const auto kEvent = QStringLiteral("event");
 const auto kBusyType = QStringLiteral("busyType");
 const auto kData = QStringLiteral("data");
 
-/// Each final status gives one answer.
+/// Each final status results in one reply.
 bool answerStatus(int status, const QVariantMap &reply, const CallBackFunc &callback)
 {
     if (status == kNoOfficeApp) {
@@ -31,7 +31,7 @@ ZMeetingHandler::ZMeetingHandler(QObject *parent) : ZMessageHandlerBase(parent, 
 
 void ZMeetingHandler::changeMeetingStatus(const QVariantMap &params, const CallBackFunc &callback)
 {
-    // The test of the service comes before that of the parameters.
+    // The interface tests the service before the parameters.
     IScheduler *scheduler =
         serviceOrReply(&IAccountSdk::getScheduler, QStringLiteral("scheduler is null"), callback);
     if (!scheduler) {

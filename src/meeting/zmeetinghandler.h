@@ -12,7 +12,7 @@
 /// Failure texts: "scheduler is null", "event, data or busyType is empty",
 /// "submit to office fail", "no office app", "changeMeetingStatus fail".
 ///
-/// Thread-safe: none. The answer comes later, on a library thread.
+/// Thread-safe: none. The reply comes later, on a library thread.
 class ZMeetingHandler : public ZMessageHandlerBase
 {
     Q_OBJECT

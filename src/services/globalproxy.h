@@ -6,7 +6,7 @@
 /// included.
 ///
 /// \param settings "proxyType" 1 system configuration, 2 HTTP, 3 SOCKS5, other none; "proxyHost",
-///                 "proxyPort", "proxyUser", "proxyPassWord". Absent values read as 0 and empty.
+///                 "proxyPort", "proxyUser", "proxyPassWord". Missing values count as 0 or empty.
 ///
 /// Thread: host thread.
 void setGlobalNetworkProxy(const QVariantMap &settings);

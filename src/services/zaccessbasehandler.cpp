@@ -51,7 +51,7 @@ void ZAccessbaseHandler::getDeviceNetworkStatus(const QVariantMap &, const CallB
 
 void ZAccessbaseHandler::getDeviceHeader(const QVariantMap &params, const CallBackFunc &callback)
 {
-    // The test of the service comes before that of the parameters.
+    // The interface tests the service before the parameters.
     IAccessbaseService *service = accessbaseServiceOrReply(callback);
     if (!service) {
         return;

@@ -23,7 +23,7 @@ void ZNetworkHandler::updateProxyInfo(const QVariantMap &params, const CallBackF
 
 void ZNetworkHandler::setCustomDomain(const QVariantMap &params, const CallBackFunc &callback)
 {
-    // The test of the parameters comes before that of the service.
+    // The interface tests the parameters before the service.
     if (params.isEmpty()) {
         replyFail(callback, QStringLiteral("param is empty"));
         return;
