@@ -11,8 +11,8 @@ struct DottedPath
     QString name;
 };
 
-/// Splits a path at its points; parts after the second are ignored, empty parts are parts.
-/// \return nothing when the path has no point.
+/// Splits a path at its dots; parts after the second are ignored, empty parts count.
+/// \return nothing when the path has no dot.
 inline std::optional<DottedPath> splitDottedPath(const QString &path)
 {
     const int point = path.indexOf(QLatin1Char('.'));

@@ -4,15 +4,15 @@
 
 #include <QString>
 
-/// The shape of every reply: "result" is "ok" or "fail"; "msg" is left out when empty; "data" is a
-/// map and left out when empty.
+/// The shape of every reply: "result" is "ok" or "fail"; "msg" is omitted when empty; "data" is a
+/// map and omitted when empty.
 QVariantMap buildResult(bool success, const QString &message, const QVariantMap &data);
 
 /// A "fail" reply; an empty message becomes "fail".
 QVariantMap buildFailResult(const QString &message, const QVariantMap &data);
 
-/// Answers "ok" with the data, and "fail" with the message.
-/// \return false when the completion function is empty: nobody is answered then.
+/// Replies "ok" with the data, or "fail" with the message.
+/// \return false when the completion function is empty.
 bool replySuccess(const CallBackFunc &callback, const QVariantMap &data);
 bool replyFail(const CallBackFunc &callback, const QString &message);
 
@@ -20,11 +20,10 @@ bool replyFail(const CallBackFunc &callback, const QString &message);
 /// when \p callback is.
 CallBackFunc remembering(const CallBackFunc &callback);
 
-/// Answers "fail", unless the completion function remembers an answer: what fails behind that is no
-/// reply any more.
-/// \return whether it was answered now.
+/// Replies "fail", unless the completion function remembers an earlier reply.
+/// \return whether it replied.
 bool replyFailUnlessAnswered(const CallBackFunc &callback, const QString &message);
 
 /// Queues replyFail, with copies of both arguments, to the host thread.
-/// \return false when no application is running: nobody is answered then.
+/// \return false when no application is running.
 bool postReplyFail(const CallBackFunc &callback, const QString &message);

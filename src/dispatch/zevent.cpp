@@ -10,7 +10,7 @@
 
 namespace {
 
-/// Counts one up for as long as it lives.
+/// Increments a counter while it exists.
 class Counted
 {
 public:
@@ -33,7 +33,7 @@ ZEvent::Subscription &ZEvent::Subscription::operator=(Subscription &&other) noex
     return *this;
 }
 
-/// Keeps the subscriptions in their places for as long as it lives.
+/// Keeps the list of subscriptions unchanged while it exists.
 class ZEvent::Delivery
 {
 public:
@@ -68,7 +68,7 @@ void ZEvent::remove(ListenerHandle handle)
     subscription->isRemoved = true;
     ++m_removedCount;
     compact();
-    // On the host thread the running callback is a frame below this one.
+    // On the host thread, a running callback is this function's caller.
     if (QThread::currentThread() != thread()) {
         m_returned.wait(lock, [this, handle] {
             const Subscription *removed = find(handle);
@@ -115,8 +115,8 @@ ZEvent::Subscription *ZEvent::find(ListenerHandle handle)
     return nullptr;
 }
 
-/// Takes in what was added and drops what was removed, once nothing is being delivered; the latter
-/// so rarely that a removal costs the same on average however many subscriptions there are.
+/// Unless events are being delivered, adds the new subscriptions and deletes the removed ones; the
+/// latter so rarely that the average cost of a removal does not depend on their number.
 void ZEvent::compact()
 {
     if (m_deliveryCount > 0) {

@@ -34,19 +34,19 @@ public:
         return list.back().handle;
     }
 
-    /// When it has returned on another thread than the host thread, the callback is not running and
-    /// will not be entered. Unknown handles are ignored.
+    /// When it has returned on a thread other than the host thread, the callback is not running and
+    /// will not be called. Unknown handles are ignored.
     void remove(ListenerHandle handle);
 
     void removeAll();
 
 public Q_SLOTS:
-    /// Calls the listeners in the order of subscribing. One that is added meanwhile receives the
-    /// next event, one that is removed meanwhile is skipped.
+    /// Calls the listeners in order of subscription. A listener added during delivery receives the
+    /// next event; one removed during delivery is skipped.
     void deliver();
 
 private:
-    /// One callback and what is needed to end it for good while the host thread may be calling it.
+    /// One callback and the state to remove it while the host thread may be calling it.
     struct Subscription
     {
         Subscription(ListenerHandle ownHandle, CallBackFunc ownCallback)
@@ -60,7 +60,7 @@ private:
         ListenerHandle handle = 0;
         CallBackFunc callback;
         // Sequentially consistent: either deliver() sees the removal, or remove() sees the call.
-        std::atomic<int> running{0}; ///< calls under way, one inside the other
+        std::atomic<int> running{0}; ///< calls in progress, nested
         std::atomic<bool> isRemoved{false};
     };
     class Delivery;

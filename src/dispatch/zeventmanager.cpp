@@ -7,8 +7,7 @@
 
 namespace {
 
-// Counts up over all runs of the process: a handle that comes back late meets no other
-// subscription.
+// Counts up over all runs of the process, so that a stale handle matches no other subscription.
 std::atomic<ZEvent::ListenerHandle> s_count{0};
 
 /// "module.event", the first two parts of a path.
@@ -60,7 +59,7 @@ ZEventManager::ListenerHandle ZEventManager::addListener(const QString &path,
     if (index == m_indexes.constEnd()) {
         return 0;
     }
-    // The remainder tells removeListener which event it is.
+    // The remainder of a handle identifies its event for removeListener.
     return m_events[*index]->add(callback, [&] { return ++s_count * m_events.size() + *index; });
 }
 

@@ -16,8 +16,8 @@
 /// thread.
 ///
 /// Each event has one connection, made before the host can subscribe. Qt publishes a new connection
-/// to the emitting thread without a memory barrier, which on Arm is not enough for connections that
-/// come and go on other threads.
+/// to the emitting thread without a memory barrier, which is a data race on Arm for connections
+/// made on other threads.
 class ZEventManager : public QObject
 {
 public:
@@ -26,14 +26,14 @@ public:
     explicit ZEventManager(QObject *parent);
     ~ZEventManager() override;
 
-    /// Makes an event "module.signal" of every signal that the sender's own class declares. They
-    /// are emitted on the host thread.
+    /// Adds an event "module.signal" for every signal that the sender's own class declares. The
+    /// sender emits them on the host thread.
     void addEvents(const QString &module, const QObject *sender);
 
     /// In the order of the signals.
     QStringList paths() const;
 
-    /// \param path "module.event"; what follows a second point is ignored.
+    /// \param path "module.event"; text after a second dot is ignored.
     /// \return 0 when there is no such event.
     ListenerHandle addListener(const QString &path, const CallBackFunc &callback);
 

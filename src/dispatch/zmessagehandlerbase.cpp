@@ -120,8 +120,8 @@ int ZMessageHandlerBase::slotIndex(const QString &method) const
     if (found != m_slots.constEnd()) {
         return *found;
     }
-    // Qt's invocation by name ignores white space around the name. It is not used here itself,
-    // because it prints a name that it does not know, raw, to the standard error.
+    // As Qt's invocation by name, which ignores white space around the name. It is not used itself,
+    // because it prints unknown names unchanged to the standard error.
     const QByteArray signature = method.toLatin1() + kArguments;
     return metaObject()->indexOfMethod(QMetaObject::normalizedSignature(signature));
 }

@@ -19,13 +19,12 @@ class ZMessageHandlerBase : public QObject
     Q_OBJECT
 
 public:
-    /// \param threadSafeMethods the methods that call may run on another thread than the host
+    /// \param threadSafeMethods the methods that call may run on threads other than the host
     ///                          thread.
     ZMessageHandlerBase(QObject *parent, QStringList threadSafeMethods);
 
     /// Runs the method on the calling thread.
-    /// \return the last reply that the method gave before it returned; an empty map when it gave
-    /// none.
+    /// \return the last reply that the method gave before it returned; an empty map without one.
     QVariantMap call(const QString &method, const QVariantMap &params);
 
     /// Queues the method, or a reply that names its failure, to the host thread.

@@ -22,10 +22,10 @@ public:
     /// Creates the handlers of all modules; defined where they are known.
     [[nodiscard]] bool initHandlers();
 
-    /// Runs a method on the calling thread; failures of routing are replies too.
+    /// Runs a method on the calling thread; routing failures are replies as well.
     QVariantMap call(const QString &path, const QVariantMap &params);
 
-    /// Queues a method, or the reply of its failure, to the host thread.
+    /// Queues a method, or the reply that names a routing failure, to the host thread.
     /// \return whether anything was queued.
     bool asynCall(const QString &path, const QVariantMap &params, const CallBackFunc &callback);
 

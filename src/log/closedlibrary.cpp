@@ -16,8 +16,8 @@ namespace {
 
 Q_LOGGING_CATEGORY(libraries, "zelectronframework.libraries", QtWarningMsg)
 
-/// The file that a library was loaded from. The loader notes the folder when it opens a library: a
-/// relative name means something else once the working directory has changed.
+/// The file that a library was loaded from. The loader stores the folder when it opens a library; a
+/// relative name would change its meaning with the working directory.
 QFileInfo fileOf(void *handle)
 {
     char folder[PATH_MAX] = "";
@@ -47,7 +47,7 @@ QFileInfo ownFile()
     return isKnown ? fileOfLoaded(own.dli_fname) : QFileInfo();
 }
 
-/// The folder of the file itself where the name is that of a link.
+/// The folder of the file; of the link's target if it is a symbolic link.
 QString targetFolder(const QFileInfo &file)
 {
     return QFileInfo(file.canonicalFilePath()).path();

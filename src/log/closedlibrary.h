@@ -5,12 +5,12 @@
 /// \file
 /// Loads the two closed libraries and finds their functions.
 ///
-/// Each is opened by its bare name. The loader looks in the folder of this library first, but a
-/// library of the same name that the process has loaded before wins over every folder.
+/// Each is opened by its name alone. The loader searches the folder of this library first, but uses
+/// a library with the same name that the process has already loaded.
 ///
 /// Thread: host thread.
 
-/// A function of a closed library and the variable that holds it; null where the library lacks it.
+/// A function of a closed library and the variable for its address; null if the library lacks it.
 class ClosedFunction
 {
 public:
@@ -36,12 +36,12 @@ private:
 /// \return the loader's handle; null after one debug message with the loader's reason.
 void *openClosedLibrary(const char *name);
 
-/// Finds all functions, in the given order. What was found can be seen in the logging category
-/// "zelectronframework.libraries", at debug level.
+/// Finds all functions, in the given order, and lists them in the logging category
+/// "zelectronframework.libraries" at debug level.
 /// \return false when one that is required is missing.
 [[nodiscard]] bool findFunctions(void *library, const char *name,
                                  std::initializer_list<ClosedFunction> functions);
 
-/// Writes one warning to the log when a library was not taken from the folder of this library, or
-/// when its file there is a link that leads elsewhere. A library that is not loaded is skipped.
+/// Logs one warning when a library was not loaded from the folder of this library, or when its file
+/// there is a symbolic link to another folder. A library that is not loaded is skipped.
 void warnIfFromElsewhere(const char *name);

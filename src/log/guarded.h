@@ -2,12 +2,12 @@
 
 #include <cxxabi.h>
 
-/// Runs code of the host or of a closed library. An exception ends here; the forced unwinding of a
-/// thread that pthread_exit or pthread_cancel ends passes through, as it must.
+/// Runs code of the host or of a closed library and catches its exceptions. The forced unwinding of
+/// a thread that pthread_exit or pthread_cancel ends passes through, as the C library demands.
 ///
-/// \param caught called after an exception; gives the result instead.
+/// \param caught called after an exception; returns the result instead.
 template <typename Body, typename Caught>
-// The object of a forced unwinding is null, which the sanitizer takes for a fault.
+// The exception object of a forced unwinding is null, which the sanitizer reports.
 __attribute__((no_sanitize("undefined"))) auto guarded(Body body, Caught caught) -> decltype(body())
 {
     try {

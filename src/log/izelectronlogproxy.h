@@ -2,8 +2,8 @@
 
 #include <string>
 
-/// Receives log lines; also handed to the account library, which may keep it until its uninit and
-/// log through it from any thread.
+/// Receives log lines; the account library gets one as well, may keep it until its uninit and may
+/// use it on any thread.
 ///
 /// The order of the virtual functions is part of the account library's binary interface.
 class IZElectronLogProxy

@@ -6,7 +6,7 @@
 #include <initializer_list>
 #include <string>
 
-/// One foreign value of a log text; a view that lives no longer than the call it is passed to.
+/// One untrusted value of a log text; a view that is valid during the call it is passed to.
 class LogText
 {
 public:
@@ -33,8 +33,8 @@ private:
 
 /// Writes the line "function text" through the log proxy, if there is one that writes.
 ///
-/// \param text ASCII, with the places %1 to %9 for the values, each at most once. The values go in as
-///             they are: a "%1" inside one of them stays.
+/// \param text ASCII, with the places %1 to %9 for the values, each at most once. Values are
+///             inserted unchanged: a "%1" inside one of them stays.
 ///
 /// Thread: any, as long as the log proxy lives.
 void logInfo(const char *function, const char *text, std::initializer_list<LogText> values = {});

@@ -12,8 +12,8 @@ std::atomic<ZElectronLogProxy *> g_logProxy{nullptr};
 
 namespace {
 
-/// Calls a function of the log library, if there is one. The one place where that is done: what the
-/// library throws ends here, unlogged.
+/// Calls a function of the log library, if it exists. The only place that does so; exceptions of
+/// the library are caught here and not logged.
 template <typename Result, typename... Parameters, typename... Arguments>
 Result callLibrary(Result (*function)(Parameters...), Arguments... arguments)
 {

@@ -31,7 +31,7 @@ public:
     /// Writes one line at a level of the log library: L"Info", L"Warning" or L"Error".
     void write(const wchar_t *level, const wchar_t *module, const wchar_t *message);
 
-    /// Whether a line written now reaches anybody.
+    /// Whether the log library can write lines.
     bool isWriting() const { return m_writeMsg != nullptr; }
 
     /// The existing log directory of this executable, absolute; empty when there is none.
@@ -43,7 +43,7 @@ public:
 private:
     void nameLog();
 
-    // Functions of the log library; each may be missing.
+    // Functions of the log library; each may be null.
     void (*m_onAboutToQuit)() = nullptr;
     void (*m_writeMsg)(const wchar_t *level, const wchar_t *module,
                        const wchar_t *message) = nullptr;
