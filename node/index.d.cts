@@ -72,6 +72,7 @@ export type ErrorCode =
   | 'ZEF_MOCK_REFUSED'
   | 'ZEF_ARCHITECTURE'
   | 'ZEF_GLIBC'
+  | 'ZEF_LIBSTDCXX'
   | 'ZEF_QT_VERSION'
   | 'ZEF_QT_MISSING'
   | 'ZEF_DEPENDENCY_MISSING'
@@ -268,6 +269,8 @@ export interface Diagnosis {
   logLibrary?: string;
   accountLibrary?: string;
   glibc?: { found: string; needed?: string };
+  /** Versions as GLIBCXX names them: 3.4.25 is the libstdc++ of GCC 8. */
+  libstdcxx?: { found?: string; needed?: string };
   qt?: { found?: string; needed?: string };
   glib?: { loadedBefore: boolean; path?: string };
   findings: Finding[];

@@ -97,6 +97,8 @@ printf '%-7s %-30s %-7s %-7s %-7s %-7s %s\n' "" file GLIBC GLIBCXX CXXABI Qt har
 for file; do
     check_file "$file"
 done
+grep -qF "glibc: '$highest_glibc', libstdcxx: '$highest_glibcxx', qt: '$highest_qt'" \
+    node/lib/loadfailure.cjs || refuse "the doctor of the npm package names other versions"
 printf 'Promised at most%-22s %-7s %-7s %-7s %-7s\n' "" "$highest_glibc" "$highest_glibcxx" \
     "$highest_cxxabi" "$highest_qt"
 ((failures == 0))

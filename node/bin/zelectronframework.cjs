@@ -27,6 +27,7 @@ function printReport(report) {
     ['log library', orNone(report.logLibrary)],
     ['account library', orNone(report.accountLibrary)],
     ['C library', `${report.glibc?.found} (needs ${report.glibc?.needed})`],
+    ['C++ library', `${orNone(report.libstdcxx?.found)} (needs ${report.libstdcxx?.needed})`],
     ['Qt', `${orNone(report.qt?.found)} (needs ${report.qt?.needed})`],
     [
       'GLib',

@@ -1,9 +1,10 @@
 'use strict';
 
+const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
 const { FrameworkError } = require('./errors.cjs');
-const { explainLoad, highestVersion } = require('./loadfailure.cjs');
+const { explainLoad, floors, highestVersion } = require('./loadfailure.cjs');
 const { native, platform } = require('./native.cjs');
 const { checkedOptions } = require('./options.cjs');
 const { closedLibrary, librariesOf } = require('./start.cjs');
@@ -55,7 +56,11 @@ function inspected(options, note) {
     logLibrary: log.error ? undefined : log.file,
     accountLibrary: account.error ? undefined : account.file,
     glibc: { found: glibc, needed: highestOf('GLIBC', addon, libraries.library) },
-    qt: { found: qt || undefined, needed: highestOf('Qt', addon, libraries.library) },
+    libstdcxx: {
+      found: highestOf('GLIBCXX', loadedFile('libstdc++.so.6')),
+      needed: highestOf('GLIBCXX', addon, libraries.library),
+    },
+    qt: { found: qt || undefined, needed: floors.qt },
     glib: { loadedBefore: before.error === '', path: before.path || undefined },
   };
 }
@@ -74,6 +79,13 @@ function noteMissing({ name, error }, code, role, remedy, note) {
     const message = `the ${role} library ${name} cannot be loaded: ${error}`;
     note(new FrameworkError(code, message, { remedy }));
   }
+}
+
+/** The file of a library that this process has loaded; its name where it has not. */
+function loadedFile(name) {
+  const maps = fs.readFileSync('/proc/self/maps', 'latin1').split('\n');
+  const line = maps.find((each) => each.includes(`/${name}`));
+  return line?.slice(line.indexOf('/')) ?? name;
 }
 
 function highestOf(kind, ...files) {

@@ -41,6 +41,9 @@ function highestVersion(file, kind) {
   return versions.sort((a, b) => a.localeCompare(b, 'en', { numeric: true })).at(-1);
 }
 
+// Of everything in this package; its build fails above them. Qt's cannot be read from the files.
+const floors = { glibc: '2.28', libstdcxx: '3.4.25', qt: '5.10' };
+
 const causes = [
   {
     // The words of musl's loader.
@@ -51,22 +54,29 @@ const causes = [
       'use a system with glibc (Debian, Ubuntu, Fedora), or an image of one instead of Alpine',
   },
   {
-    pattern: /version [`']?(GLIBC(?:XX)?_[\d.]+)/,
+    pattern: /version [`']?(GLIBC_[\d.]+)/,
     code: 'ZEF_GLIBC',
     reason: ([, version]) => `this system's C library lacks ${version}`,
-    remedy: 'use a newer system (the C library of Debian 12 is enough)',
+    remedy: `use a newer system, with glibc ${floors.glibc} or later`,
   },
   {
-    pattern: /version [`']?(Qt_\d[\w.]*)/,
+    pattern: /version [`']?((?:GLIBCXX|CXXABI)_[\d.]+)/,
+    code: 'ZEF_LIBSTDCXX',
+    reason: ([, version]) => `the C++ library that was found, libstdc++.so.6, lacks ${version}`,
+    remedy:
+      'use the libstdc++ of GCC 8 or later: remove an older copy from LD_LIBRARY_PATH, or use a newer system',
+  },
+  {
+    pattern: /(?:version [`']?|undefined symbol: \w+, version )(Qt_\d[\w.]*)/,
     code: 'ZEF_QT_VERSION',
-    reason: ([, version]) => `the Qt that was found lacks ${version}`,
-    remedy: 'install Qt 5.15 (Debian: libqt5core5a and libqt5network5) and remove older copies',
+    reason: ([, version]) => `the Qt that was found lacks a part of ${version}`,
+    remedy: `install Qt ${floors.qt} or later of Qt 5 (Debian: libqt5core5a and libqt5network5) and remove older copies`,
   },
   {
     pattern: /(libQt5\w+\.so\.5): cannot open/,
     code: 'ZEF_QT_MISSING',
     reason: ([, library]) => `${library} was not found`,
-    remedy: 'install Qt 5.15 (Debian: apt install libqt5core5a libqt5network5)',
+    remedy: 'install Qt 5 (Debian: apt install libqt5core5a libqt5network5)',
   },
   {
     pattern: /(lib[\w.+-]+): cannot open shared object file/,
@@ -111,4 +121,4 @@ function explainLoad(file, text) {
   );
 }
 
-module.exports = { LoadFailure, explainLoad, highestVersion, architectureOf };
+module.exports = { LoadFailure, floors, explainLoad, highestVersion, architectureOf };

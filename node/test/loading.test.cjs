@@ -6,7 +6,7 @@ const fs = require('node:fs');
 const path = require('node:path');
 const { after, test } = require('node:test');
 const { ElectronFramework, diagnose } = require('../index.cjs');
-const { explainLoad } = require('../lib/loadfailure.cjs');
+const { explainLoad, highestVersion } = require('../lib/loadfailure.cjs');
 const { platform } = require('../lib/native.cjs');
 const { settings, scratch, failure, nodeProgram } = require('./support.cjs');
 
@@ -37,7 +37,7 @@ function replaceAll(from, to) {
 
 const otherMachine = (bytes) => bytes.writeUInt16LE(process.arch === 'x64' ? 183 : 62, 18);
 const notAnElf = (bytes) => bytes.fill('text', 0, 64);
-const newestGlibc = diagnose({ mock: true }).glibc.needed;
+const newest = (kind) => highestVersion(library, kind);
 
 const cases = [
   ['is not there', () => path.join(scratch, 'nowhere.so'), 'ZEF_LIBRARY_MISSING', /libraryPath/],
@@ -50,15 +50,31 @@ const cases = [
   ['is no library', () => altered('text.so', notAnElf), 'ZEF_ARCHITECTURE', /linux-/],
   [
     'needs a newer C library',
-    () => altered('glibc.so', replaceAll(`GLIBC_${newestGlibc}`, 'GLIBC_9.99')),
+    () => altered('glibc.so', replaceAll(newest('GLIBC'), 'GLIBC_9.99')),
     'ZEF_GLIBC',
-    /newer system/,
+    /glibc 2\.28/,
+  ],
+  [
+    'needs a newer C++ library',
+    () => altered('glibcxx.so', replaceAll(newest('GLIBCXX'), 'GLIBCXX_3.4.99')),
+    'ZEF_LIBSTDCXX',
+    /GCC 8/,
   ],
   [
     'needs another Qt',
     () => altered('qt.so', replaceAll('Qt_5', 'Qt_9')),
     'ZEF_QT_VERSION',
-    /install Qt 5\.15/,
+    /install Qt 5\.10/,
+  ],
+  [
+    'needs a function that its Qt lacks',
+    () =>
+      altered(
+        'qtfunction.so',
+        replaceAll('_ZN7QObject5eventEP6QEvent', '_ZN7QObject5evenTEP6QEvent'),
+      ),
+    'ZEF_QT_VERSION',
+    /install Qt 5\.10/,
   ],
   [
     'needs a Qt that is missing',
@@ -103,6 +119,7 @@ test('the account library is missing, broken, misnamed, named, or replaced by th
   const broken = altered('libzaccountlite.so', otherMachine);
   await assert.rejects(init({ accountLibrary: broken }), failure('ZEF_ARCHITECTURE'));
   const rename = replaceAll('libzaccountlite.so', 'libzaccountelse.so');
+  diagnose({ mock: true }); // loads what the mock itself needs, which the copy does not find
   const misnamed = altered('renamed.so', rename, mock('libzaccountlite.so'));
   await assert.rejects(init({ accountLibrary: misnamed }), (error) => {
     assert.equal(error.code, 'ZEF_LIBRARY_NAME');
