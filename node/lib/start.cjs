@@ -101,7 +101,9 @@ const failures = {
   other: (file, { library }) =>
     described(
       'ZEF_OTHER_LIBRARY',
-      `init: this process uses ${file} already and cannot take ${library}`,
+      file === library
+        ? `init: another copy of this package, or other code, uses ${file} in this process already`
+        : `init: this process uses ${file} already and cannot take ${library}`,
       'use one installed copy of this package and one libraryPath in a process',
     ),
 
