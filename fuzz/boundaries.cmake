@@ -1,5 +1,5 @@
 # The targets beside that of the JSON codec.
-foreach(target fuzz_logline fuzz_paths)
+foreach(target fuzz_logline)
     zef_program(${target} ${target}.cpp)
     target_link_libraries(${target} PRIVATE zef_core)
 endforeach()
@@ -21,7 +21,7 @@ foreach(source stress/callbacks stress/client stress/run stress/traffic stress/v
 endforeach()
 target_compile_definitions(fuzz_boundary PRIVATE ZEF_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
 
-foreach(target fuzz_logline fuzz_paths fuzz_boundary fuzz_officemessages)
+foreach(target fuzz_logline fuzz_boundary fuzz_officemessages)
     target_link_options(${target} PRIVATE -fsanitize=fuzzer)
     set_target_properties(${target} PROPERTIES AUTOMOC OFF)
 endforeach()

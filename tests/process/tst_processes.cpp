@@ -34,6 +34,7 @@ private Q_SLOTS:
 
 private:
     void put(const QString &name, const QString &file = {});
+    void putStandIns();
     ChildResult probe(const char *scenario, std::vector<std::string> environment = {},
                       const QString &library = {});
 
@@ -53,6 +54,13 @@ void tst_Processes::put(const QString &name, const QString &file)
     const QString source = m_built + '/' + (file.isEmpty() ? name : file);
     QVERIFY2(QFile::exists(source), qPrintable(source));
     QVERIFY(QFile::link(source, m_folder->filePath(name)));
+}
+
+void tst_Processes::putStandIns()
+{
+    for (const char *name : {"libvemolog.so", "libzaccountlite.so", "libzaccountkeeper.so"}) {
+        put(name);
+    }
 }
 
 /// \param library the name by which the host opens the library; by default the absolute one.
@@ -135,9 +143,7 @@ void tst_Processes::ownFolderComesFirst()
     if (kIsSanitized) {
         QSKIP("the library's run path is not used under a sanitizer");
     }
-    put("libvemolog.so");
-    put("libzaccountlite.so");
-    put("libzaccountkeeper.so");
+    putStandIns();
     QTemporaryDir decoys;
     for (const char *name : {"/libvemolog.so", "/libzaccountlite.so"}) {
         QFile decoy(decoys.path() + name);
@@ -151,9 +157,7 @@ void tst_Processes::ownFolderComesFirst()
 
 void tst_Processes::libraryFromElsewhereIsReported()
 {
-    put("libvemolog.so");
-    put("libzaccountlite.so");
-    put("libzaccountkeeper.so");
+    putStandIns();
     QTemporaryDir elsewhere;
     const QString loaded = elsewhere.filePath("libvemolog.so");
     QVERIFY(QFile::copy(m_built + "/libvemolog.so", loaded));
@@ -168,9 +172,7 @@ void tst_Processes::linkThatLeadsElsewhereIsReported()
     // The library itself lies in its folder, the others are links that lead out of it.
     const QString own = m_folder->filePath("libzelectronframework.so");
     QVERIFY(QFile::remove(own) && QFile::copy(m_built + "/libzelectronframework.so", own));
-    put("libvemolog.so");
-    put("libzaccountlite.so");
-    put("libzaccountkeeper.so");
+    putStandIns();
     const ChildResult result =
         probe("log-before", {"ZEF_PROBE_LOG=" + m_folder->filePath("libvemolog.so").toStdString()});
     const QString built = QFileInfo(m_built).canonicalFilePath();
@@ -182,9 +184,7 @@ void tst_Processes::linkThatLeadsElsewhereIsReported()
 
 void tst_Processes::relativeNameIsNotElsewhere()
 {
-    put("libvemolog.so");
-    put("libzaccountlite.so");
-    put("libzaccountkeeper.so");
+    putStandIns();
     const QString before = QDir::currentPath();
     QVERIFY(QDir::setCurrent(m_folder->path()));
     const ChildResult result = probe("relative", {}, "./libzelectronframework.so");
@@ -206,9 +206,7 @@ void tst_Processes::processEndsAsItWants()
 {
     QFETCH(QByteArray, scenario);
 
-    put("libvemolog.so");
-    put("libzaccountlite.so");
-    put("libzaccountkeeper.so");
+    putStandIns();
     for (int round = 0; round < 5; ++round) {
         const ChildResult result = probe(scenario);
         QCOMPARE(result.exitCode, 7);
@@ -231,9 +229,7 @@ void tst_Processes::scenarioPrints()
 {
     QFETCH(QByteArray, output);
 
-    put("libvemolog.so");
-    put("libzaccountlite.so");
-    put("libzaccountkeeper.so");
+    putStandIns();
     const ChildResult result = probe(QTest::currentDataTag(), {"LC_ALL=C.UTF-8"});
     if (QByteArray::fromStdString(result.output).startsWith("no GLib")) {
         QSKIP("GLib is not installed");
