@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
-# node/build.sh [--native | --fill]: builds and tests the npm package; ./dev node calls it, and
-# ./dev package packs it.
+# node/build.sh [--quick | --native | --fill]: builds and tests the npm package; ./dev node calls it,
+# and ./dev package packs it.
 #
-# With --native the other architecture is left out, and so are the other versions of Node.js. --fill
+# With --native the other architecture is left out, and so are the other versions of Node.js. --quick is
+# for every day: the release build of this machine, its Node.js, without what is tested on the packed
+# package, with tools around it and in GLib's main loop. --fill
 # only fills the package's folders for this machine, so that it can be used from here. The long forms
 # of the tests run when ZEF_LONG is set. Versions of Node.js are kept in the cache folder of the user.
 set -euo pipefail
@@ -66,9 +68,12 @@ readonly core=(calls events lifecycle loading exit load cost)
 
 core_files() { printf 'test/%s.test.cjs\n' "${core[@]}"; }
 
+# check_node PROGRAM WHAT [FILE...]: the core when no files are named.
 check_node() {
     local program=$1 what=$2 files
-    mapfile -t files < <(core_files)
+    shift 2
+    files=("$@")
+    (($#)) || mapfile -t files < <(core_files)
     check "$what" "$program" --expose-gc --test --test-reporter=tap --test-concurrency=1 "${files[@]}"
 }
 
@@ -110,29 +115,30 @@ check_foreign() {
 }
 
 mode=${1:-}
-[[ $mode =~ ^(--native|--fill)?$ ]] || die "the npm package knows no option '$mode'"
+[[ $mode =~ ^(--quick|--native|--fill)?$ ]] || die "the npm package knows no option '$mode'"
 [[ -n $(command -v node) && -n $(command -v npm) ]] || need nodejs npm
 [[ $mode == --fill ]] || need chromium
 mkdir -p build/log
-need_portable
+[[ $mode == --quick ]] || need_portable
 (cd node && quietly "Fetching the npm packages" npm ci --ignore-scripts)
 rm -rf node/prebuilds node/mock
-case $(dpkg --print-architecture) in
-arm64) native=portable-arm64 other=portable ;;
+case $mode$(dpkg --print-architecture) in
+--quick*) native=release other= ;;
+*arm64) native=portable-arm64 other=portable ;;
 *) native=portable other=portable-arm64 ;;
 esac
 fill "$native"
 [[ $mode != --fill ]] || exit 0
-if [[ $mode != --native ]]; then
+if [[ -z $mode ]]; then
     fill "$other"
 fi
 
 mapfile -t all < <(cd node && ls test/*.test.cjs)
+[[ $mode != --quick ]] || mapfile -t all < <(printf '%s\n' "${all[@]}" | grep -vE '/(documents|package)\.')
 program=$(own_node)
-check "Node.js $("$program" --version)" "$program" --expose-gc --test --test-reporter=tap \
-    --test-concurrency=1 "${all[@]}"
-check_glib
-if [[ $mode != --native ]]; then
+check_node "$program" "Node.js $("$program" --version)" "${all[@]}"
+[[ $mode == --quick ]] || check_glib
+if [[ -z $mode ]]; then
     for version in "${versions[@]}"; do
         check_node "$(fetch_node "$version" x64)" "Node.js $version"
     done
