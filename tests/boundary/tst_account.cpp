@@ -1,4 +1,5 @@
 #include "support/hostfixture.h"
+#include "support/rows.h"
 
 #include <QJsonArray>
 #include <QtTest>
@@ -58,12 +59,12 @@ void tst_Account::cleanup()
 
 void tst_Account::requestsArePassedOn_data()
 {
-    QTest::addColumn<QByteArray>("method");
+    textColumns("method");
 
     for (const char *method :
          {"loginCallback", "logout", "switchAccount", "upgradeAccount", "downgradeAccount",
           "updateAccountInfo", "getUrlWithAuthorizeCode"}) {
-        QTest::newRow(method) << QByteArray(method);
+        row(method, method);
     }
 }
 
@@ -93,12 +94,10 @@ void tst_Account::loginTypeIsReplaced()
 
 void tst_Account::missingServicesAreNamed_data()
 {
-    QTest::addColumn<QByteArray>("method");
-    QTest::addColumn<QByteArray>("getter");
-    QTest::addColumn<QByteArray>("message");
+    textColumns("method", "getter", "message");
 
     const auto row = [](const char *method, const char *getter, const char *message) {
-        QTest::newRow(method) << QByteArray(method) << QByteArray(getter) << QByteArray(message);
+        row(method, method, getter, message);
     };
     for (const char *method :
          {"account.loginCallback", "account.logout", "account.switchAccount",
@@ -209,13 +208,10 @@ void tst_Account::officeTasksAreSubmitted()
 
 void tst_Account::refusedTaskIsReported_data()
 {
-    QTest::addColumn<QByteArray>("method");
-    QTest::addColumn<QByteArray>("task");
+    textColumns("method", "task");
 
-    QTest::newRow("quickLogin") << QByteArray("account.quickLogin")
-                                << QByteArray("grantAuthorizeCodeOffice");
-    QTest::newRow("getOfficeUserInfo")
-        << QByteArray("account.getOfficeUserInfo") << QByteArray("getAuthorizedUserInfoOffice");
+    row("quickLogin", "account.quickLogin", "grantAuthorizeCodeOffice");
+    row("getOfficeUserInfo", "account.getOfficeUserInfo", "getAuthorizedUserInfoOffice");
 }
 
 void tst_Account::refusedTaskIsReported()
@@ -230,18 +226,15 @@ void tst_Account::refusedTaskIsReported()
 
 void tst_Account::officeUserIsAnswered_data()
 {
-    QTest::addColumn<QByteArray>("taskResult");
-    QTest::addColumn<QByteArray>("expected");
+    textColumns("taskResult", "expected");
 
-    QTest::newRow("refused") << QByteArray(R"({"bResult":false})") << failure("getUserInfo failed");
-    QTest::newRow("no result") << QByteArray("{}") << failure("getUserInfo failed");
-    QTest::newRow("reason") << QByteArray(R"({"reason":"%1 busy"})") << failure("%1 busy");
-    QTest::newRow("empty reason") << QByteArray(R"({"reason":""})") << failure("fail");
-    QTest::newRow("known user") << QByteArray(R"({"bResult":true,"userId":"u1"})")
-                                << failure("already logined user");
-    QTest::newRow("other case") << QByteArray(R"({"bResult":true,"userId":"U1","result":"x"})")
-                                << QByteArray(R"({"data":{"bResult":true,"result":"ok",)"
-                                              R"("userId":"U1"},"msg":"success","result":"ok"})");
+    row("refused", R"({"bResult":false})", failure("getUserInfo failed"));
+    row("no result", "{}", failure("getUserInfo failed"));
+    row("reason", R"({"reason":"%1 busy"})", failure("%1 busy"));
+    row("empty reason", R"({"reason":""})", failure("fail"));
+    row("known user", R"({"bResult":true,"userId":"u1"})", failure("already logined user"));
+    row("other case", R"({"bResult":true,"userId":"U1","result":"x"})",
+        R"({"data":{"bResult":true,"result":"ok","userId":"U1"},"msg":"success","result":"ok"})");
 }
 
 void tst_Account::officeUserIsAnswered()
@@ -351,8 +344,7 @@ void tst_Account::emptyListHasOneEntry()
 
 void tst_Account::cookiesAreShaped()
 {
-    QVERIFY(m_host.start(R"({"cookies":[)"
-                         R"({"url":"https://example.test/","setCookie":"a=1; path=/"},)"
+    QVERIFY(m_host.start(R"({"cookies":[{"url":"https://example.test/","setCookie":"a=1; path=/"},)"
                          R"({"url":"https://example.test/","setCookie":)"
                          R"("b=2; domain=.example.test; path=/; secure; httponly"}]})"));
     const QByteArray reply =

@@ -1,5 +1,6 @@
 #include "support/loadedlibrary.h"
 #include "support/recorder.h"
+#include "support/rows.h"
 
 #include <QJsonDocument>
 #include <QtTest>
@@ -82,16 +83,14 @@ QByteArray tst_Calls::asynCall(const char *method, const char *params)
 
 void tst_Calls::failuresAreReplies_data()
 {
-    QTest::addColumn<QByteArray>("path");
-    QTest::addColumn<QByteArray>("callMessage");
-    QTest::addColumn<QByteArray>("asynCallMessage");
+    textColumns("path", "callMessage", "asynCallMessage");
 
     const auto both = [](const char *path, const QByteArray &message) {
-        QTest::newRow(path) << QByteArray(path) << message << message;
+        row(path, path, message, message);
     };
     const auto perRoute = [](const char *path, const QByteArray &name) {
-        QTest::newRow(path) << QByteArray(path) << "method:" + name + " not support thread safe"
-                            << "method:" + name + " asynCall failed";
+        row(path, path, "method:" + name + " not support thread safe",
+            "method:" + name + " asynCall failed");
     };
     both("", "Wrong number of arguments");
     both("utils", "Wrong number of arguments");
@@ -219,16 +218,15 @@ void tst_Calls::exceptionOfACallbackIsCaught()
 
 void tst_Calls::unusableParametersCountAsEmpty_data()
 {
-    QTest::addColumn<QByteArray>("params");
+    textColumns("params");
 
-    QTest::newRow("empty") << QByteArray("");
-    QTest::newRow("malformed") << QByteArray(R"({"deviceCode":{"a":1})");
-    QTest::newRow("a list") << QByteArray(R"([{"deviceCode":{"a":1}}])");
-    QTest::newRow("trailing text") << QByteArray(R"({"deviceCode":{"a":1}} x)");
-    QTest::newRow("invalid UTF-8") << QByteArray("{\"deviceCode\":{\"a\":\"\xff\"}}");
-    QTest::newRow("too deep") << R"({"deviceCode":)" + QByteArray(1100, '[') +
-                                     QByteArray(1100, ']') + "}";
-    QTest::newRow("1 MB of garbage") << QByteArray(1024 * 1024, '{');
+    row("empty", "");
+    row("malformed", R"({"deviceCode":{"a":1})");
+    row("a list", R"([{"deviceCode":{"a":1}}])");
+    row("trailing text", R"({"deviceCode":{"a":1}} x)");
+    row("invalid UTF-8", "{\"deviceCode\":{\"a\":\"\xff\"}}");
+    row("too deep", R"({"deviceCode":)" + QByteArray(1100, '[') + QByteArray(1100, ']') + "}");
+    row("1 MB of garbage", 1024 * 1024, '{');
 }
 
 void tst_Calls::unusableParametersCountAsEmpty()

@@ -1,6 +1,7 @@
 #include "support/interface.h"
 #include "support/loadedlibrary.h"
 #include "support/recorder.h"
+#include "support/rows.h"
 
 #include <QtTest>
 
@@ -115,11 +116,11 @@ void tst_Events::pathsAreChecked()
 
 void tst_Events::everyEventReachesItsListeners_data()
 {
-    QTest::addColumn<QByteArray>("event");
+    textColumns("event");
 
     for (const std::string &path : Interface::instance().events) {
         const QByteArray event = QByteArray::fromStdString(path).split('.').last();
-        QTest::newRow(event.constData()) << event;
+        row(event.constData(), event);
     }
 }
 

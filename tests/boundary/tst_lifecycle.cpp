@@ -1,5 +1,6 @@
 #include "support/loadedlibrary.h"
 #include "support/recorder.h"
+#include "support/rows.h"
 
 #include <QDir>
 #include <QtTest>
@@ -142,26 +143,21 @@ void tst_Lifecycle::restartsLeaveNothingBehind()
 
 void tst_Lifecycle::badSettingsAreReported_data()
 {
-    QTest::addColumn<QByteArray>("settings");
-    QTest::addColumn<QByteArray>("message");
+    textColumns("settings", "message");
 
     const QByteArray lacksName = "Error checkParamsValid init param lack appName key";
-    QTest::newRow("empty text") << QByteArray("") << lacksName;
-    QTest::newRow("no JSON") << QByteArray("{") << lacksName;
-    QTest::newRow("a list") << QByteArray("[1]") << lacksName;
-    QTest::newRow("no app") << QByteArray("{}") << lacksName;
-    QTest::newRow("app is no object") << QByteArray(R"({"app":5})") << lacksName;
-    QTest::newRow("first of several") << QByteArray(R"({"app":{"appName":"a"}})")
-                                      << QByteArray("Error checkParamsValid init param lack "
-                                                    "productName key");
-    QTest::newRow("last one lacks")
-        << QByteArray(R"({"app":{"appName":"a","productName":"p","version":5}})")
-        << QByteArray("Error checkParamsValid init param lack localStoragePath key");
-    QTest::newRow("empty value") << QByteArray(
-                                        R"({"app":{"appName":"a","productName":"p","version":"",)"
-                                        R"("localStoragePath":""}})")
-                                 << QByteArray(
-                                        "Error checkParamsValid init param key version is empty");
+    row("empty text", "", lacksName);
+    row("no JSON", "{", lacksName);
+    row("a list", "[1]", lacksName);
+    row("no app", "{}", lacksName);
+    row("app is no object", R"({"app":5})", lacksName);
+    row("first of several", R"({"app":{"appName":"a"}})",
+        "Error checkParamsValid init param lack productName key");
+    row("last one lacks", R"({"app":{"appName":"a","productName":"p","version":5}})",
+        "Error checkParamsValid init param lack localStoragePath key");
+    row("empty value",
+        R"({"app":{"appName":"a","productName":"p","version":"","localStoragePath":""}})",
+        "Error checkParamsValid init param key version is empty");
 }
 
 void tst_Lifecycle::badSettingsAreReported()
@@ -188,22 +184,18 @@ void tst_Lifecycle::badSettingsAreReported()
 
 void tst_Lifecycle::failingAccountLibraryFailsInit_data()
 {
-    QTest::addColumn<QByteArray>("operation");
-    QTest::addColumn<QByteArray>("script");
-    QTest::addColumn<QByteArray>("calls"); // what reaches the library until uninit has returned
+    textColumns("operation", "script",
+                "calls"); // what reaches the library until uninit has returned
 
-    QTest::newRow("InitInterface")
-        << QByteArray("InitInterface") << QByteArray(R"({"refuse":true})")
-        << QByteArray("InitInterface UninitInterface");
-    QTest::newRow("GetInterface") << QByteArray("GetInterface") << QByteArray(R"({"refuse":true})")
-                                  << QByteArray("InitInterface GetInterface UninitInterface");
-    QTest::newRow("null interface") << QByteArray("GetInterface") << QByteArray(R"({"null":true})")
-                                    << QByteArray("InitInterface GetInterface UninitInterface");
-    QTest::newRow("init") << QByteArray("init") << QByteArray(R"({"refuse":true})")
-                          << QByteArray("InitInterface GetInterface init uninit UninitInterface");
-    QTest::newRow("init throws") << QByteArray("init") << QByteArray(R"({"throw":"broken"})")
-                                 << QByteArray(
-                                        "InitInterface GetInterface init uninit UninitInterface");
+    row("InitInterface", "InitInterface", R"({"refuse":true})", "InitInterface UninitInterface");
+    row("GetInterface", "GetInterface", R"({"refuse":true})",
+        "InitInterface GetInterface UninitInterface");
+    row("null interface", "GetInterface", R"({"null":true})",
+        "InitInterface GetInterface UninitInterface");
+    row("init", "init", R"({"refuse":true})",
+        "InitInterface GetInterface init uninit UninitInterface");
+    row("init throws", "init", R"({"throw":"broken"})",
+        "InitInterface GetInterface init uninit UninitInterface");
 }
 
 void tst_Lifecycle::failingAccountLibraryFailsInit()

@@ -1,4 +1,5 @@
 #include "support/hostfixture.h"
+#include "support/rows.h"
 
 #include <QtTest>
 
@@ -109,46 +110,29 @@ void tst_Meeting::collectCallbackGoesToTheLibrary()
 
 void tst_Meeting::messagesBecomeTasks_data()
 {
-    QTest::addColumn<QByteArray>("message");
-    QTest::addColumn<QByteArray>("task"); // empty: refused
-    QTest::addColumn<QByteArray>("line");
+    textColumns("message", "task", "line"); // empty: refused
 
-    QTest::newRow("enter")
-        << QByteArray(R"({"msgType":"enterMeeting","meetingUrl":"u%2","accessCode":"%1"})")
-        << QByteArray(R"({"data":{"accessCode":"%1","meetingUrl":"u%2"},)"
-                      R"("dataType":"enterMeeting"})")
-        << QByteArray("operator() meeting data changed meetingUrl:u%2, "
-                      "accessCode:%1");
-    QTest::newRow("enter without code")
-        << QByteArray(R"({"msgType":"enterMeeting","meetingUrl":"u"})")
-        << QByteArray(R"({"data":{"accessCode":"","meetingUrl":"u"},)"
-                      R"("dataType":"enterMeeting"})")
-        << QByteArray("operator() meeting data changed "
-                      "meetingUrl:u, accessCode:");
-    QTest::newRow("enter with nothing")
-        << QByteArray(R"({"msgType":"enterMeeting","accessCode":{}})") << QByteArray()
-        << QByteArray("operator() accessCode & meetingUrl is empty");
-    QTest::newRow("status") << QByteArray(R"({"msgType":"getMeetingStatus","more":1})")
-                            << QByteArray(R"({"dataType":"getMeetingStatus"})")
-                            << QByteArray(
-                                   "operator() getMeetingStatus: notify to get meeting status");
-    QTest::newRow("close") << QByteArray(R"({"msgType":"closeMeetingApp","logoutAccount":true})")
-                           << QByteArray(
-                                  R"({"data":{"logoutAccount":true},"dataType":"closeMeetingApp"})")
-                           << QByteArray("operator() closeInMeeting: notify to close meeting, "
-                                         "logoutAccount:1");
-    QTest::newRow("close without flag") << QByteArray(R"({"msgType":"closeMeetingApp"})")
-                                        << QByteArray(R"({"data":{"logoutAccount":false},)"
-                                                      R"("dataType":"closeMeetingApp"})")
-                                        << QByteArray("operator() closeInMeeting: notify to close "
-                                                      "meeting, logoutAccount:0");
-    QTest::newRow("other case") << QByteArray(R"({"msgType":"EnterMeeting","meetingUrl":"u"})")
-                                << QByteArray()
-                                << QByteArray("operator() msgType: EnterMeeting not support");
-    QTest::newRow("unknown") << QByteArray(R"({"msgType":"%1"})") << QByteArray()
-                             << QByteArray("operator() msgType: %1 not support");
-    QTest::newRow("no type") << QByteArray("{}") << QByteArray()
-                             << QByteArray("operator() msgType:  not support");
+    row("enter", R"({"msgType":"enterMeeting","meetingUrl":"u%2","accessCode":"%1"})",
+        R"({"data":{"accessCode":"%1","meetingUrl":"u%2"},"dataType":"enterMeeting"})",
+        "operator() meeting data changed meetingUrl:u%2, accessCode:%1");
+    row("enter without code", R"({"msgType":"enterMeeting","meetingUrl":"u"})",
+        R"({"data":{"accessCode":"","meetingUrl":"u"},"dataType":"enterMeeting"})",
+        "operator() meeting data changed meetingUrl:u, accessCode:");
+    row("enter with nothing", R"({"msgType":"enterMeeting","accessCode":{}})", "",
+        "operator() accessCode & meetingUrl is empty");
+    row("status", R"({"msgType":"getMeetingStatus","more":1})",
+        R"({"dataType":"getMeetingStatus"})",
+        "operator() getMeetingStatus: notify to get meeting status");
+    row("close", R"({"msgType":"closeMeetingApp","logoutAccount":true})",
+        R"({"data":{"logoutAccount":true},"dataType":"closeMeetingApp"})",
+        "operator() closeInMeeting: notify to close meeting, logoutAccount:1");
+    row("close without flag", R"({"msgType":"closeMeetingApp"})",
+        R"({"data":{"logoutAccount":false},"dataType":"closeMeetingApp"})",
+        "operator() closeInMeeting: notify to close meeting, logoutAccount:0");
+    row("other case", R"({"msgType":"EnterMeeting","meetingUrl":"u"})", "",
+        "operator() msgType: EnterMeeting not support");
+    row("unknown", R"({"msgType":"%1"})", "", "operator() msgType: %1 not support");
+    row("no type", "{}", "", "operator() msgType:  not support");
 }
 
 void tst_Meeting::messagesBecomeTasks()
@@ -192,29 +176,20 @@ void tst_Meeting::lostMessagesAreRefused()
 
 void tst_Meeting::meetingDataIsAskedFor_data()
 {
-    QTest::addColumn<QByteArray>("script");
-    QTest::addColumn<QByteArray>("task"); // empty: none
-    QTest::addColumn<QByteArray>("line"); // empty: none
+    textColumns("script", "task", "line"); // empty: none
 
     const QByteArray entered =
         R"({"data":{"accessCode":"","meetingUrl":""},"dataType":"enterMeeting"})";
-    QTest::newRow("granted")
-        << QByteArray(R"({"statuses":[50,100],"reply":{"taskResult":{"bResult":true}}})") << entered
-        << QByteArray("triggerTask trigger task: enterMeeting");
-    QTest::newRow("inside the request")
-        << QByteArray(
-               R"({"thread":"caller","statuses":[100],"reply":{"taskResult":{"bResult":true}}})")
-        << entered << QByteArray("triggerTask trigger task: enterMeeting");
-    QTest::newRow("refused") << QByteArray(
-                                    R"({"statuses":[100],"reply":{"taskResult":{"bResult":0}}})")
-                             << QByteArray()
-                             << QByteArray("operator() getMeetingData ret result fail");
-    QTest::newRow("no application") << QByteArray(R"({"statuses":[101]})") << QByteArray()
-                                    << QByteArray("operator() OfficeAppNotExist");
-    QTest::newRow("not finished") << QByteArray(R"({"statuses":[-5,99]})") << QByteArray()
-                                  << QByteArray();
-    QTest::newRow("not submitted")
-        << QByteArray(R"({"refuse":true})") << QByteArray() << QByteArray();
+    row("granted", R"({"statuses":[50,100],"reply":{"taskResult":{"bResult":true}}})", entered,
+        "triggerTask trigger task: enterMeeting");
+    row("inside the request",
+        R"({"thread":"caller","statuses":[100],"reply":{"taskResult":{"bResult":true}}})", entered,
+        "triggerTask trigger task: enterMeeting");
+    row("refused", R"({"statuses":[100],"reply":{"taskResult":{"bResult":0}}})", "",
+        "operator() getMeetingData ret result fail");
+    row("no application", R"({"statuses":[101]})", "", "operator() OfficeAppNotExist");
+    row("not finished", R"({"statuses":[-5,99]})", "", "");
+    row("not submitted", R"({"refuse":true})", "", "");
 }
 
 void tst_Meeting::meetingDataIsAskedFor()
@@ -238,19 +213,14 @@ void tst_Meeting::meetingDataIsAskedFor()
 
 void tst_Meeting::statusIsReported_data()
 {
-    QTest::addColumn<QByteArray>("script");
-    QTest::addColumn<QByteArray>("reply");
+    textColumns("script", "reply");
 
-    QTest::newRow("accepted")
-        << QByteArray(R"({"statuses":[20,100],"reply":{"taskResult":{"bResult":true}}})")
-        << QByteArray(R"({"msg":"success","result":"ok"})");
-    QTest::newRow("not accepted") << QByteArray(R"({"statuses":[102],"reply":{}})")
-                                  << failure("changeMeetingStatus fail");
-    QTest::newRow("no application")
-        << QByteArray(R"({"statuses":[101],"reply":{"taskResult":{"bResult":true}}})")
-        << failure("no office app");
-    QTest::newRow("not submitted")
-        << QByteArray(R"({"refuse":true})") << failure("submit to office fail");
+    row("accepted", R"({"statuses":[20,100],"reply":{"taskResult":{"bResult":true}}})",
+        R"({"msg":"success","result":"ok"})");
+    row("not accepted", R"({"statuses":[102],"reply":{}})", failure("changeMeetingStatus fail"));
+    row("no application", R"({"statuses":[101],"reply":{"taskResult":{"bResult":true}}})",
+        failure("no office app"));
+    row("not submitted", R"({"refuse":true})", failure("submit to office fail"));
 }
 
 void tst_Meeting::statusIsReported()
@@ -270,13 +240,13 @@ void tst_Meeting::statusIsReported()
 
 void tst_Meeting::incompleteStatusIsRefused_data()
 {
-    QTest::addColumn<QByteArray>("params");
+    textColumns("params");
 
-    QTest::newRow("nothing") << QByteArray("{}");
-    QTest::newRow("no event") << QByteArray(R"({"busyType":"b","data":{"d":1}})");
-    QTest::newRow("empty busyType") << QByteArray(R"({"event":"e","busyType":"","data":{"d":1}})");
-    QTest::newRow("data is a text") << QByteArray(R"({"event":"e","busyType":"b","data":"d"})");
-    QTest::newRow("empty data") << QByteArray(R"({"event":"e","busyType":"b","data":{}})");
+    row("nothing", "{}");
+    row("no event", R"({"busyType":"b","data":{"d":1}})");
+    row("empty busyType", R"({"event":"e","busyType":"","data":{"d":1}})");
+    row("data is a text", R"({"event":"e","busyType":"b","data":"d"})");
+    row("empty data", R"({"event":"e","busyType":"b","data":{}})");
 }
 
 void tst_Meeting::incompleteStatusIsRefused()

@@ -1,5 +1,6 @@
 #include "support/hostfixture.h"
 #include "support/proxyserver.h"
+#include "support/rows.h"
 
 #include <QNetworkProxy>
 #include <QtTest>
@@ -40,20 +41,17 @@ void tst_Services::cleanup()
 
 void tst_Services::proxyIsLogged_data()
 {
-    QTest::addColumn<QByteArray>("params");
-    QTest::addColumn<QByteArray>("line");
+    textColumns("params", "line");
 
-    QTest::newRow("nothing") << QByteArray("{}")
-                             << QByteArray("type:0 host: port:0 user: password:");
-    QTest::newRow("system") << QByteArray(R"({"proxyType":1,"proxyHost":"h","proxyPort":1})")
-                            << QByteArray("default proxy");
-    QTest::newRow("HTTP") << QByteArray(R"({"proxyType":2,"proxyHost":"%2","proxyPort":70000,)"
-                                        R"("proxyUser":"%5","proxyPassWord":"p%1"})")
-                          << QByteArray("type:2 host:%2 port:70000 user:%5 password:p%1");
-    QTest::newRow("texts") << QByteArray(R"({"proxyType":"3","proxyHost":7,"proxyPort":"1080"})")
-                           << QByteArray("type:3 host:7 port:1080 user: password:");
-    QTest::newRow("unknown") << QByteArray(R"({"proxyType":4})")
-                             << QByteArray("type:4 host: port:0 user: password:");
+    row("nothing", "{}", "type:0 host: port:0 user: password:");
+    row("system", R"({"proxyType":1,"proxyHost":"h","proxyPort":1})", "default proxy");
+    row("HTTP",
+        R"({"proxyType":2,"proxyHost":"%2","proxyPort":70000,)"
+        R"("proxyUser":"%5","proxyPassWord":"p%1"})",
+        "type:2 host:%2 port:70000 user:%5 password:p%1");
+    row("texts", R"({"proxyType":"3","proxyHost":7,"proxyPort":"1080"})",
+        "type:3 host:7 port:1080 user: password:");
+    row("unknown", R"({"proxyType":4})", "type:4 host: port:0 user: password:");
 }
 
 void tst_Services::proxyIsLogged()
@@ -128,17 +126,15 @@ void tst_Services::domainsReachTheLibrary()
 
 void tst_Services::deviceHeaderIsRequested_data()
 {
-    QTest::addColumn<QByteArray>("params");
-    QTest::addColumn<QByteArray>("request"); // empty: refused
+    textColumns("params", "request"); // empty: refused
 
-    QTest::newRow("values become texts")
-        << QByteArray(
-               R"({"deviceCode":{"b":2,"a":"x","d":true,"c":1.5,"e":{"n":1},"f":[1],"g":null}})")
-        << QByteArray(R"({"header":{"a":"x","b":"2","c":"1.5","d":"true","e":"","f":"","g":""}})");
-    QTest::newRow("no codes") << QByteArray("{}") << QByteArray();
-    QTest::newRow("empty codes") << QByteArray(R"({"deviceCode":{}})") << QByteArray();
-    QTest::newRow("a text") << QByteArray(R"({"deviceCode":"a"})") << QByteArray();
-    QTest::newRow("a list") << QByteArray(R"({"deviceCode":["a"]})") << QByteArray();
+    row("values become texts",
+        R"({"deviceCode":{"b":2,"a":"x","d":true,"c":1.5,"e":{"n":1},"f":[1],"g":null}})",
+        R"({"header":{"a":"x","b":"2","c":"1.5","d":"true","e":"","f":"","g":""}})");
+    row("no codes", "{}", "");
+    row("empty codes", R"({"deviceCode":{}})", "");
+    row("a text", R"({"deviceCode":"a"})", "");
+    row("a list", R"({"deviceCode":["a"]})", "");
 }
 
 void tst_Services::deviceHeaderIsRequested()

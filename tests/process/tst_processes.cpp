@@ -1,5 +1,6 @@
 #include "support/childprocess.h"
 #include "support/loadedlibrary.h"
+#include "support/rows.h"
 
 #include <QtTest>
 
@@ -194,11 +195,11 @@ void tst_Processes::relativeNameIsNotElsewhere()
 
 void tst_Processes::processEndsAsItWants_data()
 {
-    QTest::addColumn<QByteArray>("scenario");
+    textColumns("scenario");
 
     for (const char *scenario :
          {"leave-main", "exit-thread", "exit-quick", "exit-callback", "unload"}) {
-        QTest::newRow(scenario) << QByteArray(scenario);
+        row(scenario, scenario);
     }
 }
 
@@ -216,13 +217,13 @@ void tst_Processes::processEndsAsItWants()
 
 void tst_Processes::scenarioPrints_data()
 {
-    QTest::addColumn<QByteArray>("output");
+    textColumns("output");
 
-    QTest::newRow("unload") << QByteArray("init 1\nmapped 1\n");
-    QTest::newRow("rest") << QByteArray("init 1\nanswers 0\nuninit 0\ninit 0\n");
-    QTest::newRow("fork") << QByteArray("init 1\nchild 0\nuninit 1\n");
-    QTest::newRow("state") << QByteArray("init 1\nrunning 1\nstopped 1\n");
-    QTest::newRow("default-context") << QByteArray("init 1\nforeign ticks 0\n");
+    row("unload", "init 1\nmapped 1\n");
+    row("rest", "init 1\nanswers 0\nuninit 0\ninit 0\n");
+    row("fork", "init 1\nchild 0\nuninit 1\n");
+    row("state", "init 1\nrunning 1\nstopped 1\n");
+    row("default-context", "init 1\nforeign ticks 0\n");
 }
 
 void tst_Processes::scenarioPrints()
