@@ -78,6 +78,7 @@ if (!isComplete) process.exit(1);
 
 const document = openRpc(facts, description, version);
 const mock = JSON.parse(read('interface/mock.json'));
+mock.MockEvent.enum = facts.events.map((name) => name.split('.')[1]);
 const files = {
   'interface/modules.json': `${JSON.stringify(document, null, 2)}\n`,
   'docs/MODULES.md': withParts('docs/MODULES.md', modulesPages(document)),

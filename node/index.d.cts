@@ -42,6 +42,7 @@ export type ReplyOf<M extends MethodName> = Reply<
   Methods[M] extends { raw: infer Raw } ? Raw : Methods[M]['data']
 >;
 
+/** What happened; docs/errors.md says of each code what to do. */
 export type ErrorCode =
   // calls
   | 'ZEF_REPLY_FAIL'
@@ -81,12 +82,19 @@ export type ErrorCode =
   | 'ZEF_LIBRARY_NAME'
   | 'ZEF_LOAD';
 
+/** A FrameworkError as plain values. */
 export interface SerializedError {
+  /** "FrameworkError". */
   name: string;
+  /** What happened. */
   code: ErrorCode;
+  /** The same in words, for developers. */
   message: string;
+  /** The method that was called. */
   method?: string;
+  /** The "fail" reply, where there was one. */
   reply?: Reply;
+  /** What to do, where that is known. */
   remedy?: string;
 }
 
@@ -97,7 +105,9 @@ export class FrameworkError extends Error {
     message: string,
     more?: Partial<SerializedError> & { cause?: unknown },
   );
+  /** What happened. */
   readonly code: ErrorCode;
+  /** The method that was called. */
   readonly method?: string;
   /** The "fail" reply, where there was one. */
   readonly reply?: Reply;
@@ -105,6 +115,7 @@ export class FrameworkError extends Error {
   readonly remedy?: string;
   /** Plain values, which survive IPC. */
   toJSON(): SerializedError;
+  /** Makes an error of the values again, on the other side. */
   static fromJSON(serialized: SerializedError): FrameworkError;
 }
 
@@ -149,6 +160,7 @@ interface SyncOptions {
   raw?: boolean;
 }
 
+/** What subscribe() and onTask() return; `using` disposes of it at the end of the block. */
 export class Subscription {
   private constructor();
   /** Ends the subscription; again it does nothing. */
@@ -161,8 +173,10 @@ export class Subscription {
  * last one to close stops it. Nothing has to be closed for the process to end.
  */
 export class ElectronFramework extends EventEmitter {
+  /** Costs nothing and loads nothing; init() does. */
   constructor(options?: FrameworkOptions);
 
+  /** Whether init() has succeeded and close() was not called since. */
   readonly running: boolean;
 
   /**
@@ -181,6 +195,9 @@ export class ElectronFramework extends EventEmitter {
   /**
    * Runs a method and resolves to its data. A call that is aborted, timed out or closed still runs
    * in the library; only its answer is dropped.
+   * @param method "module.method"; the comments of `Methods` say what each one does
+   * @param params for a method without parameters nothing or `{}`
+   * @returns rejects with a FrameworkError when the method answers "fail", unless `raw` is set
    */
   call<M extends MethodName>(
     method: M,
@@ -197,7 +214,10 @@ export class ElectronFramework extends EventEmitter {
     options: CallOptions,
   ): Promise<Methods[M]['data'] | ReplyOf<M>>;
 
-  /** Runs a method on this thread, which waits meanwhile. */
+  /**
+   * Runs a thread-safe method on this thread, which waits meanwhile.
+   * @throws FrameworkError as call() rejects
+   */
   callSync<M extends SyncMethodName>(
     method: M,
     params: Methods[M]['params'],
@@ -248,31 +268,51 @@ export class ElectronFramework extends EventEmitter {
 
   /** Lets the process run on for events and task messages; without it they keep nothing alive. */
   ref(): this;
+  /** Ends what ref() began. */
   unref(): this;
 }
 
+/** Something that diagnose() found missing or unusable. */
 export interface Finding {
+  /** What it is. */
   code: ErrorCode;
+  /** The same in words. */
   message: string;
+  /** What to do, where that is known. */
   remedy?: string;
 }
 
+/** What diagnose() saw. A path or a version that is absent was not found. */
 export interface Diagnosis {
+  /** Whether nothing was found that keeps the framework from starting. */
   ok: boolean;
+  /** For example "linux-x64". */
   platform: string;
+  /** Name and version of the system. */
   system: string;
+  /** Version of Node.js. */
   node: string;
+  /** Version of Electron, in Electron. */
   electron?: string;
+  /** Highest version of Node-API that the runtime offers. */
   napi?: string;
+  /** Path of the addon. */
   addon?: string;
+  /** Path of the framework library. */
   framework?: string;
+  /** Path of the log library, or of its mock. */
   logLibrary?: string;
+  /** Path of the account library, or of its mock. */
   accountLibrary?: string;
+  /** Versions of the C library. */
   glibc?: { found: string; needed?: string };
   /** Versions as GLIBCXX names them: 3.4.25 is the libstdc++ of GCC 8. */
   libstdcxx?: { found?: string; needed?: string };
+  /** Versions of Qt. */
   qt?: { found?: string; needed?: string };
+  /** The GLib that was in the process before Qt, as in Electron. */
   glib?: { loadedBefore: boolean; path?: string };
+  /** What is missing, in the order in which it is looked for. */
   findings: Finding[];
 }
 

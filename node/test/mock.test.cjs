@@ -37,3 +37,16 @@ test('the mock does while it runs what it is told', async (t) => {
     assert.throws(() => mock(command), failure('ZEF_MOCK_REFUSED'));
   }
 });
+
+test('the mock takes every key that its description names', async (t) => {
+  await started(t);
+  const description = require('../../interface/mock.json');
+  for (const operation of description.MockOperation.enum) mock({ script: { [operation]: {} } });
+  const values = { boolean: false, integer: 0, string: 'caller', array: [], object: {} };
+  for (const [key, { type }] of Object.entries(description.MockScript.properties)) {
+    mock({ script: { logout: [{ [key]: values[type] }] } });
+  }
+  const { message, collect, ...state } = description.MockCommand.properties;
+  const command = Object.entries(state).map(([key, { type }]) => [key, values[type] ?? {}]);
+  assert.deepEqual(mock({ ...Object.fromEntries(command), signal: undefined }).accounts, []);
+});
