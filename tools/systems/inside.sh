@@ -24,6 +24,7 @@ check_boundary() {
 # npm NODE: the package as it is installed, with its own tests of calls, events and life cycle.
 check_npm() {
     local node=$1 test
+    [[ $(uname -m) == x86_64 ]] || export ZEF_EMULATED=1
     tar -xzf "$tree"/build/package/zelectronframework-[0-9]*.tgz
     cp -r "$tree/node/test" package/
     cd package
