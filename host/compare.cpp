@@ -70,8 +70,11 @@ std::vector<Rule> rulesFrom(const Json &mayDiffer)
 {
     std::vector<Rule> rules;
     for (const Json &entry : mayDiffer) {
+        if (!entry.is_object() || !entry.contains("path")) {
+            continue;
+        }
         const auto text = [&entry](const char *key, const char *fallback) {
-            const bool isText = entry.is_object() && entry.contains(key) && entry[key].is_string();
+            const bool isText = entry.contains(key) && entry[key].is_string();
             return isText ? entry[key].get<std::string>() : std::string(fallback);
         };
         rules.push_back(

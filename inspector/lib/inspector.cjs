@@ -3,7 +3,6 @@
 const fs = require('node:fs');
 const path = require('node:path');
 const { execFile } = require('node:child_process');
-const { setImmediate: turn } = require('node:timers/promises');
 const { isMainThread } = require('node:worker_threads');
 const { mock } = require('zelectronframework');
 const { description, eventNames, taskNames } = require('./description.cjs');
@@ -13,11 +12,11 @@ const { MockLog } = require('./mocklog.cjs');
 const { recordingText } = require('./recording.cjs');
 const { Secrets } = require('./secrets.cjs');
 const { Refusal, Server } = require('./server.cjs');
+const { slices } = require('./slices.cjs');
 const { Store } = require('./store.cjs');
 const { Watch } = require('./watch.cjs');
 
 const version = require('zelectronframework/package.json').version;
-const entriesInATurn = 200;
 const mostFound = 5000;
 const mostHeads = 5000;
 const program = path.join(__dirname, '../bin/inspector.cjs');
@@ -116,14 +115,12 @@ class Inspector {
 
   /** Reads the secrets of all entries that there are, so that they are masked in all others. */
   async #learnAll() {
+    const otherThings = slices();
     while (this.#learned < this.#store.next) {
-      const end = Math.min(this.#learned + entriesInATurn, this.#store.next);
-      for (; this.#learned < end; this.#learned += 1) {
-        const entry = this.#store.get(this.#learned);
-        if (entry?.outcome === 'open') this.#open.add(entry);
-        if (entry) this.#secrets.learn(entry);
-      }
-      await turn();
+      const entry = this.#store.get(this.#learned++);
+      if (entry?.outcome === 'open') this.#open.add(entry);
+      if (entry) this.#secrets.learn(entry);
+      await otherThings();
     }
     for (const entry of this.#open) {
       if (entry.outcome === 'open') continue;
@@ -167,8 +164,9 @@ class Inspector {
         text?.toLowerCase().includes(wanted),
       );
     const isPlaceholder = wanted.includes('{{');
+    const otherThings = slices();
     for (let seq = this.#store.first; seq < this.#store.next && found.length < mostFound; ++seq) {
-      if (seq % entriesInATurn === 0) await turn();
+      await otherThings();
       const entry = this.#store.get(seq);
       if (entry && (isPlaceholder || holds(entry)) && holds(this.#secrets.masked(entry)))
         found.push(seq);

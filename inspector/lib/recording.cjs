@@ -1,9 +1,8 @@
 'use strict';
 
-const { setImmediate: turn } = require('node:timers/promises');
 const { varying } = require('./description.cjs');
+const { slices } = require('./slices.cjs');
 
-const linesInATurn = 200;
 const rounded = (milliseconds) => Math.round(milliseconds * 10) / 10;
 
 function objectOf(text) {
@@ -67,8 +66,9 @@ function subscriptions(lines) {
 async function recordingText({ from, to, started, header, entryOf }) {
   const timed = [];
   let lost = 0;
+  const otherThings = slices();
   for (let seq = from; seq < to; ++seq) {
-    if ((seq - from) % linesInATurn === linesInATurn - 1) await turn();
+    await otherThings();
     const entry = entryOf(seq);
     if (entry) timed.push(...linesOf(entry));
     else lost += 1;

@@ -99,6 +99,7 @@ class Replay {
     for (const event of names(lines, 'event', 'listen')) {
       this.#framework.on(event, () => this.#arrivals.add(`event ${event}`, {}));
     }
+    if (isMockRunning()) throw new Error('replay: the mock runs in this process already');
     await this.#framework.init(header.settings);
     try {
       for (const task of names(lines, 'task', 'task')) {
@@ -192,7 +193,10 @@ class Replay {
       return;
     }
     const rules = (this.#recording.header.mayDiffer ?? [])
-      .filter(({ method, task }) => (method ?? task ?? subjectOf(key)) === subjectOf(key))
+      .filter(
+        ({ path, method, task }) =>
+          typeof path === 'string' && (method ?? task ?? subjectOf(key)) === subjectOf(key),
+      )
       .map((rule) => ({ ...rule, path: rule.path.replace(/^(got|message)\.?/, '') }));
     const differences = this.#comparison.differences(expected, actual, rules);
     for (const difference of differences) this.#fail(number, { text: key, ...difference });
@@ -225,6 +229,14 @@ class Replay {
 
   #fail(line, failure) {
     this.failures.push({ line, ...failure });
+  }
+}
+
+function isMockRunning() {
+  try {
+    return mock().running;
+  } catch {
+    return false; // it is not loaded
   }
 }
 

@@ -2,12 +2,10 @@
 
 const { mask } = require('zelectronframework');
 const { secretive, secretNames } = require('./description.cjs');
+const { Occurrences } = require('./occurrences.cjs');
 
-const shortest = 4; // a shorter text is found again in too much that is not secret
-const most = 2000; // secrets that are looked for in texts which do not say what they hold
+const most = 100_000; // secrets that are remembered
 const placeholder = /^\{\{[\w-]+:\d+\}\}$/;
-
-const escaped = (text) => text.replace(/[\\^$.*+?()[\]{}|]/g, '\\$&');
 
 /** How a secret may stand in a text: as it is, in JSON once and twice, in a URL, in base64. */
 function writings(secret) {
@@ -25,8 +23,7 @@ class Secrets {
   #placeholders = new Map(); // secret -> {{name:n}}
   #values = new Map(); // {{name:n}} -> secret
   #counts = new Map();
-  #wanted = new Map(); // a writing of a secret -> its placeholder
-  #pattern; // of #wanted, made when it is needed
+  #occurrences = new Occurrences(); // of all writings of all secrets
 
   /** The secret that a placeholder stands for. */
   reveal(name) {
@@ -40,6 +37,15 @@ class Secrets {
 
   /** \returns the entry with its secrets replaced; what is found counts from now on. */
   masked(entry) {
+    const copy = this.#maskedByName(entry);
+    for (const key of ['params', 'reply', 'error', 'text']) {
+      if (typeof copy[key] === 'string') copy[key] = this.text(copy[key]);
+    }
+    return copy;
+  }
+
+  /** What is secret by its name or place. */
+  #maskedByName(entry) {
     const copy = { ...entry };
     // What cannot be read as a whole is not shown where it may hold secrets.
     const isSecretive = secretive.has(entry.name) || entry.kind === 'task' || entry.kind === 'mock';
@@ -61,9 +67,6 @@ class Secrets {
     } else if (entry.kind === 'mock') {
       copy.text = this.#state(copy.text);
     }
-    for (const key of ['params', 'reply', 'error', 'text']) {
-      if (typeof copy[key] === 'string') copy[key] = this.text(copy[key]);
-    }
     return copy;
   }
 
@@ -71,20 +74,12 @@ class Secrets {
   learn(entry) {
     const isTold = entry.kind === 'call' || entry.kind === 'late';
     if (isTold && !secretive.has(entry.name) && entry.name !== 'init') return;
-    if (isTold || entry.kind === 'task' || entry.kind === 'mock') this.masked(entry);
+    if (isTold || entry.kind === 'task' || entry.kind === 'mock') this.#maskedByName(entry);
   }
 
   /** Replaces the secrets that were found so far wherever they occur. */
   text(text) {
-    if (this.#wanted.size === 0) return text;
-    this.#pattern ??= new RegExp(
-      [...this.#wanted.keys()]
-        .sort((a, b) => b.length - a.length)
-        .map(escaped)
-        .join('|'),
-      'g',
-    );
-    return text.replace(this.#pattern, (found) => this.#wanted.get(found));
+    return this.#occurrences.replacedIn(text);
   }
 
   /** The state of the mock and what it is told, which the interface does not describe. */
@@ -117,23 +112,25 @@ class Secrets {
     if (placeholder.test(text)) return text;
     const known = this.#placeholders.get(text);
     if (known) return known;
-    const number = (this.#counts.get(name) ?? 0) + 1;
-    this.#counts.set(name, number);
-    const replacement = `{{${String(name).replace(/[^\w-]/g, '_')}:${number}}}`;
+    const plain = String(name).replace(/[^\w-]/g, '_');
+    const number = (this.#counts.get(plain) ?? 0) + 1;
+    this.#counts.set(plain, number);
+    const replacement = `{{${plain}:${number}}}`;
     this.#placeholders.set(text, replacement);
     this.#values.set(replacement, text);
-    if (text.length >= shortest) this.#want(text, replacement);
+    for (const writing of writings(text)) this.#occurrences.add(writing, replacement);
+    if (this.#placeholders.size > most) this.#forgetOldest();
     return replacement;
   }
 
-  #want(text, replacement) {
-    for (const writing of writings(text)) this.#wanted.set(writing, replacement);
-    this.#pattern = undefined;
-    if (this.#placeholders.size <= most) return;
-    const [oldest, its] = this.#placeholders.entries().next().value;
-    for (const writing of writings(oldest)) this.#wanted.delete(writing);
-    this.#placeholders.delete(oldest);
-    this.#values.delete(its);
+  // Many at once: the first entry of a map is slow to find behind many that were deleted.
+  #forgetOldest() {
+    for (const [oldest, its] of this.#placeholders) {
+      if (this.#placeholders.size <= most * 0.75) return;
+      for (const writing of writings(oldest)) this.#occurrences.delete(writing);
+      this.#placeholders.delete(oldest);
+      this.#values.delete(its);
+    }
   }
 }
 
