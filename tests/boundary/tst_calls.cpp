@@ -226,7 +226,7 @@ void tst_Calls::unusableParametersCountAsEmpty_data()
     row("trailing text", R"({"deviceCode":{"a":1}} x)");
     row("invalid UTF-8", "{\"deviceCode\":{\"a\":\"\xff\"}}");
     row("too deep", R"({"deviceCode":)" + QByteArray(1100, '[') + QByteArray(1100, ']') + "}");
-    row("1 MB of garbage", 1024 * 1024, '{');
+    row("1 MB of garbage", QByteArray(1024 * 1024, '{'));
 }
 
 void tst_Calls::unusableParametersCountAsEmpty()
