@@ -15,16 +15,11 @@ test('both ways of calling give the data of the reply', async (t) => {
   const { path } = await framework.call('utils.getLogPath');
   assert.ok(fs.statSync(path).isDirectory());
   assert.deepEqual(framework.callSync('utils.getLogPath'), { path });
-  const header = framework.callSync('accessbase.getDeviceHeader', { deviceCode: { ö: '€\0𝄞' } });
-  assert.equal(header.data.ö, '€\0𝄞');
-});
-
-test('texts longer than any buffer come back whole', async (t) => {
-  const framework = await started(t);
-  for (const length of [1000, 1019, 1020, 1023, 1024, 1025, 300000]) {
-    const code = 'ü'.repeat(length);
-    const header = framework.callSync('accessbase.getDeviceHeader', { deviceCode: { code } });
-    assert.equal(header.data.code, code);
+  // Around the length of the addon's buffer, and beyond every other one.
+  for (const length of [1, 1000, 1019, 1020, 1023, 1024, 1025, 300000]) {
+    const deviceCode = { ö: `€\0𝄞${'ü'.repeat(length)}` };
+    const { data } = framework.callSync('accessbase.getDeviceHeader', { deviceCode });
+    assert.equal(data.ö, deviceCode.ö);
   }
 });
 
@@ -97,16 +92,6 @@ test('callSync runs every thread-safe method, and lets no other one through', as
   }
 });
 
-test('the library knows every listed method', async (t) => {
-  const framework = await started(t, { office: { grants: false } });
-  for (const method of methods.keys()) {
-    const { msg } = await framework.call(method, undefined, { raw: true });
-    const [module, name] = method.split('.');
-    assert.notEqual(msg, `${module} not found`);
-    assert.notEqual(msg, `method:${name} asynCall failed`);
-  }
-});
-
 test('what is wrong with a call is refused before anything starts', async (t) => {
   const framework = await started(t);
   const circular = {};
@@ -125,13 +110,8 @@ test('what is wrong with a call is refused before anything starts', async (t) =>
     const call = () => framework.callSync('utils.getLogPath', {}, options);
     assert.throws(call, failure('ZEF_BAD_ARGUMENT'));
   }
-  for (const options of [
-    1,
-    { mock: 'false' },
-    { libraryPath: '' },
-    { timeout: -1 },
-    { moch: true },
-  ]) {
+  const wrong = [1, { mock: 'false' }, { libraryPath: '' }, { timeout: -1 }, { moch: true }];
+  for (const options of wrong) {
     assert.throws(() => new ElectronFramework(options), failure('ZEF_BAD_ARGUMENT'));
   }
   assert.equal(native().state().replies, 0);
