@@ -24,8 +24,9 @@ int main()
     for (auto module = handlers.cbegin(); module != handlers.cend(); ++module) {
         const ZMessageHandlerBase &handler = *module.value();
         for (const QString &method : handler.methods()) {
-            methods.append(QJsonObject{{"name", module.key() + '.' + method},
-                                       {"threadSafe", handler.isThreadSafeMethod(method)}});
+            methods.append(
+                QJsonObject{{"name", module.key() + '.' + method},
+                            {"threadSafe", handler.threadSafeMethods().contains(method)}});
         }
         for (const QString &method : handler.threadSafeMethods()) {
             if (!handler.methods().contains(method)) {

@@ -8,6 +8,7 @@
 #include <QThread>
 
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <utility>
 
@@ -45,56 +46,59 @@ ZMessageHandlerBase::ZMessageHandlerBase(QObject *parent, QStringList threadSafe
     qRegisterMetaType<CallBackFunc>("CallBackFunc");
 }
 
-QVariantMap ZMessageHandlerBase::call(const QString &method, const QVariantMap &params)
+ZMessageHandlerBase::Method ZMessageHandlerBase::method(const QString &name) const
 {
-    if (QThread::currentThread() != thread() && !isThreadSafeMethod(method)) {
-        return buildFailResult(QStringLiteral("method:%1 not support thread safe").arg(method), {});
+    // As Qt's invocation by name, which ignores white space around the name. It is not used itself,
+    // because it prints unknown names unchanged to the standard error.
+    const QByteArray signature = QMetaObject::normalizedSignature(name.toLatin1() + kArguments);
+    return {name, metaObject()->indexOfMethod(signature), m_threadSafeMethods.contains(name)};
+}
+
+QVariantMap ZMessageHandlerBase::call(const Method &method, const QVariantMap &params)
+{
+    if (!method.isThreadSafe && QThread::currentThread() != thread()) {
+        return buildFailResult(QStringLiteral("method:%1 not support thread safe").arg(method.name),
+                               {});
     }
 
     const auto failed = [&method] {
-        return buildFailResult(QStringLiteral("method:%1 call failed").arg(method), {});
+        return buildFailResult(QStringLiteral("method:%1 call failed").arg(method.name), {});
     };
-    const int index = slotIndex(method);
-    if (index < 0) {
+    if (method.slot < 0) {
         return failed();
     }
     const auto holder = std::make_shared<ResultHolder>();
     return guarded(
         [&] {
-            runSlot(index, params, [holder](const QVariantMap &reply) { holder->set(reply); });
+            runSlot(method.slot, params,
+                    [holder](const QVariantMap &reply) { holder->set(reply); });
             return holder->get().value_or(QVariantMap());
         },
         [&] {
-            logError("call", "exception from method:%1", {method});
+            logError("call", "exception from method:%1", {method.name});
             const std::optional<QVariantMap> reply = holder->get();
             return reply ? *reply : failed();
         });
 }
 
-bool ZMessageHandlerBase::asynCall(const QString &method, const QVariantMap &params,
+bool ZMessageHandlerBase::asynCall(const Method &method, const QVariantMap &params,
                                    const CallBackFunc &callback)
 {
     const auto failure = [](const QString &name) {
         return QStringLiteral("method:%1 asynCall failed").arg(name);
     };
-    const int index = slotIndex(method);
-    if (index < 0) {
-        return postReplyFail(callback, failure(method));
+    if (method.slot < 0) {
+        return postReplyFail(callback, failure(method.name));
     }
-    const auto run = [this, index, method, params, callback = remembering(callback), failure] {
-        guarded([&] { runSlot(index, params, callback); },
+    const auto run = [this, method, params, callback = remembering(callback), failure] {
+        guarded([&] { runSlot(method.slot, params, callback); },
                 [&] {
-                    logError("asynCall", "exception from method:%1", {method});
-                    replyFailUnlessAnswered(callback, failure(method));
+                    logError("asynCall", "exception from method:%1", {method.name});
+                    replyFailUnlessAnswered(callback, failure(method.name));
                 });
     };
     return QMetaObject::invokeMethod(this, run, Qt::QueuedConnection) ||
-           postReplyFail(callback, failure(method));
-}
-
-bool ZMessageHandlerBase::isThreadSafeMethod(const QString &method) const
-{
-    return m_threadSafeMethods.contains(method);
+           postReplyFail(callback, failure(method.name));
 }
 
 QStringList ZMessageHandlerBase::methods() const
@@ -109,27 +113,9 @@ QStringList ZMessageHandlerBase::methods() const
     return names;
 }
 
-int ZMessageHandlerBase::slotIndex(const QString &method) const
-{
-    std::call_once(m_once, [this] {
-        for (const QString &name : methods()) {
-            m_slots.insert(name, metaObject()->indexOfMethod(name.toLatin1() + kArguments));
-        }
-    });
-    const auto found = m_slots.constFind(method);
-    if (found != m_slots.constEnd()) {
-        return *found;
-    }
-    // As Qt's invocation by name, which ignores white space around the name. It is not used itself,
-    // because it prints unknown names unchanged to the standard error.
-    const QByteArray signature = method.toLatin1() + kArguments;
-    return metaObject()->indexOfMethod(QMetaObject::normalizedSignature(signature));
-}
-
-void ZMessageHandlerBase::runSlot(int index, const QVariantMap &params,
-                                  const CallBackFunc &callback)
+void ZMessageHandlerBase::runSlot(int slot, const QVariantMap &params, const CallBackFunc &callback)
 {
     void *arguments[] = {nullptr, const_cast<QVariantMap *>(&params),
                          const_cast<CallBackFunc *>(&callback)};
-    qt_metacall(QMetaObject::InvokeMetaMethod, index, arguments);
+    qt_metacall(QMetaObject::InvokeMetaMethod, slot, arguments);
 }

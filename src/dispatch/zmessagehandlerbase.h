@@ -2,12 +2,9 @@
 
 #include "base/callbackfunc.h"
 
-#include <QHash>
 #include <QObject>
 #include <QString>
 #include <QStringList>
-
-#include <mutex>
 
 /// Base of the module handlers: runs a module method, which is a public slot with the arguments
 /// (QVariantMap, CallBackFunc), by its name.
@@ -23,28 +20,30 @@ public:
     ///                          thread.
     ZMessageHandlerBase(QObject *parent, QStringList threadSafeMethods);
 
+    /// What a name stands for.
+    struct Method
+    {
+        QString name;
+        int slot = -1; ///< none when there is no such method
+        bool isThreadSafe = false;
+    };
+    Method method(const QString &name) const;
+
     /// Runs the method on the calling thread.
     /// \return the last reply that the method gave before it returned; an empty map without one.
-    QVariantMap call(const QString &method, const QVariantMap &params);
+    QVariantMap call(const Method &method, const QVariantMap &params);
 
     /// Queues the method, or a reply that names its failure, to the host thread.
     /// \return whether anything was queued.
-    bool asynCall(const QString &method, const QVariantMap &params, const CallBackFunc &callback);
+    bool asynCall(const Method &method, const QVariantMap &params, const CallBackFunc &callback);
 
-    bool isThreadSafeMethod(const QString &method) const;
     const QStringList &threadSafeMethods() const { return m_threadSafeMethods; }
 
     /// The names of all module methods, in the order of their slots.
     QStringList methods() const;
 
 private:
-    int slotIndex(const QString &method) const;
-    void runSlot(int index, const QVariantMap &params, const CallBackFunc &callback);
-
-    // Module methods by name, found once: at the first call, under m_once, and only read
-    // afterwards.
-    mutable std::once_flag m_once;
-    mutable QHash<QString, int> m_slots;
+    void runSlot(int slot, const QVariantMap &params, const CallBackFunc &callback);
 
     const QStringList m_threadSafeMethods;
 };

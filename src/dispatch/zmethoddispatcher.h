@@ -1,12 +1,14 @@
 #pragma once
 
 #include "base/callbackfunc.h"
+#include "dispatch/zmessagehandlerbase.h"
 
 #include <QMap>
 #include <QObject>
 #include <QString>
 
-class ZMessageHandlerBase;
+#include <map>
+#include <string>
 
 /// Owns one handler per module and routes the method path "module.method" to it.
 ///
@@ -23,15 +25,32 @@ public:
     [[nodiscard]] bool initHandlers();
 
     /// Runs a method on the calling thread; routing failures are replies as well.
-    QVariantMap call(const QString &path, const QVariantMap &params);
+    ///
+    /// \param path UTF-8; null is an empty path.
+    QVariantMap call(const char *path, const QVariantMap &params);
 
     /// Queues a method, or the reply that names a routing failure, to the host thread.
     /// \return whether anything was queued.
-    bool asynCall(const QString &path, const QVariantMap &params, const CallBackFunc &callback);
+    bool asynCall(const char *path, const QVariantMap &params, const CallBackFunc &callback);
 
     /// By module.
     const QMap<QString, ZMessageHandlerBase *> &handlers() const { return m_handlers; }
 
 private:
+    /// Where a path leads.
+    struct Route
+    {
+        ZMessageHandlerBase *handler = nullptr;
+        ZMessageHandlerBase::Method method;
+        QString failure; ///< instead, when there is no handler
+    };
+
+    void addHandler(const QString &module, ZMessageHandlerBase *handler);
+    Route lookUp(const QString &path) const;
+    template <typename Use>
+    auto withRoute(const char *path, Use use) const;
+
+    // By the exact path of every method; other spellings are looked up anew.
+    std::map<std::string, Route, std::less<>> m_routes;
     QMap<QString, ZMessageHandlerBase *> m_handlers;
 };

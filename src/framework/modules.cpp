@@ -8,10 +8,10 @@
 // The one place that knows every module.
 bool ZMethodDispatcher::initHandlers()
 {
-    m_handlers.insert(QStringLiteral("account"), new ZAccountHandler(this));
-    m_handlers.insert(QStringLiteral("network"), new ZNetworkHandler(this));
-    m_handlers.insert(QStringLiteral("utils"), new ZUtilsHandler(this));
-    m_handlers.insert(QStringLiteral("meeting"), new ZMeetingHandler(this));
-    m_handlers.insert(QStringLiteral("accessbase"), new ZAccessbaseHandler(this));
+    addHandler(QStringLiteral("account"), new ZAccountHandler(this));
+    addHandler(QStringLiteral("network"), new ZNetworkHandler(this));
+    addHandler(QStringLiteral("utils"), new ZUtilsHandler(this));
+    addHandler(QStringLiteral("meeting"), new ZMeetingHandler(this));
+    addHandler(QStringLiteral("accessbase"), new ZAccessbaseHandler(this));
     return true;
 }

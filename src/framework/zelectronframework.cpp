@@ -79,7 +79,7 @@ bool ZElectronFramework::call(const char *method, const char *params, IElectronC
     return withMember(
         Admission::Operations, &ZElectronApplication::dispatcher, false,
         [=](ZMethodDispatcher &dispatcher) {
-            QVariantMap reply = dispatcher.call(QString::fromUtf8(method), mapFromJsonText(params));
+            QVariantMap reply = dispatcher.call(method, mapFromJsonText(params));
             if (!callback) {
                 return true;
             }
@@ -97,8 +97,7 @@ bool ZElectronFramework::asynCall(const char *method, const char *params,
     return withMember(Admission::Everything, &ZElectronApplication::dispatcher, false,
                       [=](ZMethodDispatcher &dispatcher) {
                           logInfo("asynCall", "asynCall method:%1, params:%2", {method, params});
-                          return dispatcher.asynCall(QString::fromUtf8(method),
-                                                     mapFromJsonText(params),
+                          return dispatcher.asynCall(method, mapFromJsonText(params),
                                                      asynCallCompletion(callback));
                       });
 }
