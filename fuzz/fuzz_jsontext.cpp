@@ -22,6 +22,11 @@
 
 namespace {
 
+QByteArray jsonTextFromMap(const QVariantMap &map)
+{
+    return JsonWriter(map).take();
+}
+
 [[noreturn]] void differ(const char *what, const QByteArray &ours, const QByteArray &qts)
 {
     std::fprintf(stderr, "%s\nours: %s\nQt's: %s\n", what, ours.constData(), qts.constData());

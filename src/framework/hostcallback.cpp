@@ -1,7 +1,6 @@
 #include "framework/hostcallback.h"
 
 #include "base/delivery.h"
-#include "json/jsonwriter.h"
 
 using zelectronframeworkspace::IElectronCallback;
 using zelectronframeworkspace::kLengthNotGiven;
@@ -19,18 +18,18 @@ void deliver(IElectronCallback *callback, const char *text, std::size_t length =
 
 } // namespace
 
-void deliverReply(IElectronCallback &callback, const QByteArray &text)
+void deliverReply(IElectronCallback &callback, JsonWriter &text)
 {
-    deliver(&callback, text.constData(), static_cast<std::size_t>(text.size()));
+    deliver(&callback, text.text(), static_cast<std::size_t>(text.length()));
 }
 
 CallBackFunc asynCallCompletion(IElectronCallback *callback)
 {
     return [callback, run = Run::current()](const QVariantMap &reply) {
         deliverInRun(run, [callback, &reply] {
-            const QByteArray text = jsonTextFromMap(reply);
-            deliver(callback, text.constData());
-            logInfo("operator()", "asynCall result:%1", {text});
+            JsonWriter text(reply);
+            deliver(callback, text.text());
+            logInfo("operator()", "asynCall result:%1", {text.text()});
             return true;
         });
     };
@@ -43,7 +42,7 @@ CallBackFunc listenerCompletion(IElectronCallback *callback)
             deliver(callback, "{}"); // every account event
             return;
         }
-        deliver(callback, jsonTextFromMap(event).constData());
+        deliver(callback, JsonWriter(event).text());
     };
 }
 
@@ -51,7 +50,7 @@ CallBackFunc taskCompletion(IElectronCallback *callback)
 {
     return [callback, run = Run::current()](const QVariantMap &message) {
         deliverInRun(run, [callback, &message] {
-            deliver(callback, jsonTextFromMap(message).constData());
+            deliver(callback, JsonWriter(message).text());
             return true;
         });
     };

@@ -2,15 +2,14 @@
 
 #include "base/callbackfunc.h"
 #include "zelectronframework/zelectronframework.h"
-
-#include <QByteArray>
+#include "json/jsonwriter.h"
 
 /// \file
 /// Turns the host's callback objects into completion functions. Each holds only the raw pointer,
 /// which may be null; none lets an exception of the host escape.
 
 /// Delivers one text with its length to a callback that is not null.
-void deliverReply(zelectronframeworkspace::IElectronCallback &callback, const QByteArray &text);
+void deliverReply(zelectronframeworkspace::IElectronCallback &callback, JsonWriter &text);
 
 /// For asynCall: delivers the reply, then logs it. Refused once the framework was stopped.
 CallBackFunc asynCallCompletion(zelectronframeworkspace::IElectronCallback *callback);

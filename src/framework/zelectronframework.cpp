@@ -84,9 +84,9 @@ bool ZElectronFramework::call(const char *method, const char *params, IElectronC
                 return true;
             }
             // Freed before the log line is built: a long reply would be in memory twice.
-            const QByteArray text = jsonTextFromMap(std::exchange(reply, {}));
+            JsonWriter text(std::exchange(reply, {}));
             deliverReply(*callback, text);
-            logInfo("call", "call method:%1, params:%2, result:%3", {method, params, text});
+            logInfo("call", "call method:%1, params:%2, result:%3", {method, params, text.text()});
             return true;
         });
 }

@@ -3,7 +3,7 @@
 #include "json/jsonwriter.h"
 
 /// A JSON array of strings, each of them the text of one flat JSON object: for lists too long for a
-/// map and a text of each entry. It is what jsonTextFromMap makes of a QStringList of such texts,
+/// map and a text of each entry. It is what JsonWriter makes of a QStringList of such texts,
 /// written at once and escaped only once.
 ///
 /// The caller adds the members of one object after the other, their keys in ascending order. Keys

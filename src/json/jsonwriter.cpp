@@ -282,18 +282,23 @@ void writeValue(JsonWriter &out, const QVariant &value, int depth)
 
 } // namespace
 
-QByteArray jsonTextFromMap(const QVariantMap &map)
+void JsonWriter::map(const QVariantMap &map)
 {
-    JsonWriter writer;
-    writeObject(writer, map, 1);
-    return writer.take();
+    writeObject(*this, map, 1);
 }
 
 QByteArray JsonWriter::take()
 {
-    m_text.resize(length());
-    m_begin = m_at = m_limit = nullptr;
-    return std::exchange(m_text, {});
+    const int written = length();
+    QByteArray text = std::exchange(m_heapRoom, {});
+    if (text.isEmpty()) {
+        text = QByteArray(m_begin, written);
+    } else {
+        text.resize(written);
+    }
+    m_begin = m_at = m_stackRoom;
+    m_limit = m_stackRoom + sizeof m_stackRoom;
+    return text;
 }
 
 /// By half only: a long text is not the only one of its length at the time.
@@ -303,12 +308,16 @@ Q_NEVER_INLINE void JsonWriter::grow(int more)
     if (written > INT_MAX / 2 - more) {
         qBadAlloc();
     }
+    const bool isOnStack = m_heapRoom.isEmpty();
     // reserve() takes as much as it is asked for, resize() alone would take the double.
-    m_text.reserve(written + written / 2 + 4 * kRoom + more);
-    m_text.resize(m_text.capacity());
-    m_begin = m_text.data();
+    m_heapRoom.reserve(written + written / 2 + 4 * kRoom + more);
+    m_heapRoom.resize(m_heapRoom.capacity());
+    if (isOnStack) {
+        std::memcpy(m_heapRoom.data(), m_stackRoom, std::size_t(written));
+    }
+    m_begin = m_heapRoom.data();
     m_at = m_begin + written;
-    m_limit = m_begin + m_text.size();
+    m_limit = m_begin + m_heapRoom.size();
 }
 
 void JsonWriter::wholeNumber(qlonglong number)
@@ -347,7 +356,11 @@ inline void JsonWriter::units(const Unit *at, const Unit *end)
     makeRoom();
     out = m_at;
     while (at != end) {
-        at = putCharacter(at, end, strings, out);
+        if (*at < 0x80 && !kEscapeLetters[*at]) {
+            *out++ = char(*at++);
+        } else {
+            at = putCharacter(at, end, strings, out);
+        }
     }
     putQuote(strings, out);
     m_at = out;

@@ -14,14 +14,8 @@ struct JsonText
 Q_DECLARE_TYPEINFO(JsonText, Q_MOVABLE_TYPE);
 Q_DECLARE_METATYPE(JsonText)
 
-/// The compact JSON text of a map, UTF-8: byte for byte that of QJsonDocument::fromVariant(), but for
-/// a JsonText.
-///
-/// Thread: any.
-QByteArray jsonTextFromMap(const QVariantMap &map);
-
-/// Builds one text piece by piece. Each piece goes in as it is: the caller writes the marks
-/// between them. Lives on the stack of one thread.
+/// Builds one text, of a map as a whole or piece by piece: the caller writes the marks between
+/// pieces. Short texts need no allocation. Lives on the stack of one thread.
 class JsonWriter
 {
 public:
@@ -30,8 +24,14 @@ public:
     enum class Strings { Plain, InString };
 
     explicit JsonWriter(Strings strings = Strings::Plain) : m_strings(strings) {}
+    /// As map().
+    explicit JsonWriter(const QVariantMap &content) : JsonWriter() { map(content); }
     JsonWriter(const JsonWriter &) = delete;
     JsonWriter &operator=(const JsonWriter &) = delete;
+
+    /// The compact JSON text of a map: byte for byte that of QJsonDocument::fromVariant(), but for a
+    /// JsonText.
+    void map(const QVariantMap &map);
 
     void punctuation(char mark)
     {
@@ -54,12 +54,16 @@ public:
     /// UTF-8, as a string. Empty bytes are a JSON null.
     void bytes(const QByteArray &bytes);
 
-    /// What has been written since the last clear() or take().
-    const char *text() const { return m_begin; }
+    /// What has been written, with a NUL behind it.
+    const char *text()
+    {
+        makeRoom();
+        *m_at = '\0';
+        return m_begin;
+    }
     int length() const { return int(m_at - m_begin); }
 
-    /// Forgets what was written and keeps the room for it.
-    void clear() { m_at = m_begin; }
+    /// Takes what has been written, and begins anew.
     QByteArray take();
 
 private:
@@ -79,8 +83,9 @@ private:
     void units(const Unit *at, const Unit *end);
 
     const Strings m_strings;
-    QByteArray m_text; // its size is the room there is
-    char *m_begin = nullptr;
-    char *m_at = nullptr; // behind what is written
-    char *m_limit = nullptr;
+    char m_stackRoom[512];
+    QByteArray m_heapRoom; // its size is the room there is, once the other does not suffice
+    char *m_begin = m_stackRoom;
+    char *m_at = m_stackRoom; // behind what is written
+    char *m_limit = m_stackRoom + sizeof m_stackRoom;
 };

@@ -75,22 +75,15 @@ wchar_t *writeUtf8(wchar_t *place, const char *utf8, std::size_t size)
 void writeLine(wchar_t *place, QLatin1String function, QLatin1String text,
                std::initializer_list<LogText> values)
 {
-    const char *next = function.data();
-    place = writeAscii(place, next, function.data() + function.size());
+    place = std::copy(function.begin(), function.end(), place);
     *place++ = L' ';
-    next = text.data();
-    const char *const end = next + text.size();
-    while (next != end) {
-        place = writeAscii(place, next, std::find(next, end, '%'));
-        if (next == end) {
-            break;
-        }
-        const auto index = static_cast<std::size_t>(next[1] - '1');
+    for (const char *next = text.begin(); next != text.end(); ++next) {
+        const auto index = *next == '%' ? static_cast<std::size_t>(next[1] - '1') : values.size();
         if (index < values.size()) {
             place = (values.begin() + index)->writeTo(place);
-            next += 2;
+            ++next;
         } else {
-            *place++ = static_cast<wchar_t>(*next++);
+            *place++ = uchar(*next);
         }
     }
     *place = L'\0';
