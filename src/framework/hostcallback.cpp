@@ -29,7 +29,7 @@ CallBackFunc asynCallCompletion(IElectronCallback *callback)
         deliverInRun(run, [callback, &reply] {
             JsonWriter text(reply);
             deliver(callback, text.text());
-            logInfo("operator()", "asynCall result:%1", {text.text()});
+            logInfo("operator()", "asynCall result:%1", {{text.text(), text.length()}});
             return true;
         });
     };

@@ -76,19 +76,19 @@ bool ZElectronFramework::uninit()
 
 bool ZElectronFramework::call(const char *method, const char *params, IElectronCallback *callback)
 {
-    return withMember(
-        Admission::Operations, &ZElectronApplication::dispatcher, false,
-        [=](ZMethodDispatcher &dispatcher) {
-            QVariantMap reply = dispatcher.call(method, mapFromJsonText(params));
-            if (!callback) {
-                return true;
-            }
-            // Freed before the log line is built: a long reply would be in memory twice.
-            JsonWriter text(std::exchange(reply, {}));
-            deliverReply(*callback, text);
-            logInfo("call", "call method:%1, params:%2, result:%3", {method, params, text.text()});
-            return true;
-        });
+    return withMember(Admission::Operations, &ZElectronApplication::dispatcher, false,
+                      [=](ZMethodDispatcher &dispatcher) {
+                          QVariantMap reply = dispatcher.call(method, mapFromJsonText(params));
+                          if (!callback) {
+                              return true;
+                          }
+                          // Freed before the log line is built: a long reply would be in memory twice.
+                          JsonWriter text(std::exchange(reply, {}));
+                          deliverReply(*callback, text);
+                          logInfo("call", "call method:%1, params:%2, result:%3",
+                                  {method, params, {text.text(), text.length()}});
+                          return true;
+                      });
 }
 
 bool ZElectronFramework::asynCall(const char *method, const char *params,

@@ -8,6 +8,7 @@
 #include <climits>
 #include <cmath>
 #include <cstring>
+#include <utility>
 
 namespace {
 
@@ -50,6 +51,66 @@ void putCode(uint code, ushort *&out)
     } else {
         *out++ = ushort(code);
     }
+}
+
+/// The texts of keys that came before. Hosts send the same few keys with every call, and to share a
+/// text costs a fifth of making it anew. Each thread has its own, of bounded size: threads that count
+/// the references of one text would wait for each other.
+class KeyCache
+{
+public:
+    static constexpr int kLongestKey = 24;
+
+    /// Null when the thread is ending.
+    static KeyCache *ofThread();
+
+    /// \param key ASCII without a zero; not empty and not longer than kLongestKey.
+    const QString &text(const char *key, int length)
+    {
+        Bytes bytes{};
+        std::memcpy(bytes.data(), key, std::size_t(length));
+        const quint64 mixed = (bytes[0] ^ bytes[1] * 3 ^ bytes[2] * 5) * kGoldenRatio;
+        Entry &entry = m_entries[mixed >> (64 - kEntryBits)];
+        if (entry.bytes != bytes) {
+            entry.text = QString::fromLatin1(key, length);
+            entry.bytes = bytes;
+        }
+        return entry.text;
+    }
+
+private:
+    using Bytes = std::array<quint64, kLongestKey / sizeof(quint64)>; // zeros behind the key
+    struct Entry
+    {
+        Bytes bytes{};
+        QString text;
+    };
+    static constexpr quint64 kGoldenRatio = Q_UINT64_C(0x9e3779b97f4a7c15);
+    static constexpr int kEntryBits = 8;
+
+    std::array<Entry, 1 << kEntryBits> m_entries;
+};
+
+// Of a trivial type, so that they can be read while the thread ends.
+thread_local KeyCache *t_keyCache = nullptr;
+thread_local bool t_isEnding = false;
+
+KeyCache *KeyCache::ofThread()
+{
+    struct Owner
+    {
+        ~Owner()
+        {
+            t_isEnding = true;
+            delete std::exchange(t_keyCache, nullptr);
+        }
+    };
+    if (!t_keyCache && !t_isEnding) {
+        t_keyCache = new KeyCache;
+        thread_local const Owner owner;
+        static_cast<void>(owner);
+    }
+    return t_keyCache;
 }
 
 /// Reads one document with the grammar of Qt's parser, its leniencies included: strings may hold
@@ -117,6 +178,7 @@ private:
     bool number(QVariant &value);
     bool unusualNumber(const char *start, bool isWhole, QVariant &value) const;
     bool string(QString &string);
+    bool key(QString &key);
     bool markedString(const char *start, QString &string);
     bool escape(ushort *&out);
     bool multiByte(ushort *&out);
@@ -126,6 +188,7 @@ private:
     const char *m_at;
     const char *const m_end;
     int m_depth = 0;
+    KeyCache *m_keyCache = nullptr;
 };
 
 /// The caller has skipped the space; something follows.
@@ -180,9 +243,12 @@ bool Reader::object(QVariantMap &map)
     if (token('}')) {
         return true;
     }
+    if (!m_keyCache) {
+        m_keyCache = KeyCache::ofThread();
+    }
     QString key;
     do {
-        if (!token('"') || !string(key) || !token(':') || !skipSpace()) {
+        if (!token('"') || !this->key(key) || !token(':') || !skipSpace()) {
             return false;
         }
         // Read in place: inserting replaces what an earlier member of this key left. The hint saves
@@ -317,6 +383,21 @@ bool Reader::string(QString &string)
     }
     string = QString::fromLatin1(start, int(m_at - start));
     ++m_at;
+    return true;
+}
+
+/// As string().
+bool Reader::key(QString &key)
+{
+    const char *const start = m_at;
+    const char *const close = runEnd<true>(start);
+    const auto length = close - start;
+    if (!m_keyCache || length == 0 || length > KeyCache::kLongestKey || close == m_end ||
+        *close != '"') {
+        return string(key);
+    }
+    key = m_keyCache->text(start, int(length));
+    m_at = close + 1;
     return true;
 }
 

@@ -11,10 +11,8 @@ class LogText
 {
 public:
     LogText(const char *utf8) : m_utf8(utf8 ? utf8 : ""), m_size(qstrlen(m_utf8)) {}
-    LogText(const QByteArray &utf8)
-        : m_utf8(utf8.constData()), m_size(static_cast<std::size_t>(utf8.size()))
-    {
-    }
+    LogText(const char *utf8, int size) : m_utf8(utf8), m_size(static_cast<std::size_t>(size)) {}
+    LogText(const QByteArray &utf8) : LogText(utf8.constData(), utf8.size()) {}
     LogText(const QString &text) : m_text(&text), m_size(static_cast<std::size_t>(text.size())) {}
     LogText(int number) : m_number(number), m_size(11) {}
 
