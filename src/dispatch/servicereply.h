@@ -6,5 +6,9 @@
 /// empty: {"result":"ok", "data":output}. The inner "result" is part of the interface.
 inline QVariantMap serviceData(const QVariant &output)
 {
-    return {{QStringLiteral("result"), QStringLiteral("ok")}, {QStringLiteral("data"), output}};
+    // Not from a list of pairs, which would make a copy of each.
+    QVariantMap data;
+    data.insert(QStringLiteral("data"), output);
+    data.insert(QStringLiteral("result"), QStringLiteral("ok"));
+    return data;
 }
