@@ -82,7 +82,7 @@ bool ZElectronFramework::call(const char *method, const char *params, IElectronC
                           if (!callback) {
                               return true;
                           }
-                          // Freed before the log line is built: a long reply would be in memory twice.
+                          // Freed here: a long reply would be in memory twice with the log line.
                           JsonWriter text(std::exchange(reply, {}));
                           deliverReply(*callback, text);
                           logInfo("call", "call method:%1, params:%2, result:%3",
