@@ -1,8 +1,6 @@
 # The targets beside that of the JSON codec.
-foreach(target fuzz_logline)
-    zef_program(${target} ${target}.cpp)
-    target_link_libraries(${target} PRIVATE zef_core)
-endforeach()
+zef_program(fuzz_logline fuzz_logline.cpp)
+target_link_libraries(fuzz_logline PRIVATE zef_core)
 
 # Through the built library, with the stand-ins of the same build.
 foreach(target fuzz_boundary fuzz_officemessages)
