@@ -13,7 +13,7 @@ const { standin, started, isLong, isEmulated } = require('./support.cjs');
 const count = 500;
 const rounds = isLong ? 1000 : 500; // enough for the compiler to have settled
 // The library that the host of GLib's loop runs reads JSON a third of a microsecond slower.
-const longBar = path.basename(process.execPath) === 'zef_glibnode' ? 2500 : 2000;
+const longBar = path.basename(process.execPath) === 'zef_glibnode' ? 2000 : 1500;
 const bar = isLong ? longBar : 10000; // ns; the short form runs beside other work
 
 function nanoseconds(work) {
