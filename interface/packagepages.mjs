@@ -77,7 +77,10 @@ function methodPage(method) {
 }
 
 function mockType(schema) {
-  if (schema.$ref) return `[${schema.$ref.slice(2)}](#${schema.$ref.slice(2).toLowerCase()})`;
+  if (schema.$ref) {
+    const name = schema.$ref.slice(2);
+    return `[${name}](${name.startsWith('Mock') ? '' : 'methods.md'}#${name.toLowerCase()})`;
+  }
   if (schema.enum) return schema.enum.map((value) => `\`${value}\``).join(', ');
   if (schema.type === 'array') return `list of ${mockType(schema.items)}`;
   return typeName(schema);
@@ -93,7 +96,7 @@ function mockPage([name, schema]) {
   const base = schema['x-extends'];
   const notes = [
     schema.description,
-    base && `It has the keys of [${base}](methods.md#${base.toLowerCase()}) as well.`,
+    base && `It has the keys of ${mockType({ $ref: `#/${base}` })} as well.`,
     schema.enum?.map((value) => `\`${value}\``).join(', '),
   ];
   const list = rows.length > 0 && table(['Key', 'Type', ''], rows);

@@ -882,8 +882,8 @@ export type MockOperation =
  */
 export type MockScripts = { [Name in MockOperation]?: MockScript | readonly MockScript[] };
 
-/** What the mock knows and does from its start: the object `standin` of the settings. */
-export interface MockSettings {
+/** What the mock can be told at its start and while it runs. */
+export interface MockKnowledge {
   /** The accounts on this machine. */
   accounts?: readonly MockPerson[];
   /** Further accounts "user-1", "user-2", ... Default: `0`. */
@@ -909,6 +909,10 @@ export interface MockSettings {
   answers?: 'worker' | 'inline';
   /** What operations do instead of their honest work. */
   script?: MockScripts;
+}
+
+/** What the mock knows and does from its start: the object `standin` of the settings. */
+export interface MockSettings extends Partial<MockKnowledge> {
   /** What happens by itself, by the time since the start. */
   timeline?: readonly {
     /** Milliseconds since the start. */
@@ -931,32 +935,7 @@ export interface MockSettings {
 }
 
 /** What the mock is told while it runs. */
-export interface MockCommand {
-  /** The accounts on this machine. */
-  accounts?: readonly MockPerson[];
-  /** Further accounts "user-1", "user-2", ... Default: `0`. */
-  generateAccounts?: number;
-  /** Whom the account service knows besides. Default: one, "10001". */
-  users?: readonly MockPerson[];
-  /** Whose account is the current one. Default: `""`. */
-  currentUserId?: string;
-  /** Cookies besides the session's. */
-  cookies?: readonly {
-    /** Where it came from. */
-    url: string;
-    /** Text of the header "Set-Cookie". */
-    setCookie: string;
-  }[];
-  /** Where the session cookie "sid" belongs. Default: `"https://account.example.com/"`. */
-  accountUrl?: string;
-  /** The office suite; what is left out keeps its value. */
-  office?: MockOffice;
-  /** "host:port" that `accessbase.getDeviceNetworkStatus` connects to; none by default. */
-  networkCheck?: string;
-  /** Where login operations answer. Default: `"worker"`. */
-  answers?: 'worker' | 'inline';
-  /** What operations do instead of their honest work. */
-  script?: MockScripts;
+export interface MockCommand extends Partial<MockKnowledge> {
   /** Raises an event. */
   signal?: MockEvent;
   /** Sends a message of the office suite. */

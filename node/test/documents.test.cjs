@@ -277,7 +277,7 @@ test('links lead to pages and headings that are there', () => {
       .toLowerCase()
       .replaceAll(/[^\w\- ]/g, '')
       .replaceAll(' ', '-');
-  for (const page of pages) {
+  for (const page of [...pages, '../README.md', '../examples/electron/README.md']) {
     const text = fs.readFileSync(path.join(folder, page), 'utf8');
     for (const [, target] of text.matchAll(/\]\(([^):]+)\)/g)) {
       const [file, anchor] = target.split('#');
