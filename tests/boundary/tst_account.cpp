@@ -96,9 +96,6 @@ void tst_Account::missingServicesAreNamed_data()
 {
     textColumns("method", "getter", "message");
 
-    const auto row = [](const char *method, const char *getter, const char *message) {
-        row(method, method, getter, message);
-    };
     for (const char *method :
          {"account.loginCallback", "account.logout", "account.switchAccount",
           "account.upgradeAccount", "account.downgradeAccount", "account.updateAccountInfo"}) {
