@@ -118,6 +118,16 @@ test("the example agrees with Electron's typings when it is copied alone", () =>
   execFileSync(process.execPath, [tsc, '-p', copy], { stdio: 'inherit' });
 });
 
+test("the example's README names its files and scripts as they are", () => {
+  const text = fs.readFileSync(path.join(example, 'README.md'), 'utf8');
+  const { scripts } = require(path.join(example, 'package.json'));
+  for (const [, name] of text.matchAll(/^npm (?:run )?(\w+)/gm)) {
+    assert.ok(name === 'install' || name in scripts, name);
+  }
+  const files = fs.readdirSync(example).filter((name) => !/json|README|node_modules/.test(name));
+  for (const file of files) assert.ok(text.includes(`\`${file}\``), file);
+});
+
 test('a start that fails is shown with its code, the remedy and what the doctor found', {
   skip: !drivesBrowser,
 }, async (t) => {
