@@ -19,7 +19,7 @@ class ElectronFramework extends FrameworkEmitter {
   #settings; // as text, of the session
   #starting;
   #closing;
-  #openCalls = Object.create(null); // id -> function that ends the call with an error
+  #openCalls = Object.create(null); // id -> function that ends the call because of close()
   #listening = new Map(); // event or task type -> id, for what the session listens to
   #taskListeners = new Map(); // task type -> set of functions
   #isReferenced = false;
@@ -75,9 +75,10 @@ class ElectronFramework extends FrameworkEmitter {
       if (context) context.reply = outcome;
       const failure = startFailure(outcome, libraries);
       if (failure) throw failure;
+      // Whoever came meanwhile.
+      for (const type of this.#heard(taskTypes)) this.#subscribeTask(type);
       this.#state = 'running';
       for (const event of events) this.#followListeners(event);
-      for (const type of this.#heard(taskTypes)) this.#subscribeTask(type);
     } catch (error) {
       await session.stop();
       this.#forgetSession();
@@ -107,9 +108,7 @@ class ElectronFramework extends FrameworkEmitter {
 
   async #stop() {
     this.#state = 'closing';
-    for (const end of Object.values(this.#openCalls)) {
-      end(new FrameworkError('ZEF_CLOSED', 'the framework was closed before the answer came'));
-    }
+    for (const end of Object.values(this.#openCalls)) end();
     await this.#session.stop();
     this.#forgetSession();
   }
@@ -179,7 +178,7 @@ class ElectronFramework extends FrameworkEmitter {
     };
     session.receive(receiver, id);
     session.hold();
-    this.#openCalls[id] = end;
+    this.#openCalls[id] = () => end(closed(method));
     signal?.addEventListener('abort', abort, { once: true });
     const timer = startTimer(timeout, () => end(timedOut(method, timeout)));
   }
@@ -343,6 +342,11 @@ function notRunning(method) {
 
 function timedOut(method, timeout) {
   return new FrameworkError('ZEF_TIMEOUT', `${method}: no answer within ${timeout} ms`, { method });
+}
+
+function closed(method) {
+  const message = `${method}: the framework was closed before the answer came`;
+  return new FrameworkError('ZEF_CLOSED', message, { method });
 }
 
 function aborted(method, signal) {

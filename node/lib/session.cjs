@@ -97,9 +97,13 @@ class Session {
    */
   #collect = () => {
     if (!this.#isOpen) return;
-    const mail = native().take(this.#id);
-    if (mail.length === 0) return;
-    setImmediate(this.#collect);
+    let mail = [];
+    let isMore = true; // also where something could not be taken
+    run(() => {
+      mail = native().take(this.#id);
+      isMore = mail.length > 0;
+    });
+    if (isMore) setImmediate(this.#collect);
     for (let i = 0; i < mail.length; i += 2) this.#deliver(mail[i], mail[i + 1]);
   };
 

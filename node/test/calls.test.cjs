@@ -140,7 +140,7 @@ test('a call ends with its signal, its timeout or close(), whichever is first', 
   await until(() => standin.held() === 4, 'four answers held back');
   const closed = framework.close();
   await assert.rejects(byClose, (error) => {
-    assert.equal(error.code, 'ZEF_CLOSED');
+    assert.deepEqual([error.code, error.method], ['ZEF_CLOSED', 'account.logout']);
     assert.match(error.stack.split('\n')[1], /calls\.test\.cjs/, 'the line of the caller');
     return true;
   });
