@@ -215,5 +215,5 @@ TEXT
 # install_node PRESET FOLDER: what the npm package in FOLDER takes from that preset.
 install_node() {
     cmake --install "build/$1" --component node --prefix "$2" --strip
-    notices "$(architecture_of "$1")" >"$2/THIRD-PARTY-NOTICES.txt"
+    [[ $1 != portable* ]] || notices "$(architecture_of "$1")" >"$2/THIRD-PARTY-NOTICES.txt"
 }
