@@ -95,29 +95,32 @@ void tst_Account::loginTypeIsReplaced()
 void tst_Account::missingServicesAreNamed_data()
 {
     textColumns("method", "getter", "message");
+    const auto missing = [](const char *method, const char *getter, const char *message) {
+        row(method, method, getter, message);
+    };
 
     for (const char *method :
          {"account.loginCallback", "account.logout", "account.switchAccount",
           "account.upgradeAccount", "account.downgradeAccount", "account.updateAccountInfo"}) {
-        row(method, "getLoginService", "sercice is nullptr");
+        missing(method, "getLoginService", "sercice is nullptr");
     }
     for (const char *method : {"account.getUrlWithAuthorizeCode", "account.loginWithSsid",
                                "account.loginWithRandcode"}) {
-        row(method, "getLoginService", "service is nullptr");
+        missing(method, "getLoginService", "service is nullptr");
     }
     for (const char *method : {"account.getJwkPublicKeyStr", "account.signPopToken",
                                "account.signLoginData", "account.generatePKCEParam"}) {
-        row(method, "getSignService", "service is nullptr");
+        missing(method, "getSignService", "service is nullptr");
     }
-    row("account.quickLogin", "getScheduler", "scheduler is nullptr");
-    row("account.getOfficeUserInfo", "getScheduler", "scheduler is nullptr");
-    row("account.queryWebviewCookies", "getCookieFactory", "factory is nullptr");
-    row("account.getAccountListInfo", "getAccount", "account is nullptr");
-    row("meeting.changeMeetingStatus", "getScheduler", "scheduler is null");
-    row("accessbase.getDeviceInfo", "getAccessbaseService", "accessbaseService is nullptr");
-    row("accessbase.getDeviceNetworkStatus", "getAccessbaseService",
-        "accessbaseService is nullptr");
-    row("accessbase.getDeviceHeader", "getAccessbaseService", "accessbaseService is nullptr");
+    missing("account.quickLogin", "getScheduler", "scheduler is nullptr");
+    missing("account.getOfficeUserInfo", "getScheduler", "scheduler is nullptr");
+    missing("account.queryWebviewCookies", "getCookieFactory", "factory is nullptr");
+    missing("account.getAccountListInfo", "getAccount", "account is nullptr");
+    missing("meeting.changeMeetingStatus", "getScheduler", "scheduler is null");
+    missing("accessbase.getDeviceInfo", "getAccessbaseService", "accessbaseService is nullptr");
+    missing("accessbase.getDeviceNetworkStatus", "getAccessbaseService",
+            "accessbaseService is nullptr");
+    missing("accessbase.getDeviceHeader", "getAccessbaseService", "accessbaseService is nullptr");
 }
 
 void tst_Account::missingServicesAreNamed()
