@@ -244,7 +244,7 @@ test('the page signs in and out, switches, answers the office suite and shows wh
   assert.equal(await page.locator('#events li').count(), 50);
 });
 
-test('the office suite closes the application, which waits for the library but not for ever', async () => {
+test('the office suite closes the application, which waits for the library but not forever', async () => {
   mock({ script: { logout: { times: 0 } } });
   let hasQuit = false;
   electron.app.once('quit', () => {

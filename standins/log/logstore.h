@@ -22,7 +22,7 @@ public:
     void setLogName(const wchar_t *name);
     void setProductName(const wchar_t *name);
     void aboutToQuit();
-    /// Owned by the store and valid for ever; null when there is no path.
+    /// Owned by the store and valid until the process ends; null when there is no path.
     const wchar_t *savePath();
     bool isThrowing() const { return m_isThrowing; }
 

@@ -110,7 +110,7 @@ void tst_Meeting::collectCallbackGoesToTheLibrary()
 
 void tst_Meeting::messagesBecomeTasks_data()
 {
-    textColumns("message", "task", "line"); // empty: refused
+    textColumns("message", "task", "line"); // no task: refused
 
     row("enter", R"({"msgType":"enterMeeting","meetingUrl":"u%2","accessCode":"%1"})",
         R"({"data":{"accessCode":"%1","meetingUrl":"u%2"},"dataType":"enterMeeting"})",
@@ -176,7 +176,7 @@ void tst_Meeting::lostMessagesAreRefused()
 
 void tst_Meeting::meetingDataIsAskedFor_data()
 {
-    textColumns("script", "task", "line"); // empty: none
+    textColumns("script", "task", "line"); // no task, no line: none comes
 
     const QByteArray entered =
         R"({"data":{"accessCode":"","meetingUrl":""},"dataType":"enterMeeting"})";

@@ -126,7 +126,7 @@ void tst_Services::domainsReachTheLibrary()
 
 void tst_Services::deviceHeaderIsRequested_data()
 {
-    textColumns("params", "request"); // empty: refused
+    textColumns("params", "request"); // no request: refused
 
     row("values become texts",
         R"({"deviceCode":{"b":2,"a":"x","d":true,"c":1.5,"e":{"n":1},"f":[1],"g":null}})",
