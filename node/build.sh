@@ -64,7 +64,7 @@ count() {
 }
 
 # What any Node.js has to pass; the rest of test/ is about the package and the example.
-readonly core=(calls events lifecycle loading exit load cost)
+readonly core=(calls channels events lifecycle loading exit load cost)
 
 core_files() { printf 'test/%s.test.cjs\n' "${core[@]}"; }
 
