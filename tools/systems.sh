@@ -62,10 +62,11 @@ make_root() {
     is_foreign "$architecture" && run=emulated
     as_root rm -rf "$folder.part"
     mkdir -p "$cache/archives-$architecture" "${folder%/*}"
-    "$run" debootstrap --variant=minbase --arch="$architecture" \
+    # The variable lets debootstrap bind devices where it may not make them: in a user namespace.
+    "$run" env container=lxc debootstrap --variant=minbase --arch="$architecture" \
         --cache-dir="$cache/archives-$architecture" --include="$(runtime_packages "$release")" \
-        "${suites[$release]}" "$folder.part" "$(debian_mirror)"
-    as_root mv "$folder.part" "$folder"
+        "${suites[$release]}" "$folder.part" "$(debian_mirror)" &&
+        as_root mv "$folder.part" "$folder"
 }
 
 # inside ARCHITECTURE FOLDER COMMAND...: runs COMMAND in that root file system.

@@ -165,7 +165,7 @@ void LogStore::setBaseDirectory(const std::string &directory)
 {
     // A relative one is meant from here, also when the process moves to another folder later. Not
     // by std::filesystem, which older C++ libraries lack.
-    const std::string given = directory.c_str();
+    const std::string given(directory, 0, directory.find('\0')); // as the system reads it
     const bool isRelative = !given.empty() && given.front() != '/';
     const std::unique_ptr<char, decltype(&std::free)> here(
         isRelative ? get_current_dir_name() : nullptr, std::free);
