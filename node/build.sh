@@ -79,7 +79,7 @@ check_node() {
 
 # Node.js 18 as a library, its main thread in GLib's default main loop as Electron's is.
 check_glib() {
-    configure release -DZEF_LIBNODE="$(fetch_libnode)"
+    configure release -DZEF_BUILD_ADDON=ON -DZEF_LIBNODE="$(fetch_libnode)"
     compile release zef_glibnode
     local host=$PWD/build/release/bin/zef_glibnode file
     for file in $(core_files) test/electron.test.cjs; do
