@@ -128,24 +128,32 @@ void Replies::answer(const Callback *callback, const char *text)
     }
 }
 
+/// Fills the block that all of them show, and reserves their addresses. The mutex is held.
+void Replies::prepare()
+{
+    if (m_file < 0) {
+        m_file = memoryFile();
+    }
+    if (m_file < 0 || ftruncate(m_file, kBlockSize) != 0) {
+        throw std::runtime_error("the system gives no memory to this process");
+    }
+    char *const block = mappedAt(nullptr, kBlockSize, PROT_READ | PROT_WRITE, MAP_SHARED, m_file);
+    for (std::size_t place = 0; place < kPerBlock; ++place) {
+        new (block + place * sizeof(Callback)) Callback;
+    }
+    munmap(block, kBlockSize);
+    m_isMapped.resize(kBlocks);
+}
+
 /// The mutex is held.
 char *Replies::mapped(std::size_t block)
 {
-    if (m_file < 0) {
-        const int file = memoryFile();
-        if (file < 0 || ftruncate(file, kBlockSize) != 0) {
-            throw std::runtime_error("the system gives no memory to this process");
-        }
-        char *const writable =
-            mappedAt(nullptr, kBlockSize, PROT_READ | PROT_WRITE, MAP_SHARED, file);
-        for (std::size_t place = 0; place < kPerBlock; ++place) {
-            new (writable + place * sizeof(Callback)) Callback;
-        }
-        munmap(writable, kBlockSize);
+    if (!m_range) {
         m_range = mappedAt(nullptr, kBlocks * kBlockSize, PROT_NONE,
                            MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1);
-        m_isMapped.resize(kBlocks);
-        m_file = file;
+    }
+    if (m_isMapped.empty()) {
+        prepare();
     }
     char *const address = m_range + block * kBlockSize;
     if (!m_isMapped[block]) {

@@ -45,6 +45,7 @@ private:
     class Callback;
 
     void answer(const Callback *callback, const char *text);
+    void prepare();
     char *mapped(std::size_t block);
 
     mutable std::mutex m_mutex; // guards everything below; held over no call out
