@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# node/build.sh [--quick | --native | --fill]: builds and tests the npm package; ./dev node calls it,
-# and ./dev package packs it.
+# node/build.sh [--quick | --native | --fill [arm64] | --node VERSION ARCHITECTURE]: builds and tests the
+# npm package; ./dev node calls it, and ./dev package packs it.
 #
 # With --native the other architecture is left out, and so are the other versions of Node.js. --quick is
 # for every day: the release build of this machine, its Node.js, without what is tested on the packed
-# package, with tools around it and in GLib's main loop. --fill
-# only fills the package's folders for this machine, so that it can be used from here. The long forms
-# of the tests run when ZEF_LONG is set. Versions of Node.js are kept in the cache folder of the user.
+# package, with tools around it and in GLib's main loop. --fill only fills the package's folders from
+# the release build of this machine, and for arm64 as well, so that it can be used from here. --node
+# fetches that Node.js and prints where it is. The long forms of the tests run when ZEF_LONG is set. Versions of Node.js are kept in the cache folder of the user.
 set -euo pipefail
 shopt -s inherit_errexit
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -115,20 +115,27 @@ check_foreign() {
 }
 
 mode=${1:-}
-[[ $mode =~ ^(--quick|--native|--fill)?$ ]] || die "the npm package knows no option '$mode'"
+[[ $mode =~ ^(--quick|--native|--fill|--node)?$ ]] || die "the npm package knows no option '$mode'"
 [[ -n $(command -v node) && -n $(command -v npm) ]] || need nodejs npm
-[[ $mode == --fill ]] || need chromium
 mkdir -p build/log
-[[ $mode == --quick ]] || need_portable
+if [[ $mode == --node ]]; then
+    fetch_node "$2" "$3"
+    exit
+fi
+[[ $mode == --fill ]] || need chromium
+[[ $mode == --quick || $mode$# == --fill1 ]] || need_portable
 (cd node && quietly "Fetching the npm packages" npm ci --ignore-scripts)
 rm -rf node/prebuilds node/mock
 case $mode$(dpkg --print-architecture) in
---quick*) native=release other= ;;
+--quick* | --fill*) native=release other= ;;
 *arm64) native=portable-arm64 other=portable ;;
 *) native=portable other=portable-arm64 ;;
 esac
 fill "$native"
-[[ $mode != --fill ]] || exit 0
+if [[ $mode == --fill ]]; then
+    [[ ${2:-} != arm64 ]] || fill portable-arm64
+    exit
+fi
 if [[ -z $mode ]]; then
     fill "$other"
 fi
