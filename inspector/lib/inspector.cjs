@@ -1,15 +1,13 @@
 'use strict';
 
-const fs = require('node:fs');
-const path = require('node:path');
-const { execFile } = require('node:child_process');
 const { isMainThread } = require('node:worker_threads');
-const { mock } = require('zelectronframework');
 const { description, eventNames, taskNames } = require('./description.cjs');
 const { HeadStream, headOf } = require('./heads.cjs');
 const { Measures } = require('./measures.cjs');
 const { MockLog } = require('./mocklog.cjs');
-const { recordingText } = require('./recording.cjs');
+const { MockPanel, mockState } = require('./mockpanel.cjs');
+const { Recorder } = require('./recorder.cjs');
+const { replayApart } = require('./replayapart.cjs');
 const { Secrets } = require('./secrets.cjs');
 const { Refusal, Server } = require('./server.cjs');
 const { slices } = require('./slices.cjs');
@@ -19,8 +17,6 @@ const { Watch } = require('./watch.cjs');
 const version = require('zelectronframework/package.json').version;
 const mostFound = 5000;
 const mostHeads = 5000;
-const program = path.join(__dirname, '../bin/inspector.cjs');
-const replayLimit = 120_000;
 
 const number = (text, otherwise) => (/^\d{1,15}$/.test(text ?? '') ? Number(text) : otherwise);
 
@@ -38,10 +34,9 @@ class Inspector {
   #log;
   #runs = new Map(); // id that the page gave -> AbortController
   #subscriptions = new Map();
-  #recording; // { from, started, header } while one is made
-  #plans = new Map(); // what the mock is to do later: id -> { at, command, timer }
-  #lastPlan = 0;
   #unfollow;
+  #mock;
+  #recorder;
 
   constructor(framework, options = {}) {
     this.#framework = framework;
@@ -50,6 +45,8 @@ class Inspector {
       bytes: options.memoryBytes,
       onLoss: (entry) => this.#secrets.learn(entry),
     });
+    this.#mock = new MockPanel(this.#store, this.#secrets);
+    this.#recorder = new Recorder(this.#store, this.#secrets, options);
     this.#watch = new Watch(this.#store, { where: options.where });
     this.#measures = new Measures(this.#store);
     const api = {
@@ -72,7 +69,7 @@ class Inspector {
     this.#watch.stop();
     this.#measures.stop();
     this.#log?.stop();
-    for (const { timer } of this.#plans.values()) clearTimeout(timer);
+    this.#mock.close();
     for (const stream of this.#streams) stream.close();
     for (const subscription of this.#subscriptions.values()) subscription.dispose();
     this.#server.close();
@@ -187,7 +184,7 @@ class Inspector {
       running: this.#framework.running,
       isReadOnly: Boolean(this.#options.readOnly),
       isMock: mockState() !== undefined,
-      isRecording: this.#recording !== undefined,
+      isRecording: this.#recorder.isRecording,
       hasFolder: this.#options.recordings !== undefined,
       subscribed: [...this.#subscriptions.keys()],
       process: `${process.title} ${process.pid}`,
@@ -248,138 +245,16 @@ class Inspector {
     for (const task of taskNames) this.#subscribe({ task, on: true });
   }
 
-  // ---- the mock
-
-  #mockState() {
-    const state = mockState();
-    if (!state) throw new Refusal(409, 'the account library is not the mock');
-    const plans = [...this.#plans].map(([id, { at, command }]) => ({
-      id,
-      in: at - Date.now(),
-      command,
-    }));
-    return { state: this.#secrets.state(state), plans };
-  }
-
-  #mock({ command, afterMs = 0 }) {
-    if (!(afterMs > 0)) this.#carryOut(command);
-    else {
-      const id = ++this.#lastPlan;
-      const timer = setTimeout(() => {
-        this.#plans.delete(id);
-        try {
-          this.#carryOut(command);
-        } catch (error) {
-          this.#note(error.message);
-        }
-      }, afterMs).unref();
-      this.#plans.set(id, { at: Date.now() + afterMs, command, timer });
-    }
-    return this.#mockState();
-  }
-
-  #carryOut(command) {
-    const known = this.#withSecrets(command);
-    mock(known);
-    const name = Object.keys(command).join(', ');
-    this.#store.add({ kind: 'mock', name, text: JSON.stringify(known) });
-  }
-
-  #cancelPlan({ id }) {
-    clearTimeout(this.#plans.get(id)?.timer);
-    this.#plans.delete(id);
-    return this.#mockState();
-  }
-
-  /** The page was given placeholders; what it sends back means the secrets. */
-  #withSecrets(value) {
-    return JSON.parse(JSON.stringify(value), (_, each) =>
-      typeof each === 'string' ? this.#secrets.revealed(each) : each,
-    );
-  }
-
   // ---- recordings
 
   #startRecording() {
-    const state = mockState();
-    const header = {
-      framework: version,
-      libraries: state ? 'mock' : 'real',
-      settings: { ...defaultSettings, ...this.#options.settings },
-    };
-    const isWhole = !this.#framework.running;
-    header.began = isWhole ? 'before init' : 'running';
-    if (state && !isWhole) header.settings.standin = seedOf(state, header.settings.standin);
-    this.#recording = { from: this.#store.next, started: this.#store.now(), header, isWhole };
+    this.#recorder.start(this.#framework.running);
     this.#tell({ recording: true });
   }
 
-  async #stopRecording({ masked = true, name, from }) {
-    const recording = this.#recording ?? { from: 0, started: 0 };
-    const { header, isWhole } = recording;
-    if (!header) throw new Refusal(409, 'nothing is recorded');
-    const to = this.#store.next;
-    this.#recording = undefined;
+  #stopRecording(body) {
     this.#tell({ recording: false });
-    await this.#learnAll();
-    const settings = this.#settingsOf(header, isWhole, recording.from, to);
-    const text = await recordingText({
-      from: from ?? recording.from,
-      to,
-      started: recording.started,
-      header: { ...header, masked, settings: masked ? this.#secrets.state(settings) : settings },
-      entryOf: (seq) => {
-        const entry = this.#store.get(seq);
-        return entry && masked ? this.#secrets.masked(entry) : entry;
-      },
-    });
-    return { text, file: name === undefined ? undefined : this.#save(name, text) };
-  }
-
-  /** Where init is part of the recording, its settings are the ones to start with. */
-  #settingsOf(header, isWhole, from, to) {
-    for (let seq = from; isWhole && seq < to; ++seq) {
-      const entry = this.#store.get(seq);
-      if (entry?.name === 'init' && !entry.cut) return JSON.parse(entry.params);
-    }
-    return header.settings;
-  }
-
-  #save(name, text) {
-    const { recordings } = this.#options;
-    if (recordings === undefined) throw new Refusal(409, 'started without a folder for recordings');
-    if (!/^[\w-][\w.-]{0,99}$/.test(name)) throw new Refusal(400, 'not a name for a file');
-    const file = path.join(recordings, name.endsWith('.jsonl') ? name : `${name}.jsonl`);
-    try {
-      fs.writeFileSync(file, text, { flag: 'wx', mode: 0o600 }); // follows no link
-    } catch (error) {
-      throw new Refusal(409, error.code === 'EEXIST' ? `${name} exists already` : error.message);
-    }
-    return file;
-  }
-
-  /** In a process of its own: the mock is one for a process, and this one's is in use. */
-  #replay({ text }) {
-    return new Promise((resolve, reject) => {
-      const child = execFile(
-        process.execPath,
-        [program, 'replay', '--json', '-'],
-        {
-          timeout: replayLimit,
-          maxBuffer: 64 * 2 ** 20,
-          env: { ...process.env, ELECTRON_RUN_AS_NODE: '1' },
-        },
-        (error, output, errors) => {
-          try {
-            resolve(JSON.parse(output));
-          } catch {
-            reject(new Refusal(422, errors.trim() || error?.message || 'the replay did not end'));
-          }
-        },
-      );
-      child.stdin.on('error', () => {}); // it ended before it had read everything
-      child.stdin.end(String(text));
-    });
+    return this.#recorder.stop(body, this.#learnAll());
   }
 
   // ---- what the page may ask
@@ -390,22 +265,22 @@ class Inspector {
       ['/api/heads', (query) => this.#heads(query)],
       ['/api/search', (query) => this.#search(query)],
       ['/api/measures', ({ since }) => this.#measures.read(number(since, -1))],
-      ['/api/mock', () => this.#mockState()],
+      ['/api/mock', () => this.#mock.read()],
     ]);
   }
 
   #actions() {
     const actions = new Map([
       ['/api/reveal', (body) => this.#reveal(body)],
-      ['/api/replay', (body) => this.#replay(body)],
+      ['/api/replay', (body) => replayApart(body)],
     ]);
     const changing = {
       run: (body) =>
-        this.#run({ ...body, params: this.#withSecrets(body.params ?? null) ?? undefined }),
+        this.#run({ ...body, params: this.#secrets.withSecrets(body.params ?? null) ?? undefined }),
       abort: (body) => this.#abort(body),
       subscribe: (body) => this.#subscribe(body),
-      mock: (body) => this.#mock(body),
-      cancelPlan: (body) => this.#cancelPlan(body),
+      mock: (body) => this.#mock.tell(body),
+      cancelPlan: (body) => this.#mock.cancel(body),
       startRecording: () => this.#startRecording(),
       stopRecording: (body) => this.#stopRecording(body),
     };
@@ -425,28 +300,6 @@ class Inspector {
     }
     return actions;
   }
-}
-
-const defaultSettings = {
-  app: {
-    appName: 'replay',
-    productName: 'replay',
-    version: '1.0.0',
-    localStoragePath: '/var/tmp/replay',
-  },
-};
-
-function mockState() {
-  try {
-    return mock();
-  } catch {
-    return undefined;
-  }
-}
-
-/** The mock as it is now, as settings with which another one starts in the same state. */
-function seedOf({ accounts, users, currentUserId, office }, standin) {
-  return { ...standin, accounts, users, currentUserId, office, initFinishedAfterMs: -1 };
 }
 
 module.exports = { Inspector };

@@ -30,9 +30,13 @@ class Secrets {
     return this.#values.get(name);
   }
 
-  /** A text with its placeholders replaced by what they stand for. */
-  revealed(text) {
-    return text.replace(/\{\{[\w-]+:\d+\}\}/g, (name) => this.#values.get(name) ?? name);
+  /** A value that the page sent, which was given placeholders and means the secrets. */
+  withSecrets(value) {
+    return JSON.parse(JSON.stringify(value), (_, each) =>
+      typeof each === 'string'
+        ? each.replace(/\{\{[\w-]+:\d+\}\}/g, (name) => this.#values.get(name) ?? name)
+        : each,
+    );
   }
 
   /** \returns the entry with its secrets replaced; what is found counts from now on. */

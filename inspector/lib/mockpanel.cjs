@@ -1,0 +1,77 @@
+'use strict';
+
+const { mock } = require('zelectronframework');
+const { Refusal } = require('./server.cjs');
+
+/** \returns what the mock knows; undefined when the account library is not the mock. */
+function mockState() {
+  try {
+    return mock();
+  } catch {
+    return undefined;
+  }
+}
+
+/** What the page tells the mock, at once or later. */
+class MockPanel {
+  #store;
+  #secrets;
+  #plans = new Map(); // what the mock is to do later: id -> { at, command, timer }
+  #lastPlan = 0;
+
+  constructor(store, secrets) {
+    this.#store = store;
+    this.#secrets = secrets;
+  }
+
+  close() {
+    for (const { timer } of this.#plans.values()) clearTimeout(timer);
+    this.#plans.clear();
+  }
+
+  read() {
+    const state = mockState();
+    if (!state) throw new Refusal(409, 'the account library is not the mock');
+    const plans = [...this.#plans].map(([id, { at, command }]) => ({
+      id,
+      in: at - Date.now(),
+      command,
+    }));
+    return { state: this.#secrets.state(state), plans };
+  }
+
+  tell({ command, afterMs = 0 }) {
+    if (afterMs > 0) this.#plan(command, afterMs);
+    else this.#carryOut(command);
+    return this.read();
+  }
+
+  cancel({ id }) {
+    clearTimeout(this.#plans.get(id)?.timer);
+    this.#plans.delete(id);
+    return this.read();
+  }
+
+  #plan(command, afterMs) {
+    const id = ++this.#lastPlan;
+    const due = () => {
+      this.#plans.delete(id);
+      try {
+        this.#carryOut(command);
+      } catch (error) {
+        this.#store.add({ kind: 'note', name: 'mock', text: error.message });
+      }
+    };
+    const timer = setTimeout(due, afterMs).unref();
+    this.#plans.set(id, { at: Date.now() + afterMs, command, timer });
+  }
+
+  #carryOut(command) {
+    const known = this.#secrets.withSecrets(command);
+    mock(known);
+    const name = Object.keys(command).join(', ');
+    this.#store.add({ kind: 'mock', name, text: JSON.stringify(known) });
+  }
+}
+
+module.exports = { MockPanel, mockState };
