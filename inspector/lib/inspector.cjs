@@ -20,6 +20,15 @@ const mostHeads = 5000;
 
 const number = (text, otherwise) => (/^\d{1,15}$/.test(text ?? '') ? Number(text) : otherwise);
 
+/** The application's own frames of a call: what is above them publishes it. */
+function framesOf({ stack }) {
+  const frames = stack.split('\n').slice(1);
+  const first = frames.findIndex(
+    (frame) => !/diagnostics_channel|ElectronFramework\.|Trace\./.test(frame),
+  );
+  return frames.slice(Math.max(0, first)).map((frame) => frame.trim());
+}
+
 /** One window on the frameworks of this thread: what it keeps, and what its page may ask. */
 class Inspector {
   #framework;
@@ -129,10 +138,7 @@ class Inspector {
 
   #shown(entry) {
     const { where, isMeasured: _, ...masked } = this.#secrets.masked(entry);
-    const frames = where?.stack
-      ?.split('\n')
-      .slice(1)
-      .map((frame) => frame.trim());
+    const frames = where && framesOf(where);
     return { ...masked, where: frames };
   }
 
