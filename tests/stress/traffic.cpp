@@ -47,7 +47,9 @@ void Traffic::sendOther(Dice &dice, Thread thread)
         m_run.account.writeLog("warning", "stress %1 \n", thread);
         break;
     default:
-        m_messages += m_run.account.sendMessage(dice.pick(kMessages), thread, dice.pick(kContexts));
+        const std::string foreign = dice.foreignText();
+        m_messages += m_run.account.sendMessage(foreign.empty() ? dice.pick(kMessages) : foreign,
+                                                thread, dice.pick(kContexts));
     }
 }
 
