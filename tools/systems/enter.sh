@@ -9,8 +9,10 @@ shift 3
 layer=$(mktemp -d)
 mount -t tmpfs layer "$layer"
 mkdir "$layer"/{changes,work,root}
-mount -t overlay overlay "$layer/root" \
-    -o "lowerdir=$root,upperdir=$layer/changes,workdir=$layer/work"
+options=lowerdir=$root,upperdir=$layer/changes,workdir=$layer/work
+# In a user namespace the marks of an overlay have to be those of a user.
+grep -q ' 4294967295$' /proc/self/uid_map || options+=,userxattr
+mount -t overlay overlay "$layer/root" -o "$options"
 cd "$layer/root"
 mount -t proc proc proc
 mount --rbind /dev dev
