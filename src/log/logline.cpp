@@ -7,8 +7,10 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstring>
 #include <memory>
+#include <optional>
 
 namespace {
 
@@ -17,8 +19,39 @@ constexpr quint64 kHighBits = Q_UINT64_C(0x8080808080808080);
 
 constexpr wchar_t kReplacement = 0xfffd;
 
-/// Up to so many wide characters a line is built on the stack. A longer one is allocated.
+/// Up to so many wide characters a line is built on the stack.
 constexpr std::size_t kStackRoom = 2048;
+
+/// Up to so many, which is a megabyte, in a block that is kept for the next line: freed, it would go
+/// back to the system, and to fault it in again costs more than to write the line.
+constexpr std::size_t kKeptRoom = 1U << 18U;
+std::atomic<wchar_t *> s_keptRoom{nullptr};
+
+class HeapRoom
+{
+public:
+    explicit HeapRoom(std::size_t size) : m_isKept(size <= kKeptRoom)
+    {
+        m_room.reset(m_isKept ? s_keptRoom.exchange(nullptr) : nullptr);
+        if (!m_room) {
+            m_room.reset(new wchar_t[std::max(size, kKeptRoom)]);
+        }
+    }
+    ~HeapRoom()
+    {
+        if (m_isKept) {
+            m_room.reset(s_keptRoom.exchange(m_room.release()));
+        }
+    }
+    HeapRoom(const HeapRoom &) = delete;
+    HeapRoom &operator=(const HeapRoom &) = delete;
+
+    wchar_t *get() const { return m_room.get(); }
+
+private:
+    std::unique_ptr<wchar_t[]> m_room;
+    const bool m_isKept;
+};
 
 /// Widens the ASCII characters that a text begins with; next ends behind them. What is behind the
 /// returned place may be written to, as far as the text would reach.
@@ -78,7 +111,7 @@ void writeLine(wchar_t *place, QLatin1String function, QLatin1String text,
     place = std::copy(function.begin(), function.end(), place);
     *place++ = L' ';
     for (const char *next = text.begin(); next != text.end(); ++next) {
-        const auto index = *next == '%' ? static_cast<std::size_t>(next[1] - '1') : values.size();
+        const auto index = *next == '%' ? std::size_t(uchar(next[1])) - '1' : values.size();
         if (index < values.size()) {
             place = (values.begin() + index)->writeTo(place);
             ++next;
@@ -96,16 +129,17 @@ void logAt(const wchar_t *level, const char *function, const char *text,
     if (!logProxy || !logProxy->isWriting()) {
         return;
     }
-    const QLatin1String name(function);
-    const QLatin1String form(text);
-    auto size = static_cast<std::size_t>(name.size() + form.size() + 2);
+    auto size = std::strlen(function) + std::strlen(text) + 2;
     for (const LogText &value : values) {
         size += value.maximumSize();
     }
     wchar_t stackRoom[kStackRoom];
-    const std::unique_ptr<wchar_t[]> heapRoom(size > kStackRoom ? new wchar_t[size] : nullptr);
-    wchar_t *const line = heapRoom ? heapRoom.get() : stackRoom;
-    writeLine(line, name, form, values);
+    std::optional<HeapRoom> heapRoom;
+    if (size > kStackRoom) {
+        heapRoom.emplace(size);
+    }
+    wchar_t *const line = heapRoom ? heapRoom->get() : stackRoom;
+    writeLine(line, QLatin1String(function), QLatin1String(text), values);
     logProxy->write(level, L"zelectronframework", line);
 }
 
