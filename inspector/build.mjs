@@ -9,12 +9,13 @@ const path = (name) => new URL(name, here).pathname;
 
 mkdirSync(path('dist'), { recursive: true });
 await build({
-  entryPoints: [path('page/main.jsx')],
+  entryPoints: [path('page/main.js')],
   outfile: path('dist/page.js'),
   bundle: true,
   minify: true,
   format: 'esm',
   target: 'chrome110',
+  loader: { '.js': 'jsx' },
   jsx: 'automatic',
   jsxImportSource: 'preact',
   legalComments: 'inline',

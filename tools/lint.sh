@@ -70,7 +70,7 @@ failed=0
 
 mapfile -t scripts < <(candidates dev .ci/run '*.sh')
 mapfile -t sources < <(candidates '*.h' '*.cpp')
-mapfile -t web < <(candidates '*.js' '*.jsx' '*.cjs' '*.mjs' '*.ts' '*.cts' '*.mts' '*.css')
+mapfile -t web < <(candidates '*.js' '*.cjs' '*.mjs' '*.ts' '*.cts' '*.mts' '*.css')
 (cd tools/lint && quietly "Fetching the npm packages of lint" npm ci --ignore-scripts)
 check "Checking scripts" check_scripts "${scripts[@]}"
 check "Checking format" check_format "${sources[@]}"

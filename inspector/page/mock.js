@@ -1,7 +1,7 @@
 import { useEffect, useState } from 'preact/hooks';
 import { get, post } from './connection.js';
 import { entries } from './entries.js';
-import { Json } from './tree.jsx';
+import { Json } from './tree.js';
 
 const operations = [
   'logout',

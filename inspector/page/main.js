@@ -1,11 +1,11 @@
 import { render } from 'preact';
 import { useState } from 'preact/hooks';
-import { Charts } from './charts.jsx';
+import { Charts } from './charts.js';
 import { entries, useEntries } from './entries.js';
-import { Explorer } from './explorer.jsx';
-import { Mock } from './mock.jsx';
-import { Replay } from './replay.jsx';
-import { Timeline } from './timeline.jsx';
+import { Explorer } from './explorer.js';
+import { Mock } from './mock.js';
+import { Replay } from './replay.js';
+import { Timeline } from './timeline.js';
 import 'uplot/dist/uPlot.min.css';
 import './style.css';
 

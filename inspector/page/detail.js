@@ -2,7 +2,7 @@ import { useEffect, useState } from 'preact/hooks';
 import { get } from './connection.js';
 import { copy, forms } from './copy.js';
 import { entries, useEntries } from './entries.js';
-import { Json } from './tree.jsx';
+import { Json } from './tree.js';
 
 const mostMeanwhile = 200;
 const mostLookedAt = 5000;

@@ -1,5 +1,5 @@
 import { useEffect, useMemo, useRef, useState } from 'preact/hooks';
-import { Detail } from './detail.jsx';
+import { Detail } from './detail.js';
 import { entries, useEntries } from './entries.js';
 import { readSearch, search } from './filter.js';
 

@@ -1,8 +1,8 @@
 import { useEffect, useMemo, useState } from 'preact/hooks';
 import { get, post } from './connection.js';
 import { entries, useEntries } from './entries.js';
-import { Form } from './form.jsx';
-import { Json } from './tree.jsx';
+import { Form } from './form.js';
+import { Json } from './tree.js';
 
 let lastRun = 0;
 const historyKey = 'zelectronframework-inspector-history';
