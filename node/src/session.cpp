@@ -14,7 +14,7 @@ void Session::start(const StartRequest &request, const EarlyListeners &listeners
             outcome = "task " + refused;
         } else if (!keepShare()) {
             endSubscriptions();
-            shared.desert();
+            shared.abandon();
         }
     }
     m_mailbox->post(Mailbox::Kind::outcome, m_id, outcome);
@@ -38,7 +38,7 @@ void Session::abandon()
     m_mailbox->close();
     if (takeShare()) {
         endSubscriptions();
-        SharedFramework::instance().desert();
+        SharedFramework::instance().abandon();
     }
 }
 

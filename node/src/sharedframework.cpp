@@ -48,7 +48,7 @@ std::string SharedFramework::join(const StartRequest &request)
         ++m_shares;
         return "joined";
     }
-    stop(); // one that was deserted
+    stop(); // one that was abandoned
     failure = start(request);
     if (!failure.empty()) {
         return failure;
@@ -65,7 +65,7 @@ void SharedFramework::leave()
     }
 }
 
-void SharedFramework::desert()
+void SharedFramework::abandon()
 {
     --m_shares;
 }

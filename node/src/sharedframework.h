@@ -47,7 +47,7 @@ public:
 
     /// Returns a share without waiting for anything: a framework that nobody uses any more runs on
     /// until the process ends or the next one joins, who gets a new one. Thread: any.
-    void desert();
+    void abandon();
 
     /// Runs a join or leave on a thread of its own. Throws when there is no thread to be had.
     void runApart(std::function<void()> change);
