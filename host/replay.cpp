@@ -1,10 +1,13 @@
 #include "replay.h"
 
+#include "standins.h"
+
 namespace zefhost {
 
 namespace {
 
 constexpr Replay::Milliseconds kQuiet{50};
+constexpr int kLongestMockWait = 5000; // ms
 constexpr Replay::Milliseconds kInterruptSlice{100};
 
 Json valueOf(const Json &object, const char *key)
@@ -143,6 +146,7 @@ std::vector<Finding> Replay::judge(const Command &command, const std::string &ke
 
 void Replay::settle()
 {
+    waitForMock(kLongestMockWait);
     std::unique_lock<std::mutex> lock(m_mutex);
     for (std::size_t before = m_count + 1; before != m_count;) {
         before = m_count;

@@ -112,6 +112,13 @@ bool raiseEvent(const std::string &event)
                                            zefstandin::Thread::library);
 }
 
+void waitForMock(int milliseconds)
+{
+    if (zefstandin::AccountControl *control = loadedAccountControl()) {
+        control->waitUntilIdle(milliseconds);
+    }
+}
+
 bool tellMock(const std::string &json)
 {
     const auto command = symbolOf<decltype(&zefAccountStandinCommand)>(

@@ -27,6 +27,9 @@ std::string lastLogErrors();
 /// \return false when there is no such event or no stand-in of the account library.
 bool raiseEvent(const std::string &event);
 
+/// Waits until the stand-in of the account library has nothing on its way, for at most that long.
+void waitForMock(int milliseconds);
+
 /// Tells the stand-in of the account library what control.h of it describes, a JSON object.
 /// \return false when it refuses or there is none.
 bool tellMock(const std::string &json);

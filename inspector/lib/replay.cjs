@@ -10,6 +10,7 @@ const { Secrets } = require('./secrets.cjs');
 const packages = { framework: require('zelectronframework/package.json').version };
 
 const settleMilliseconds = 50;
+const mostSettleMilliseconds = 5000;
 
 const short = (value) => {
   const text = value === undefined ? 'nothing' : JSON.stringify(value);
@@ -51,10 +52,14 @@ class Arrivals {
     this.#queues.clear();
   }
 
+  /** Waits until nothing more comes. A machine that is busy elsewhere needs longer to tell. */
   async settle() {
-    for (let before = -1; before !== this.#count; ) {
-      before = this.#count;
+    const end = Date.now() + mostSettleMilliseconds;
+    for (let isQuiet = false; !isQuiet && Date.now() < end; ) {
+      const [count, begin] = [this.#count, Date.now()];
       await pause(settleMilliseconds);
+      const isInTime = Date.now() - begin < 2 * settleMilliseconds;
+      isQuiet = isInTime && count === this.#count && !mock().busy;
     }
   }
 

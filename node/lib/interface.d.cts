@@ -968,4 +968,6 @@ export interface MockState {
   };
   /** The operations whose answers are held. */
   held: string[];
+  /** Something is on its way from the mock to the framework. */
+  busy: boolean;
 }

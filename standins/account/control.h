@@ -160,5 +160,6 @@ extern "C" zefstandin::AccountControl *zefAccountStandinControl();
 ///             (true: gives all held answers). What arrives does so on a library thread.
 /// \return JSON text that the caller gives to free(): {"error": text}, which says what was not done; or
 ///         state() with "scripts" (operation to number of calls that its script is still for, -1
-///         for all) and "held" (names of the operations whose answers are held).
+///         for all), "held" (names of the operations whose answers are held) and "busy" (something is
+///         queued or being delivered).
 extern "C" char *zefAccountStandinCommand(const char *json);

@@ -92,7 +92,7 @@ QVariantMap answerTo(const char *json)
         return {{"error", error}};
     }
 
-    const AccountControl &control = *keeperControl();
+    AccountControl &control = *keeperControl();
     QVariantMap answer = *objectFromText(control.state());
     answer.insert("scripts", Keeper::instance().remaining());
     QStringList held;
@@ -100,6 +100,7 @@ QVariantMap answerTo(const char *json)
         held.append(QString::fromStdString(waiting.name));
     }
     answer.insert("held", held);
+    answer.insert("busy", !control.waitUntilIdle(0));
     return answer;
 }
 
