@@ -204,7 +204,7 @@ test('the page signs in and out, switches, answers the office suite and shows wh
   // a required field, a wrong code, buttons that are disabled while an answer is awaited
   await page.getByText('Sign in with code').click();
   assert.equal(await page.locator('#code:invalid').count(), 1);
-  standin.script('loginCallback', '{"delayMs":100}');
+  standin.script('loginCallback', '{"delayMs":1000}');
   await page.fill('#code', 'wrong');
   await page.keyboard.press('Enter');
   await page.locator('#ready[aria-busy=true]').waitFor();
