@@ -2,9 +2,9 @@
 
 #include "json/jsonwriter.h"
 
-/// A JSON array of strings, each of them the text of one flat JSON object: for lists too long for a
-/// map and a text of each entry. It is what JsonWriter makes of a QStringList of such texts,
-/// written at once and escaped only once.
+/// Writes a JSON array of strings, each of which is the text of one flat JSON object. For long
+/// lists: it creates no map and no text per entry and escapes only once. The result is that of
+/// JsonWriter for a QStringList of such texts.
 ///
 /// The caller adds the members of one object after the other, their keys in ascending order. Keys
 /// need no escape and outlive endObject(). An object has at least one member.
@@ -16,7 +16,7 @@ public:
     void add(QLatin1String key, const QByteArray &value);
     void add(QLatin1String key, bool value);
     void add(QLatin1String key, int value);
-    /// A pointer would become a bool silently.
+    /// Without it, a pointer would silently become a bool.
     template <typename T>
     void add(QLatin1String key, const T *value) = delete;
 

@@ -12,13 +12,13 @@
 
 namespace {
 
-/// Qt's own: objects and arrays within each other. It also bounds the stack.
+/// Nesting of objects and arrays; the same limit as Qt's. It also bounds the stack.
 constexpr int kDepthLimit = 1024;
 constexpr double kLongLongLimit = 9223372036854775808.0; // 2^63
-/// Any number of so many digits is a qlonglong.
+/// Any number with this many digits fits a qlonglong.
 constexpr int kSafeDigits = 18;
 
-/// The character that a letter behind a backslash stands for: most stand for themselves.
+/// The character that a backslash and a letter stand for; most letters stand for themselves.
 constexpr std::array<char, 128> makeEscapedCharacters()
 {
     std::array<char, 128> characters{};
@@ -53,9 +53,9 @@ void putCode(uint code, ushort *&out)
     }
 }
 
-/// The texts of keys that came before. Hosts send the same few keys with every call, and to share a
-/// text costs a fifth of making it anew. Each thread has its own, of bounded size: threads that count
-/// the references of one text would wait for each other.
+/// Texts of keys that were read before. Hosts send the same few keys with every call, and sharing a
+/// text costs a fifth of creating it. Each thread has its own cache of bounded size, because
+/// threads that count the references of one text would contend for it.
 class KeyCache
 {
 public:
@@ -91,7 +91,7 @@ private:
     std::array<Entry, 1 << kEntryBits> m_entries;
 };
 
-// Of a trivial type, so that they can be read while the thread ends.
+// Trivial types, so that they can be read while the thread ends.
 thread_local KeyCache *t_keyCache = nullptr;
 thread_local bool t_isEnding = false;
 
@@ -113,9 +113,9 @@ KeyCache *KeyCache::ofThread()
     return t_keyCache;
 }
 
-/// Reads one document with the grammar of Qt's parser, its leniencies included: strings may hold
-/// control characters, and a backslash may stand before any character. After a false result the
-/// position and the values are meaningless; the caller drops them all.
+/// Reads one document with the grammar of Qt's parser, including what it tolerates: control
+/// characters in strings, and a backslash before any character. After a false result the position
+/// and the values are meaningless; the caller drops them.
 class Reader
 {
 public:
@@ -191,7 +191,7 @@ private:
     KeyCache *m_keyCache = nullptr;
 };
 
-/// The caller has skipped the space; something follows.
+/// The caller has skipped white space, and the text has not ended.
 bool Reader::value(QVariant &value)
 {
     QString text;
@@ -251,8 +251,9 @@ bool Reader::object(QVariantMap &map)
         if (!token('"') || !this->key(key) || !token(':') || !skipSpace()) {
             return false;
         }
-        // Read in place: inserting replaces what an earlier member of this key left. The hint saves
-        // the search when members come in the order of their keys, as other writers sort them too.
+        // Read in place: inserting replaces the value of an earlier member with this key. The hint
+        // avoids the search when members come in the order of their keys, as many writers sort
+        // them.
         if (!value(*map.insert(map.constEnd(), key, QVariant()))) {
             return false;
         }
@@ -316,7 +317,7 @@ bool Reader::number(QVariant &value)
     return true;
 }
 
-/// Leaves to Qt what a number is worth and whether it is one: "-", "1." and "1e" come here, too.
+/// Lets Qt decide the value of a number and whether it is one: "-", "1." and "1e" get here, too.
 bool Reader::unusualNumber(const char *start, bool isWhole, QVariant &value) const
 {
     const QByteArray text = QByteArray::fromRawData(start, int(m_at - start));
@@ -370,7 +371,7 @@ const char *Reader::runEnd(const char *at) const
     return at;
 }
 
-/// Begins behind the opening quote and ends behind the closing one.
+/// Begins after the opening quote and ends after the closing one.
 bool Reader::string(QString &string)
 {
     const char *const start = m_at;
@@ -440,7 +441,7 @@ bool Reader::markedString(const char *start, QString &string)
     return true;
 }
 
-/// Begins at the backslash; a character follows it.
+/// Begins at the backslash, which is not the last character.
 inline bool Reader::escape(ushort *&out)
 {
     const char letter = m_at[1];

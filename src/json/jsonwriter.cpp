@@ -13,12 +13,12 @@
 
 namespace {
 
-/// Objects and arrays within each other that are written here; Qt goes on below.
+/// Nesting of objects and arrays that is written here; Qt writes what is deeper.
 constexpr int kDepthLimit = 1024;
-/// Up to here every whole number is a double of its own, so that its digits are those Qt writes.
+/// Up to this limit every whole number has an exact double, so that its digits are those Qt writes.
 constexpr double kExactWholeNumbers = 9007199254740992.0; // 2^53
 
-/// The letter behind the backslash for each ASCII character that is escaped, else 0.
+/// The letter of the escape for each ASCII character that has one, else 0.
 constexpr std::array<char, 128> makeEscapeLetters()
 {
     std::array<char, 128> letters{};
@@ -79,7 +79,8 @@ inline void putNonAscii(uint code, char *&out)
     *out++ = char(0x80 | (code & 0x3f));
 }
 
-/// One character, which may be a surrogate pair, in at most seven bytes. Gives where the next begins.
+/// Writes one character, possibly a surrogate pair, in at most seven bytes. Returns where the next
+/// begins.
 inline const ushort *putCharacter(const ushort *at, const ushort *end, Strings strings, char *&out)
 {
     const ushort unit = *at++;
@@ -99,7 +100,7 @@ inline const ushort *putCharacter(const ushort *at, const ushort *end, Strings s
     return at;
 }
 
-/// As above, from UTF-8. What is not well-formed becomes U+FFFD, byte by byte.
+/// As above, from UTF-8. Each malformed byte becomes U+FFFD.
 inline const uchar *putCharacter(const uchar *at, const uchar *end, Strings strings, char *&out)
 {
     if (*at < 0x80) {
@@ -114,8 +115,8 @@ inline const uchar *putCharacter(const uchar *at, const uchar *end, Strings stri
     return at + std::max(length, 1);
 }
 
-/// The units of a string that are looked at together: compilers turn this vector arithmetic into
-/// SIMD instructions.
+/// The units of a string that are tested together: compilers turn this vector arithmetic into SIMD
+/// instructions.
 constexpr int kChunk = 8;
 using Chunk = ushort __attribute__((vector_size(kChunk * sizeof(ushort))));
 using ByteChunk = uchar __attribute__((vector_size(kChunk)));
@@ -134,7 +135,7 @@ inline ByteChunk chunkOf(const uchar *at)
     return units;
 }
 
-/// Writes the units as if each were one byte of the text, and again from behind each that is not.
+/// Writes the units assuming that each is one byte of the text, and resumes after each that is not.
 template <typename Unit>
 inline const Unit *putChunk(const Unit *at, const Unit *end, Strings strings, char *&out)
 {
@@ -176,7 +177,7 @@ const T &held(const QVariant &value)
 
 void writeValue(JsonWriter &out, const QVariant &value, int depth);
 
-/// What is rare, or whose meaning is left to Qt as well as its form.
+/// Rare types, whose meaning and form are left to Qt.
 void writeThroughQt(JsonWriter &out, const QVariant &value)
 {
     const QVariant list = QVariantList{value};
@@ -186,7 +187,7 @@ void writeThroughQt(JsonWriter &out, const QVariant &value)
 
 void writeNumber(JsonWriter &out, const QVariant &value, double number)
 {
-    // The comparison is false for what is not a number, too.
+    // The comparison is also false for NaN.
     if (!(std::abs(number) <= kExactWholeNumbers)) {
         writeThroughQt(out, value);
     } else if (double(qlonglong(number)) == number) {
@@ -234,7 +235,7 @@ void writeObject(JsonWriter &out, const QVariantMap &map, int depth)
     out.punctuation('}');
 }
 
-/// \p depth counts the objects and arrays about the value. Below the limit Qt goes on alone.
+/// \p depth counts the enclosing objects and arrays. Qt writes what is deeper than the limit.
 void writeValue(JsonWriter &out, const QVariant &value, int depth)
 {
     switch (value.userType()) {
@@ -349,7 +350,7 @@ inline void JsonWriter::units(const Unit *at, const Unit *end)
             grow(0);
             out = m_at;
         }
-        // Text that is not ASCII comes in runs, where looking at a chunk gains nothing.
+        // Non-ASCII text comes in runs, where testing a chunk gains nothing.
         at = *at < 0x80 ? putChunk(at, end, strings, out) : putCharacter(at, end, strings, out);
     }
     m_at = out;

@@ -6,7 +6,7 @@
 
 #include <cstring>
 
-/// JSON that is written already, UTF-8: as a value of a map it goes into the text as it is.
+/// Finished JSON, UTF-8: as a value of a map it is written unchanged.
 struct JsonText
 {
     QByteArray text;
@@ -19,8 +19,8 @@ Q_DECLARE_METATYPE(JsonText)
 class JsonWriter
 {
 public:
-    /// Where the text stands: the quotes and escapes of its strings are escaped in their turn when that
-    /// is inside another string.
+    /// Where the text stands: the quotes and escapes of its strings are escaped in their turn when
+    /// that is inside another string.
     enum class Strings { Plain, InString };
 
     explicit JsonWriter(Strings strings = Strings::Plain) : m_strings(strings) {}
@@ -29,8 +29,8 @@ public:
     JsonWriter(const JsonWriter &) = delete;
     JsonWriter &operator=(const JsonWriter &) = delete;
 
-    /// The compact JSON text of a map: byte for byte that of QJsonDocument::fromVariant(), but for a
-    /// JsonText.
+    /// The compact JSON text of a map: byte for byte that of QJsonDocument::fromVariant(), but for
+    /// a JsonText.
     void map(const QVariantMap &map);
 
     void punctuation(char mark)

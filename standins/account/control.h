@@ -7,10 +7,10 @@
 /// Scripts and reads back the stand-in of the account library (libzaccountlite.so). Used by tests
 /// and by the command-line host, which find zefAccountStandinControl with dlsym.
 ///
-/// The control lives in libzaccountkeeper.so, which is never unmapped once it is loaded. Opening
-/// that library gives the control without loading the stand-in, so that the stand-in is really
-/// unloaded after a run; opening libzaccountlite.so itself keeps the stand-in loaded as well.
-/// Either way the control works before the first run, during it and after it.
+/// The control is in libzaccountkeeper.so, which is never unloaded. Opening that library returns
+/// the control without loading the stand-in, so that the stand-in is really unloaded after a run;
+/// opening libzaccountlite.so itself keeps the stand-in loaded as well. Either way the control
+/// works before the first run, during it and after it.
 ///
 /// Texts are UTF-8, maps are texts of one JSON object. README.md beside this file gives the shapes
 /// of scripts and states.
@@ -26,7 +26,7 @@ enum class Thread {
 
 /// What the weak reference handed to a message handler refers to.
 enum class MessageContext {
-    alive,     ///< an object that lives until the handler has returned
+    alive,     ///< an object that exists until the handler has returned
     gone,      ///< an object that has been destroyed already
     empty,     ///< nothing, it never referred to an object
     nullObject ///< a live owner without an object: locking it gives null
@@ -51,8 +51,8 @@ struct HeldAnswer
     bool isTask = false; ///< a task callback, which takes a status as well
 };
 
-/// All functions are callable from any thread, but not while the library's uninit runs below them
-/// on the same thread. No lock is held while they call out.
+/// All functions are callable from any thread, but not from inside the library's uninit on the same
+/// thread. No lock is held while they call out.
 class AccountControl
 {
 public:
@@ -63,14 +63,14 @@ public:
     virtual void reset() = 0;
 
     /// Scripts one operation, getter, initialisation step or task until reset(), with one script or
-    /// a list of them; "{}" removes the script. Goes before a script of the settings.
+    /// a list of them; "{}" removes the script. Takes precedence over a script of the settings.
     /// \return false when the operation is unknown or the text is not a valid script; nothing is
     ///         changed then.
     virtual bool script(const std::string &operation, const std::string &json) = 0;
 
-    /// Sets parts of the state, in the shape of the settings' "standin" object; keys that are left
-    /// out keep their values. Raises no signal. Without a running library it is kept; it goes over
-    /// the settings at every init until reset().
+    /// Sets parts of the state, in the shape of the settings' "standin" object; omitted
+    /// keys keep their values. Raises no signal. Without a running library it is stored; it
+    /// overrides the settings at every init until reset().
     /// \return false when the text is not a JSON object.
     virtual bool setState(const std::string &json) = 0;
 
@@ -96,7 +96,7 @@ public:
     /// Sends "notifyElectronMsg"/"meetingDataChanged" to the registered handlers, after uninit
     /// also to those of the last run.
     /// \return caller: how many handlers answered true; otherwise how many it was queued for; -1
-    ///         when the text is not a JSON object or the thread cannot be had.
+    ///         when the text is not a JSON object or there is no such thread.
     virtual int sendMessage(const std::string &messageJson, Thread thread,
                             MessageContext context) = 0;
 
@@ -113,7 +113,7 @@ public:
     virtual std::vector<HeldAnswer> held() const = 0;
 
     /// Gives a held answer as it was planned.
-    /// \return false when there is none of that id or the thread cannot be had.
+    /// \return false when no answer has that id or there is no such thread.
     virtual bool release(long id, Thread thread) = 0;
 
     /// Gives a held answer with another status (tasks only) and reply; "" keeps the planned reply.
@@ -156,10 +156,10 @@ extern "C" zefstandin::AccountControl *zefAccountStandinControl();
 ///
 /// \param json keys of the settings' "standin" object that a running library takes ("accounts",
 ///             "users", "currentUserId", "cookies", "office", "script", ...), and "signal" (name to
-///             raise), "message" (of the office suite), "collect" (object to hand out) and "release"
-///             (true: gives all held answers). What arrives does so on a library thread.
-/// \return JSON text that the caller gives to free(): {"error": text}, which says what was not done; or
-///         state() with "scripts" (operation to number of calls that its script is still for, -1
-///         for all), "held" (names of the operations whose answers are held) and "busy" (something is
-///         queued or being delivered).
+///             raise), "message" (of the office suite), "collect" (object to hand out) and
+/// "release" (true: gives all held answers). What arrives does so on a library thread.
+/// \return JSON text that the caller gives to free(): {"error": text}, which says what was not
+///         done; or state() with "scripts" (operation to number of calls that its script is still
+///         for, -1 for all), "held" (names of the operations whose answers are held) and "busy"
+///         (something is queued or being delivered).
 extern "C" char *zefAccountStandinCommand(const char *json);

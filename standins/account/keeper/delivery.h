@@ -6,8 +6,8 @@ namespace zefstandin {
 
 #pragma GCC visibility push(default)
 
-/// Calls out to function objects that were handed over. An empty one is left alone; an exception is
-/// caught; each call is recorded with what came of it.
+/// Calls function objects of callers. Skips an empty one, catches exceptions, and records each call
+/// with its outcome.
 void deliver(const QString &name, const CallBackFunc &completion, const QVariantMap &reply);
 void deliver(const QString &name, const TaskCallback &completion, int status,
              const QVariantMap &reply);

@@ -21,7 +21,7 @@ struct PlannedAnswer
     QVariantMap reply;
 };
 
-/// The answers that scripts hold back. They contain function objects of the caller only, nothing of
+/// The answers that scripts hold back. They contain only function objects of the caller, no code of
 /// the stand-in.
 class HeldAnswers
 {

@@ -10,8 +10,8 @@
 
 namespace zefstandin {
 
-/// What the control can ask of a library that runs. Called on any thread; the keeper calls nothing
-/// of it once detach() has returned.
+/// What the control can ask of a running library. Called on any thread, not after detach() has
+/// returned.
 class LibraryHooks
 {
 public:
@@ -33,11 +33,11 @@ struct MessageHandler
     MessageTaskHandler handler;
 };
 
-/// While one exists, something is queued or being delivered.
+/// Exists while something is queued or being delivered.
 using Busy = std::shared_ptr<void>;
 
-/// What outlives the stand-in: scripts, modes, records, and the function objects that callers
-/// handed over. One object, created at first use and never destroyed. Callable from any thread.
+/// State that outlives the stand-in: scripts, modes, records, and the function objects of callers.
+/// One object, created at first use and never destroyed. Callable from any thread.
 class __attribute__((visibility("default"))) Keeper
 {
 public:
@@ -71,7 +71,7 @@ public:
     QList<MessageHandler> messageHandlers(const QString &messageName,
                                           const QString &taskName) const;
     void addCollectCallback(const CallBackFunc &callback);
-    /// Only so that a leak checker sees somebody who has it.
+    /// Only keeps it reachable for leak checkers.
     void keepForever(QObject *object);
     QList<CallBackFunc> collectCallbacks() const;
 

@@ -14,7 +14,7 @@
 
 namespace zefstandin {
 
-/// What one call of one operation has to do instead of, or besides, its honest work.
+/// What one call of one operation does instead of, or in addition to, its normal work.
 struct Script
 {
     enum class Thread { library, caller };

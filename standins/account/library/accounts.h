@@ -56,7 +56,7 @@ public:
     /// \return the signals that this implies, none when nothing changes.
     std::vector<const char *> setCurrent(const QString &userId);
 
-    /// A code that proves the person once.
+    /// A new code that identifies the person once.
     QString newCode(const QString &userId);
 
 private:

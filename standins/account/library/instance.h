@@ -39,7 +39,7 @@ class Instance final : public LibraryHooks
 public:
     Instance(const QVariantMap &settings, IZElectronLogProxy *logProxy);
 
-    /// Answers what is still owed, as cancelled, and ends the threads.
+    /// Answers open operations as cancelled, and ends the threads.
     ~Instance();
 
     AccountService &accounts() { return m_accounts; }
@@ -51,7 +51,7 @@ public:
     QObject *notifier() { return m_notifier.get(); }
     QObject *plainNotifier() { return &m_plainNotifier; }
 
-    /// Lets the notifier live on when the library is unloaded.
+    /// Keeps the notifier when the library is unloaded.
     void leakNotifier() { Keeper::instance().keepForever(m_notifier.release()); }
 
     IScheduler *scheduler() { return &m_office; }
@@ -65,7 +65,7 @@ public:
     /// Raises a signal on this thread.
     bool raiseNow(const QByteArray &name);
 
-    /// Hostile mode: one more signal and message that nobody asked for. 0 does nothing.
+    /// Hostile mode: sends an unrequested signal and message. 0 does nothing.
     void makeNoise(quint64 noise);
 
     /// Runs \a job here, on \a worker or on the host thread.
@@ -100,7 +100,7 @@ private:
     LoginService m_login;
     Office m_office;
     Messages m_messages;
-    // Last, so that nothing is missing while they run.
+    // Last, so that all other members exist while they run.
     Worker m_accountWorker;
     Worker m_officeWorker;
 };
