@@ -74,7 +74,7 @@ std::string methodHelp(const std::string &path)
             params[given["name"].get<std::string>()] = given["value"];
         }
         const char *verb = method["x-threadSafe"] ? "call " : "async ";
-        return help + "example: " + verb + path + ' ' + params.dump() + '\n';
+        return help.append("example: ").append(verb).append(path) + ' ' + params.dump() + '\n';
     }
     return {};
 }

@@ -129,7 +129,7 @@ bool ZElectronApplication::checkParamsValid() const
     return true;
 }
 
-void ZElectronApplication::serve()
+void ZElectronApplication::serve() const
 {
     while (!m_isStopping) {
         exec();

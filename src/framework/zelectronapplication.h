@@ -31,7 +31,7 @@ public:
     [[nodiscard]] bool initialize(const QVariantMap &params);
 
     /// Runs the event loop until stop() is called; requests of others to end it are ignored.
-    void serve();
+    void serve() const;
 
     /// Ends serve() as soon as no other event and no nested event loop is on the stack: the account
     /// library may be waiting in a nested loop, which has kLongestNestedLoop to end.

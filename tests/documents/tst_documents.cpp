@@ -40,7 +40,7 @@ QJsonArray methods()
 QJsonArray members(const QJsonValue &list, const char *name)
 {
     QJsonArray found;
-    for (const QJsonValue &value : list.toArray()) {
+    for (const QJsonValue value : list.toArray()) {
         found.append(value[QLatin1String(name)]);
     }
     return found;
@@ -112,7 +112,7 @@ void tst_Documents::modulesAreThoseOfTheCode()
 void tst_Documents::callRefusesAsDocumented()
 {
     QVERIFY(startAsDocumented());
-    for (const QJsonValue &method : methods()) {
+    for (const QJsonValue method : methods()) {
         const QByteArray reply = m_host.call(qPrintable(method["name"].toString()));
         QCOMPARE(!reply.contains("not support thread safe"), method["x-threadSafe"].toBool());
     }
@@ -126,20 +126,20 @@ void tst_Documents::examplesAnswerAsDocumented_data()
     QTest::addColumn<QByteArray>("reply");
     QTest::addColumn<QString>("thread");
 
-    for (const QJsonValue &method : methods()) {
+    for (const QJsonValue method : methods()) {
         const QByteArray path = method["name"].toString().toUtf8();
         const QJsonValue example = method["examples"][0];
         QJsonObject params;
-        for (const QJsonValue &given : example["params"].toArray()) {
+        for (const QJsonValue given : example["params"].toArray()) {
             params.insert(given["name"].toString(), given["value"]);
         }
         QTest::newRow(path) << QByteArray(method["x-threadSafe"].toBool() ? "call" : "asynCall")
                             << path << compact(params) << compact(example["result"]["value"])
                             << method["x-answer"].toString();
     }
-    for (const QJsonValue &task : kModules.value("x-tasks").toArray()) {
+    for (const QJsonValue task : kModules.value("x-tasks").toArray()) {
         const QByteArray type = task["name"].toString().toUtf8();
-        for (const QJsonValue &example : task["examples"].toArray()) {
+        for (const QJsonValue example : task["examples"].toArray()) {
             const QByteArray send = compact(example["send"]);
             QTest::newRow(type + send)
                 << type << QByteArray() << send << compact(example["message"]) << "library thread";

@@ -316,6 +316,7 @@ void acceptedCallsAreAnswered(HostFixture &host)
         Counter replies;
         std::atomic<int> accepted{0};
         std::vector<std::thread> callers;
+        callers.reserve(3);
         for (int i = 0; i < 3; ++i) {
             callers.emplace_back([&] {
                 while (host.framework.asynCall("accessbase.getDeviceInfo", "{}", &replies)) {

@@ -36,7 +36,7 @@ QStringList tst_AccountStandin::cookies(const char *url)
     QStringList names;
     const QByteArray params = R"({"url":")" + QByteArray(url) + "\"}";
     const QByteArray reply = m_host.call("account.queryWebviewCookies", params);
-    for (const QJsonValue &text : dataOf(reply, "cookieList").toArray()) {
+    for (const QJsonValue text : dataOf(reply, "cookieList").toArray()) {
         names.append(QJsonDocument::fromJson(text.toString().toUtf8()).object()["name"].toString());
     }
     std::sort(names.begin(), names.end());

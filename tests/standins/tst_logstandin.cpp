@@ -111,6 +111,7 @@ void tst_LogStandin::threadsKeepTheirLinesWhole()
 {
     constexpr int kLines = 300;
     std::vector<std::thread> threads;
+    threads.reserve(8);
     for (int number = 0; number < 8; ++number) {
         threads.emplace_back([this, number] {
             for (int i = 0; i < kLines; ++i) {
