@@ -179,5 +179,7 @@ void HostThread::stop()
 {
     ZElectronApplication *application = g_electronApp;
     const auto stop = [application, caller = Run::ownFrames()] { application->stop(caller); };
+    // Cleanup waits for this scope: an event is handled while its sender still uses the dispatcher.
+    const RunScope scope(Admission::Operations);
     QMetaObject::invokeMethod(application, stop, Qt::QueuedConnection);
 }

@@ -17,7 +17,9 @@
 #include <vector>
 
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <pthread.h>
+#include <sys/eventfd.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -38,6 +40,10 @@ void require(bool holds, const char *what)
         std::fflush(stdout);
     }
 }
+
+thread_local bool t_isSlow = false; // this thread loses the processor inside write()
+int g_slowWrites = 0;
+bool g_wasClosedMeanwhile = false;
 
 class Counter final : public IElectronCallback
 {
@@ -439,6 +445,17 @@ void eventsDoNotPayForOthers(HostFixture &host)
     require(others.count == 0, "an event went to the wrong listeners");
 }
 
+/// The thread that calls uninit is still waking the host thread when that has handled the stop.
+void stopWhileStillWaking(HostFixture &host)
+{
+    host.start();
+    t_isSlow = true;
+    require(host.framework.uninit(), "uninit");
+    t_isSlow = false;
+    require(g_slowWrites > 0, "the host thread was not woken by write()");
+    require(!g_wasClosedMeanwhile, "the event dispatcher is deleted while it is being used");
+}
+
 using Case = void (*)(HostFixture &);
 
 const std::map<std::string, Case> &cases()
@@ -458,12 +475,31 @@ const std::map<std::string, Case> &cases()
         {"operation answers and throws", &operationAnswersAndThrows},
         {"operations overlap", &operationsOverlap},
         {"signals stay with the host", &signalsStayWithTheHost},
+        {"stop while still waking", &stopWhileStillWaking},
         {"thread ends inside its callback", &threadEndsInsideItsCallback},
     };
     return table;
 }
 
 } // namespace
+
+// The event dispatchers of GLib and Qt call these to wake their thread.
+
+extern "C" ssize_t write(int file, const void *bytes, size_t count)
+{
+    const ssize_t written = syscall(SYS_write, file, bytes, count);
+    if (t_isSlow) {
+        ++g_slowWrites;
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        g_wasClosedMeanwhile |= fcntl(file, F_GETFD) == -1;
+    }
+    return written;
+}
+
+extern "C" int eventfd_write(int file, eventfd_t value)
+{
+    return write(file, &value, sizeof(value)) == sizeof(value) ? 0 : -1;
+}
 
 int main(int argc, char **argv)
 {
