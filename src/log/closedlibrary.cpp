@@ -47,10 +47,12 @@ QFileInfo ownFile()
     return isKnown ? fileOfLoaded(own.dli_fname) : QFileInfo();
 }
 
-/// The folder of the file; of the link's target if it is a symbolic link.
-QString targetFolder(const QFileInfo &file)
+/// Whether the files are in one folder after links are followed. Where this library is a link
+/// itself, the folder of the link counts as well: the loader searches that one.
+bool areTogether(const QFileInfo &library, const QFileInfo &own)
 {
-    return QFileInfo(file.canonicalFilePath()).path();
+    return library.canonicalPath() == own.canonicalPath() ||
+           (own.isSymLink() && QFileInfo(library.path()) == QFileInfo(own.path()));
 }
 
 } // namespace
@@ -86,11 +88,7 @@ void warnIfFromElsewhere(const char *name)
 {
     const QFileInfo library = fileOfLoaded(name);
     const QFileInfo own = ownFile();
-    if (!library.exists() || !own.exists()) {
-        return;
-    }
-    const QString folder = targetFolder(library);
-    if (folder != targetFolder(own) && folder != own.canonicalPath()) {
+    if (library.exists() && own.exists() && !areTogether(library, own)) {
         logWarning("load", "%1 was loaded from elsewhere: %2", {name, library.canonicalFilePath()});
     }
 }
