@@ -37,7 +37,8 @@ int main()
         }
     }
 
-    const ZAccountSdkProxy account(nullptr);
+    ClosedLibrary library;
+    const ZAccountSdkProxy account(library, nullptr);
     ZEventManager events(nullptr);
     events.addEvents("account", &account);
 

@@ -75,8 +75,8 @@ public:
     ///                 "app"."international" and the object "network"."proxy" are optional. The
     ///                 whole object also reaches the account library. Read during the call.
     /// \return true when the framework started, or when it was running already (the settings are
-    ///         not read then); false otherwise. After a failed start call uninit before trying
-    ///         again.
+    ///         not read then); false otherwise, also inside a callback while another thread is in
+    ///         init or uninit. After a failed start call uninit before trying again.
     ///
     /// Thread: any, blocking; waits for another init or uninit.
     /// Errors: bad settings are named in the log; a library that cannot be loaded, on the standard
@@ -84,16 +84,17 @@ public:
     virtual bool init(const char *settings) = 0;
 
     /// Stops the framework. All methods and events that are already queued run first; asynCall
-    /// queues nothing any more, and events raised from now on are dropped. A host that cannot wait
-    /// for queued events removes its listeners first.
+    /// queues nothing any more, and events that other threads raise from now on are dropped. A host
+    /// that cannot wait for queued events removes its listeners first.
     ///
     /// Blocks until operations and deliveries that are running on other threads have returned and
     /// the host thread has ended. When it has returned true, no callback is running or will be
     /// called any more.
     ///
-    /// \return true when the framework was stopped; false when it was not running, or when called
-    ///         where waiting for the end would never return: inside a callback on the host thread or
-    ///         a library thread, or inside any callback while another thread is in init or uninit.
+    /// \return true when the framework was stopped; false when it was not running, when the process
+    ///         exits meanwhile, or when called where waiting for the end would never return: inside
+    ///         a callback on the host thread or a library thread, or inside any callback while
+    ///         another thread is in init or uninit.
     ///
     /// Thread: any but the host thread, blocking; waits for another init or uninit.
     virtual bool uninit() = 0;

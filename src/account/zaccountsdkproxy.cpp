@@ -2,21 +2,29 @@
 
 #include "account/iaccountsdk.h"
 #include "account/logrelay.h"
-#include "log/closedlibrary.h"
 #include "log/guarded.h"
 #include "log/logline.h"
 
+#include <QCoreApplication>
 #include <QMetaMethod>
-
-#include <dlfcn.h>
 
 namespace {
 
 const char kLibrary[] = "libzaccountlite.so";
 
+/// Runs a step of the shutdown: an exception of the library must not prevent the rest of it.
+template <typename Step>
+void shutDownStep(Step step)
+{
+    guarded(step, [] { logError("shutdown", "exception from the account library"); });
+}
+
 } // namespace
 
-ZAccountSdkProxy::ZAccountSdkProxy(QObject *parent) : QObject(parent) {}
+ZAccountSdkProxy::ZAccountSdkProxy(ClosedLibrary &library, QObject *parent)
+    : QObject(parent), m_libraryHandle(library)
+{
+}
 
 bool ZAccountSdkProxy::load()
 {
@@ -27,7 +35,7 @@ bool ZAccountSdkProxy::load()
         return false;
     }
     warnIfFromElsewhere(kLibrary);
-    return findFunctions(m_libraryHandle, kLibrary,
+    return findFunctions(m_libraryHandle.get(), kLibrary,
                          {
                              {m_initInterface, "InitInterface", ClosedFunction::Required},
                              {m_getInterface, "GetInterface", ClosedFunction::Required},
@@ -72,24 +80,22 @@ void ZAccountSdkProxy::connectNotifier()
     }
 }
 
+void ZAccountSdkProxy::ignoreNotifications()
+{
+    for (const QMetaObject::Connection &connection : m_connections) {
+        shutDownStep([&connection] { disconnect(connection); });
+    }
+    m_connections.clear();
+    QCoreApplication::removePostedEvents(this, QEvent::MetaCall);
+}
+
 void ZAccountSdkProxy::shutdown()
 {
-    // The notifier may outlive the library's code.
-    for (const QMetaObject::Connection &connection : m_connections) {
-        disconnect(connection);
-    }
-
-    // An exception of the library must not prevent the rest of the shutdown.
-    const auto threw = [] { logError("shutdown", "exception from the account library"); };
+    ignoreNotifications(); // the notifier may outlive the library's code
     if (IAccountSdk *accountSdk = sdk()) {
-        guarded([accountSdk] { accountSdk->uninit(); }, threw);
-    }
-    if (!m_libraryHandle) {
-        return;
+        shutDownStep([accountSdk] { accountSdk->uninit(); });
     }
     if (m_uninitInterface) {
-        guarded(m_uninitInterface, threw);
+        shutDownStep(m_uninitInterface);
     }
-    dlclose(m_libraryHandle);
-    m_libraryHandle = nullptr;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "log/closedlibrary.h"
+
 #include <QObject>
 #include <QVariantMap>
 
@@ -18,13 +20,17 @@ class ZAccountSdkProxy : public QObject
     Q_OBJECT
 
 public:
-    explicit ZAccountSdkProxy(QObject *parent);
+    /// \param library becomes the handle of the library, which outlives this object: Qt may hold
+    ///                objects of the library's classes that are deleted with the application.
+    ZAccountSdkProxy(ClosedLibrary &library, QObject *parent);
 
     /// Called once. When it returns false, shutdown undoes the completed steps.
     [[nodiscard]] bool init(const QVariantMap &params);
 
-    /// Un-initialises and unloads the library, as far as init got. Afterwards nothing calls into it
-    /// and no event of it arrives.
+    /// From now on no notification of the library arrives, queued ones included.
+    void ignoreNotifications();
+
+    /// Un-initialises the library, as far as init got. Afterwards nothing calls into it.
     void shutdown();
 
     /// The root interface, owned by the library; null when init did not get it. Any thread.
@@ -43,7 +49,7 @@ private:
     bool load();
     void connectNotifier();
 
-    void *m_libraryHandle = nullptr;
+    ClosedLibrary &m_libraryHandle;
     bool (*m_initInterface)() = nullptr;
     bool (*m_getInterface)(IAccountSdk **) = nullptr;
     void (*m_uninitInterface)() = nullptr;

@@ -1,5 +1,8 @@
 #include "base/run.h"
 
+#include "base/hostthreadscope.h"
+
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
@@ -10,12 +13,11 @@
 #include <thread>
 
 #include <pthread.h>
-#include <unistd.h>
 
 namespace {
 
-constexpr auto kLongestExitWait = std::chrono::milliseconds(500);
-constexpr auto kExitWaitStep = std::chrono::microseconds(200);
+constexpr auto kLongestExit = std::chrono::seconds(2);
+constexpr int kExitHandlers = 3; // those of the first start
 
 /// The number of entries, counted separately for those made before and after the level was last
 /// lowered, so that a steady stream of new entries cannot delay the wait for the earlier ones. Each
@@ -27,15 +29,20 @@ struct alignas(64) Counter
 std::array<Counter, 32> s_counters;
 std::atomic<unsigned> s_threadCount{0};
 
-struct Thread
+} // namespace
+
+struct RunThread
 {
     Counter *counter;
-    RunFrames frames;
-    int deliveries;
-    int work; // events of the host thread, one within the other
-    bool isHostThread;
+    int entries[2]; // not left yet, by which of the two counts has them
+    int hostCode;   // entries that are running the host's code
+
+    int entryCount() const { return entries[0] + entries[1]; }
 };
-thread_local Thread t_thread{}; // the braces spare it a constructor that runs at first use
+
+namespace {
+
+thread_local RunThread t_thread{}; // the braces spare it a constructor that runs at first use
 
 /// The state in one word, so that entering reads all of it at once: from the highest bits down the
 /// Admission, the number of the run, and which of the two counts is in use.
@@ -63,11 +70,9 @@ constexpr quint64 kAbandoned = 1; // no run, nothing admitted; stays for good
 // child.
 std::mutex &s_mutex = *new std::mutex;
 std::condition_variable &s_changed = *new std::condition_variable;
-std::atomic<int> s_waiting{0}; // threads in lower()
-bool s_isChanging = false;     // a RunChange is held; under s_mutex
-
-std::atomic<bool> s_isHostBusy{false};
-std::atomic<bool> s_isExiting{false};
+std::atomic<int> s_waiting{0}; // threads in waitForEarlier()
+bool s_isChanging = false;     // a RunChange is held; under s_mutex, as is the next one
+int s_ownEntries[2] = {0, 0}; // of its holder when it was made, by which of the two counts has them
 
 State state()
 {
@@ -84,9 +89,17 @@ int countInside(unsigned count)
 }
 
 /// Whether the calling thread has entries that another thread's change may be waiting for.
-bool isInside(const Thread &thread)
+bool isInside(const RunThread &thread)
 {
-    return thread.isHostThread || thread.frames.count[0] + thread.frames.count[1] > 0;
+    return HostThreadScope::isCurrent() || thread.entryCount() > 0;
+}
+
+/// Under the lock: the waiting thread must not go on, and the process perhaps end, before this
+/// returns.
+Q_NEVER_INLINE void wakeWaiting()
+{
+    const std::lock_guard<std::mutex> lock(s_mutex);
+    s_changed.notify_all();
 }
 
 void lockBeforeFork()
@@ -107,37 +120,23 @@ void startOverInChild()
     }
     for (Counter &counter : s_counters) {
         for (unsigned count : {0u, 1u}) {
-            counter.inside[count] = &counter == t_thread.counter ? t_thread.frames.count[count] : 0;
+            counter.inside[count] = &counter == t_thread.counter ? t_thread.entries[count] : 0;
         }
     }
     s_isChanging = false;
+    std::fill_n(s_ownEntries, 2, 0);
     s_waiting = 0;
+    HostWorkScope::forget();
     new (&s_changed) std::condition_variable; // the old one counts waiters that do not exist
     s_mutex.unlock();
 }
 
-void restHostThread()
+/// Exit handler.
+void abandonRun()
 {
-    if (state().level() == Admission::Nothing) {
-        return;
-    }
     s_state = kAbandoned;
-    s_isExiting = true;
-    if (t_thread.isHostThread) {
-        return;
-    }
-    const auto end = std::chrono::steady_clock::now() + kLongestExitWait;
-    while (s_isHostBusy && std::chrono::steady_clock::now() < end) {
-        std::this_thread::sleep_for(kExitWaitStep);
-    }
-}
-
-/// Under the lock: the waiting thread must not go on, and the process perhaps end, before this
-/// returns.
-Q_NEVER_INLINE void wakeWaiting()
-{
-    const std::lock_guard<std::mutex> lock(s_mutex);
-    s_changed.notify_all();
+    wakeWaiting();
+    HostWorkScope::waitAtExit();
 }
 
 inline void countOut(Counter &counter, unsigned count)
@@ -151,7 +150,7 @@ inline void countOut(Counter &counter, unsigned count)
 /// \return false when the state is no longer the one that the caller has seen.
 inline bool countIn(Counter &counter, State seen)
 {
-    // Sequentially consistent: either this sees the lowered level, or lower() sees the entry.
+    // Sequentially consistent: either this sees the lowered level, or who waits sees the entry.
     counter.inside[seen.count()].fetch_add(1);
     if (s_state == seen.word()) {
         return true;
@@ -162,13 +161,13 @@ inline bool countIn(Counter &counter, State seen)
 
 struct Entry
 {
-    Thread *thread = nullptr; // null when refused
-    qint8 count = -1;         // which of the two, if it was counted
+    RunThread *thread = nullptr; // null when refused
+    qint8 count = -1;            // which of the two, if it was counted
 };
 
-Entry enterSlowly(Thread &thread, State seen, Admission needed);
+Entry enterSlowly(RunThread &thread, State seen, Admission needed);
 
-inline Entry enter(Thread &thread, Counter *counter, State seen, Admission needed)
+inline Entry enter(RunThread &thread, Counter *counter, State seen, Admission needed)
 {
     if (!seen.admits(needed)) {
         return {};
@@ -176,14 +175,14 @@ inline Entry enter(Thread &thread, Counter *counter, State seen, Admission neede
     if (Q_UNLIKELY(!counter || !countIn(*counter, seen))) {
         return enterSlowly(thread, seen, needed);
     }
-    ++thread.frames.count[seen.count()];
+    ++thread.entries[seen.count()];
     return {&thread, qint8(seen.count())};
 }
 
 /// On the host thread, for the first time, or after the state has changed.
-Q_NEVER_INLINE Entry enterSlowly(Thread &thread, State seen, Admission needed)
+Q_NEVER_INLINE Entry enterSlowly(RunThread &thread, State seen, Admission needed)
 {
-    if (thread.isHostThread) {
+    if (HostThreadScope::isCurrent()) {
         return {&thread, -1};
     }
     if (!thread.counter) {
@@ -205,6 +204,7 @@ bool Run::begin()
     static const int isPrepared =
         pthread_atfork(&lockBeforeFork, &unlockInParent, &startOverInChild);
     static_cast<void>(isPrepared);
+    abandonAtExit();
 
     quint64 old = s_state;
     do {
@@ -218,40 +218,52 @@ bool Run::begin()
 
 void Run::admitEverything()
 {
-    // Static objects are destroyed in the reverse order of their construction, so this comes when
-    // a start has created most of them. Handlers that the host installs later can still call
-    // uninit.
-    static const int isPrepared = std::atexit(&restHostThread);
-    static_cast<void>(isPrepared);
-
     const State old = state();
     quint64 expected = State(Admission::Deliveries, old.run(), old.count()).word();
     s_state.compare_exchange_strong(expected,
                                     State(Admission::Everything, old.run(), old.count()).word());
 }
 
-void Run::lower(Admission level, const RunFrames &except)
+void Run::lower(Admission level)
 {
-    std::unique_lock<std::mutex> lock(s_mutex);
     const State old = state();
     quint64 expected = old.word();
-    if (old.level() <= level || !s_state.compare_exchange_strong(
-                                    expected, State(level, old.run(), old.count() ^ 1).word())) {
-        return; // abandoned, or as low already
+    if (old.level() >= level && expected != kAbandoned) {
+        s_state.compare_exchange_strong(expected, State(level, old.run(), old.count() ^ 1).word());
     }
+    wakeWaiting();
+}
+
+bool Run::waitForEarlier(Admission level)
+{
+    const NoCancelScope noCancel;
+    std::unique_lock<std::mutex> lock(s_mutex);
     ++s_waiting;
-    s_changed.wait(lock, [&] { return countInside(old.count()) <= except.count[old.count()]; });
+    s_changed.wait(lock, [&] {
+        const unsigned earlier = state().count() ^ 1;
+        return isAbandoned() ||
+               (state().level() <= level && countInside(earlier) <= s_ownEntries[earlier]);
+    });
     --s_waiting;
+    lock.unlock();
+    if (!isAbandoned()) {
+        return true;
+    }
+    if (HostThreadScope::isCurrent()) {
+        HostWorkScope::restForever();
+    }
+    waitForExit();
+    return false;
 }
 
-RunFrames Run::ownFrames()
+bool Run::admits(Admission needed)
 {
-    return t_thread.frames;
+    return state().admits(needed);
 }
 
-bool Run::isInsideDelivery()
+bool Run::isInsideLibrary()
 {
-    return t_thread.deliveries > 0;
+    return HostThreadScope::isCurrent() || t_thread.entryCount() > t_thread.hostCode;
 }
 
 bool Run::isAbandoned()
@@ -259,11 +271,25 @@ bool Run::isAbandoned()
     return s_state == kAbandoned;
 }
 
+void Run::waitForExit()
+{
+    std::this_thread::sleep_for(kLongestExit);
+}
+
+void Run::abandonAtExit()
+{
+    static std::atomic<int> registered{0};
+    if (registered < kExitHandlers) {
+        ++registered;
+        std::atexit(&abandonRun);
+    }
+}
+
 // The thread is read before the state: reading it is a call, which saves fewer registers then.
 
 RunScope::RunScope(Admission needed)
 {
-    Thread &thread = t_thread;
+    RunThread &thread = t_thread;
     Counter *const counter = thread.counter;
     const Entry entry = enter(thread, counter, state(), needed);
     m_thread = entry.thread;
@@ -272,7 +298,7 @@ RunScope::RunScope(Admission needed)
 
 RunScope::RunScope(quint64 run)
 {
-    Thread &thread = t_thread;
+    RunThread &thread = t_thread;
     Counter *const counter = thread.counter;
     const State seen = state();
     if (seen.run() != run) {
@@ -281,33 +307,41 @@ RunScope::RunScope(quint64 run)
     const Entry entry = enter(thread, counter, seen, Admission::Deliveries);
     m_thread = entry.thread;
     m_count = entry.count;
-    m_isDelivery = entry.thread != nullptr;
-    thread.deliveries += m_isDelivery;
 }
 
 RunScope::~RunScope()
 {
-    if (!m_thread) {
-        return;
+    if (m_thread && m_count >= 0) {
+        --m_thread->entries[m_count];
+        countOut(*m_thread->counter, unsigned(m_count));
     }
-    auto &thread = *static_cast<Thread *>(m_thread);
-    thread.deliveries -= m_isDelivery;
-    if (m_count >= 0) {
-        --thread.frames.count[m_count];
-        countOut(*thread.counter, unsigned(m_count));
-    }
+}
+
+HostCodeScope::HostCodeScope(const RunScope &operation) : m_thread(operation.m_thread)
+{
+    ++m_thread->hostCode;
+}
+
+HostCodeScope::~HostCodeScope()
+{
+    --m_thread->hostCode;
 }
 
 RunChange::RunChange()
 {
-    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_cancelState);
     std::unique_lock<std::mutex> lock(s_mutex);
-    if (s_isChanging && isInside(t_thread)) {
+    if (Run::isAbandoned() || (s_isChanging && isInside(t_thread))) {
         return;
     }
-    s_changed.wait(lock, [] { return !s_isChanging; });
-    s_isChanging = true;
-    m_isHeld = true;
+    s_changed.wait(lock, [] { return !s_isChanging || Run::isAbandoned(); });
+    if (Run::isAbandoned()) {
+        lock.unlock();
+        Run::waitForExit();
+    } else {
+        s_isChanging = true;
+        std::copy_n(t_thread.entries, 2, s_ownEntries);
+        m_isHeld = true;
+    }
 }
 
 RunChange::~RunChange()
@@ -315,48 +349,7 @@ RunChange::~RunChange()
     if (m_isHeld) {
         const std::lock_guard<std::mutex> lock(s_mutex);
         s_isChanging = false;
+        std::fill_n(s_ownEntries, 2, 0);
         s_changed.notify_all();
     }
-    pthread_setcancelstate(m_cancelState, nullptr);
-}
-
-HostThreadScope::HostThreadScope()
-{
-    t_thread.isHostThread = true;
-}
-
-HostThreadScope::~HostThreadScope()
-{
-    t_thread.isHostThread = false;
-}
-
-bool HostThreadScope::isCurrent()
-{
-    return t_thread.isHostThread;
-}
-
-HostWorkScope::HostWorkScope()
-{
-    if (!t_thread.isHostThread || t_thread.work++ > 0) {
-        return;
-    }
-    s_isHostBusy = true; // before the test below, as the exiting thread does the reverse
-    if (s_isExiting) {
-        s_isHostBusy = false;
-        for (;;) {
-            pause();
-        }
-    }
-}
-
-HostWorkScope::~HostWorkScope()
-{
-    if (t_thread.isHostThread && --t_thread.work == 0) {
-        s_isHostBusy = false;
-    }
-}
-
-int HostWorkScope::depth()
-{
-    return t_thread.work;
 }

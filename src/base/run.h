@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/nocancelscope.h"
+
 #include <QtGlobal>
 
 /// \file
@@ -10,7 +12,7 @@
 /// Shutdown lowers what the run admits, step by step, and each step waits for the entries made
 /// before it. Each run has a number. Function objects given to the account library store it, so
 /// that a late call never enters a later run. fork and exit abandon the run: in the child, and
-/// while the process exits, nothing is admitted any more.
+/// while the process exits, nothing is admitted any more and every wait ends.
 ///
 /// The state belongs to the process and is never destroyed, because threads of others use it while
 /// the process exits. Thread: any, unless a function says otherwise.
@@ -23,11 +25,7 @@ enum class Admission : quint64 {
     Everything = Q_UINT64_C(3) << 62
 };
 
-/// Entries of one thread that it has not left yet, by the counter they are counted in.
-struct RunFrames
-{
-    int count[2] = {0, 0};
-};
+struct RunThread; // what is known of one thread
 
 class Run
 {
@@ -42,19 +40,31 @@ public:
     /// Ends the start-up.
     static void admitEverything();
 
-    /// Lowers the level and waits for all earlier entries of threads other than the host thread.
+    /// Lowers the level, unless it is lower already, and waits for nobody. Entries from now on are
+    /// later ones, also when the level stays.
+    static void lower(Admission level);
+
+    /// Waits until the level is this low and all entries made before it was lowered have left, but
+    /// for those of the host thread and of the thread that holds the RunChange.
     ///
-    /// \param except entries not to wait for: those of the thread that called uninit.
-    static void lower(Admission level, const RunFrames &except = {});
+    /// \return false when the run was abandoned. The host thread does not return then.
+    static bool waitForEarlier(Admission level);
 
-    /// The entries of the calling thread.
-    static RunFrames ownFrames();
+    static bool admits(Admission needed);
 
-    /// Whether the calling thread is inside a delivery, called by the account library.
-    static bool isInsideDelivery();
+    /// Whether the calling thread may have come here from a closed library.
+    static bool isInsideLibrary();
 
     /// Whether the framework was given up in this process, by fork or by exit.
     static bool isAbandoned();
+
+    /// For a thread whose wait has ended because the process exits: lets it exit. The caller may be
+    /// about to end the process too, which the C library does not survive on two threads.
+    static void waitForExit();
+
+    /// Makes the exit of the process abandon the run. Static objects are destroyed in the reverse
+    /// order of their construction, so this is called again as a start proceeds.
+    static void abandonAtExit();
 };
 
 /// Enters the run for as long as it lives; tests false when the run does not admit it.
@@ -76,14 +86,29 @@ public:
     explicit operator bool() const { return m_thread != nullptr; }
 
 private:
-    void *m_thread = nullptr; ///< state of the calling thread; null when refused
-    qint8 m_count = -1;       ///< which of the two counters counts it, if any
-    bool m_isDelivery = false;
+    friend class HostCodeScope;
+
+    RunThread *m_thread = nullptr; ///< state of the calling thread; null when refused
+    qint8 m_count = -1;            ///< which of the two counters counts it, if any
+};
+
+/// Exists while an operation of the host runs the host's own code: nothing between the two is a
+/// closed library's.
+class HostCodeScope
+{
+public:
+    explicit HostCodeScope(const RunScope &operation);
+    ~HostCodeScope();
+    HostCodeScope(const HostCodeScope &) = delete;
+    HostCodeScope &operator=(const HostCodeScope &) = delete;
+
+private:
+    RunThread *const m_thread;
 };
 
 /// The right to start or end a run, held by one thread at a time. Waits for another holder, except
 /// where that could be a deadlock: inside an operation, inside a delivery and on the host thread it
-/// tests false instead. The holder cannot be cancelled.
+/// tests false instead, and so it does once the run was abandoned. The holder cannot be cancelled.
 class RunChange
 {
 public:
@@ -95,34 +120,6 @@ public:
     explicit operator bool() const { return m_isHeld; }
 
 private:
+    const NoCancelScope m_noCancel;
     bool m_isHeld = false;
-    int m_cancelState = 0;
-};
-
-/// Makes the calling thread the host thread, for as long as it lives.
-class HostThreadScope
-{
-public:
-    HostThreadScope();
-    ~HostThreadScope();
-    HostThreadScope(const HostThreadScope &) = delete;
-    HostThreadScope &operator=(const HostThreadScope &) = delete;
-
-    /// Whether the calling thread is the host thread.
-    static bool isCurrent();
-};
-
-/// Exists while the host thread handles an event; without effect on other threads. The exit of the
-/// process waits for it, half a second at most, because exit destroys the static objects of Qt and
-/// of the closed libraries. After that its constructor never returns.
-class HostWorkScope
-{
-public:
-    HostWorkScope();
-    ~HostWorkScope();
-    HostWorkScope(const HostWorkScope &) = delete;
-    HostWorkScope &operator=(const HostWorkScope &) = delete;
-
-    /// How many of these are nested on the calling thread.
-    static int depth();
 };

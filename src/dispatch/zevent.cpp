@@ -1,5 +1,7 @@
 #include "dispatch/zevent.h"
 
+#include "base/nocancelscope.h"
+#include "base/run.h"
 #include "log/guarded.h"
 #include "log/logline.h"
 
@@ -60,6 +62,7 @@ private:
 
 void ZEvent::remove(ListenerHandle handle)
 {
+    const NoCancelScope noCancel;
     std::unique_lock<std::mutex> lock(m_mutex);
     Subscription *subscription = find(handle);
     if (!subscription || subscription->isRemoved) {
@@ -90,7 +93,7 @@ void ZEvent::deliver()
     for (Subscription &subscription : m_subscriptions) {
         {
             const Counted running(subscription.running);
-            if (!subscription.isRemoved && subscription.callback) {
+            if (!subscription.isRemoved && subscription.callback && !Run::isAbandoned()) {
                 guarded([&] { subscription.callback({}); },
                         [] { logError("deliver", "exception from a listener"); });
             }
@@ -122,8 +125,12 @@ void ZEvent::compact()
     if (m_deliveryCount > 0) {
         return;
     }
-    std::move(m_added.begin(), m_added.end(), std::back_inserter(m_subscriptions));
-    m_added.clear();
+    const auto append = [this] {
+        m_subscriptions.insert(m_subscriptions.end(), std::make_move_iterator(m_added.begin()),
+                               std::make_move_iterator(m_added.end()));
+        m_added.clear();
+    };
+    guarded(append, [] {}); // without memory, the next one does it
     if (m_removedCount > m_subscriptions.size() / 2) {
         const auto isRemoved = [](const Subscription &one) { return one.isRemoved.load(); };
         m_subscriptions.erase(

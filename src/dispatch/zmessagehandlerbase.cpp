@@ -1,10 +1,12 @@
 #include "dispatch/zmessagehandlerbase.h"
 
+#include "base/runningframework.h"
 #include "dispatch/reply.h"
 #include "log/guarded.h"
 #include "log/logline.h"
 
 #include <QMetaMethod>
+#include <QPointer>
 #include <QThread>
 
 #include <memory>
@@ -87,17 +89,27 @@ bool ZMessageHandlerBase::asynCall(const Method &method, const QVariantMap &para
     const auto failure = [](const QString &name) {
         return QStringLiteral("method:%1 asynCall failed").arg(name);
     };
-    if (method.slot < 0) {
+    QObject *application = runningApplication();
+    if (method.slot < 0 || !application) {
         return postReplyFail(callback, failure(method.name));
     }
-    const auto run = [this, method, params, callback = remembering(callback), failure] {
-        guarded([&] { runSlot(method.slot, params, callback); },
-                [&] {
-                    logError("asynCall", "exception from method:%1", {method.name});
-                    replyFailUnlessAnswered(callback, failure(method.name));
-                });
+    // Queued to the application, because the account library may destroy this object.
+    const auto run = [self = QPointer<ZMessageHandlerBase>(this), method, params,
+                      callback = remembering(callback), failure] {
+        guarded(
+            [&] {
+                if (self) {
+                    self->runSlot(method.slot, params, callback);
+                } else {
+                    replyFail(callback, failure(method.name));
+                }
+            },
+            [&] {
+                logError("asynCall", "exception from method:%1", {method.name});
+                replyFailUnlessAnswered(callback, failure(method.name));
+            });
     };
-    return QMetaObject::invokeMethod(this, run, Qt::QueuedConnection) ||
+    return QMetaObject::invokeMethod(application, run, Qt::QueuedConnection) ||
            postReplyFail(callback, failure(method.name));
 }
 

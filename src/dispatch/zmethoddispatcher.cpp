@@ -33,7 +33,7 @@ template <typename Use>
 auto ZMethodDispatcher::withRoute(const char *path, Use use) const
 {
     const auto known = m_routes.find(std::string_view(path ? path : ""));
-    if (known != m_routes.end()) {
+    if (known != m_routes.end() && known->second.handler) {
         return use(known->second);
     }
     return use(lookUp(QString::fromUtf8(path)));

@@ -5,6 +5,7 @@
 
 #include <QMap>
 #include <QObject>
+#include <QPointer>
 #include <QString>
 
 #include <map>
@@ -13,7 +14,8 @@
 /// Owns one handler per module and routes the method path "module.method" to it.
 ///
 /// Lives on the host thread and belongs to the application. The table is filled before init returns
-/// and only read afterwards, so call and asynCall may be entered from any thread.
+/// and only read afterwards, so call and asynCall may be entered from any thread. The account library
+/// gets handlers as context objects; the methods of one that it destroys are not found any more.
 class ZMethodDispatcher : public QObject
 {
     Q_OBJECT
@@ -34,13 +36,13 @@ public:
     bool asynCall(const char *path, const QVariantMap &params, const CallBackFunc &callback);
 
     /// By module.
-    const QMap<QString, ZMessageHandlerBase *> &handlers() const { return m_handlers; }
+    const QMap<QString, QPointer<ZMessageHandlerBase>> &handlers() const { return m_handlers; }
 
 private:
     /// Where a path leads.
     struct Route
     {
-        ZMessageHandlerBase *handler = nullptr;
+        QPointer<ZMessageHandlerBase> handler;
         ZMessageHandlerBase::Method method;
         QString failure; ///< instead, when there is no handler
     };
@@ -52,5 +54,5 @@ private:
 
     // By the exact path of every method; other spellings are looked up anew.
     std::map<std::string, Route, std::less<>> m_routes;
-    QMap<QString, ZMessageHandlerBase *> m_handlers;
+    QMap<QString, QPointer<ZMessageHandlerBase>> m_handlers;
 };

@@ -18,8 +18,9 @@ void deliver(IElectronCallback *callback, const char *text, std::size_t length =
 
 } // namespace
 
-void deliverReply(IElectronCallback &callback, JsonWriter &text)
+void deliverReply(IElectronCallback &callback, JsonWriter &text, const RunScope &operation)
 {
+    const HostCodeScope hostCode(operation);
     deliver(&callback, text.text(), static_cast<std::size_t>(text.length()));
 }
 

@@ -1,5 +1,6 @@
 #include "framework/hostthread.h"
 
+#include "base/hostthreadscope.h"
 #include "base/run.h"
 #include "framework/quietstart.h"
 #include "framework/zelectronapplication.h"
@@ -7,6 +8,7 @@
 #include "log/logline.h"
 #include "log/zelectronlogproxy.h"
 
+#include <QCoreApplication>
 #include <QThread>
 
 #include <chrono>
@@ -15,6 +17,7 @@
 #include <thread>
 
 #include <csignal>
+#include <cstring>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -27,6 +30,7 @@ struct HostThread::Start
 
 namespace {
 
+constexpr unsigned long kLookAtExitMilliseconds = 20;
 constexpr auto kUsualEnd = std::chrono::microseconds(200);
 constexpr auto kLongestEnd = std::chrono::seconds(2);
 
@@ -42,7 +46,7 @@ void reportException(const char *function)
 /// Waits until the kernel no longer has the thread. QThread::wait returns while the thread still
 /// runs the destructors of its thread-specific data, which are code of other libraries, and the
 /// process often ends right after uninit.
-void waitForEnd(pid_t threadId)
+void waitUntilGone(pid_t threadId)
 {
     const auto start = std::chrono::steady_clock::now();
     while (syscall(SYS_tgkill, getpid(), threadId, 0) == 0) {
@@ -58,6 +62,19 @@ void waitForEnd(pid_t threadId)
     }
 }
 
+sigset_t s_blockedSignals{};
+sigset_t s_signalsBefore{};
+
+/// A program that the account library starts has the signals of the host.
+void restoreSignalsInChild()
+{
+    sigset_t now{}; // the C library fills only a part of it
+    pthread_sigmask(SIG_BLOCK, nullptr, &now);
+    if (std::memcmp(&now, &s_blockedSignals, sizeof(now)) == 0) {
+        pthread_sigmask(SIG_SETMASK, &s_signalsBefore, nullptr);
+    }
+}
+
 /// Blocks all signals but the synchronous ones, so that the host's handlers do not run here.
 /// Threads started meanwhile inherit this.
 class BlockedSignals
@@ -65,19 +82,19 @@ class BlockedSignals
 public:
     BlockedSignals()
     {
+        static const int isPrepared = pthread_atfork(nullptr, nullptr, &restoreSignalsInChild);
+        static_cast<void>(isPrepared);
         sigset_t blocked;
         sigfillset(&blocked);
         for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS, SIGABRT}) {
             sigdelset(&blocked, signal);
         }
-        pthread_sigmask(SIG_SETMASK, &blocked, &m_before);
+        pthread_sigmask(SIG_SETMASK, &blocked, &s_signalsBefore);
+        pthread_sigmask(SIG_BLOCK, nullptr, &s_blockedSignals); // without those of the C library
     }
-    ~BlockedSignals() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
+    ~BlockedSignals() { pthread_sigmask(SIG_SETMASK, &s_signalsBefore, nullptr); }
     BlockedSignals(const BlockedSignals &) = delete;
     BlockedSignals &operator=(const BlockedSignals &) = delete;
-
-private:
-    sigset_t m_before{};
 };
 
 /// However the host thread ends: its run is over, and init returns.
@@ -87,7 +104,7 @@ public:
     explicit RunOfThread(std::promise<bool> &started) : m_started(started) {}
     ~RunOfThread()
     {
-        Run::lower(Admission::Nothing);
+        end();
         if (!m_isStarted) {
             m_started.set_value(false);
         }
@@ -102,36 +119,82 @@ public:
         m_started.set_value(isInitialized);
     }
 
+    static void end()
+    {
+        Run::lower(Admission::Nothing);
+        Run::waitForEarlier(Admission::Nothing);
+    }
+
 private:
     const HostThreadScope m_hostThread;
     std::promise<bool> &m_started;
     bool m_isStarted = false;
 };
 
+void copyText(QString (*get)(), void (*set)(const QString &))
+{
+    const QString text = get();
+    const QString copy(text.constData(), text.size());
+    set({}); // an equal text would not replace it
+    set(copy);
+}
+
+/// Makes Qt let go of what the account library may have given it on this thread: code and constant
+/// data of that library, which is unloaded next. The application no longer exists.
+void releaseThread()
+{
+    QThread *thread = QThread::currentThread();
+    thread->disconnect();
+    thread->setObjectName({});
+    QCoreApplication::removePostedEvents(nullptr);
+
+    copyText(&QCoreApplication::applicationName, &QCoreApplication::setApplicationName);
+    copyText(&QCoreApplication::applicationVersion, &QCoreApplication::setApplicationVersion);
+    copyText(&QCoreApplication::organizationName, &QCoreApplication::setOrganizationName);
+    copyText(&QCoreApplication::organizationDomain, &QCoreApplication::setOrganizationDomain);
+}
+
+void shutDownLog()
+{
+    if (ZElectronLogProxy *logProxy = g_logProxy) {
+        logProxy->aboutToQuit();
+        delete logProxy;
+    }
+}
+
 /// Body of the host thread. The application lives here, from its construction to the end of the
 /// event loop.
 void runHostThread(const QVariantMap &settings, std::promise<bool> &started)
 {
     RunOfThread run(started);
+    ClosedLibrary accountLibrary;
     std::optional<ZElectronApplication> application;
     int argc = 0; // the application keeps a reference
     {
         const HostWorkScope work;
         {
             const QuietStart quietStart;
-            application.emplace(argc, nullptr);
+            application.emplace(argc, nullptr, accountLibrary);
         }
+        Run::abandonAtExit();
         const auto failed = [] {
             reportException("initialize");
             return false;
         };
+        const bool isInitialized =
+            guarded([&] { return application->initialize(settings); }, failed);
+        Run::abandonAtExit();
         // init blocks on this promise, so it is set before the event loop starts, even on failure.
-        run.start(guarded([&] { return application->initialize(settings); }, failed));
+        run.start(isInitialized);
     }
     application->serve();
 
     const HostWorkScope work;
     application.reset();
+    releaseThread();
+    accountLibrary.reset();
+    run.end();
+    shutDownLog();
 }
 
 } // namespace
@@ -140,10 +203,23 @@ HostThread::HostThread() = default;
 
 HostThread::~HostThread()
 {
-    if (m_thread) {
-        m_thread->wait(ULONG_MAX); // the overload that every Qt 5 has
-        waitForEnd(m_start->threadId);
+    waitForEnd();
+}
+
+/// \return false when the process exits meanwhile and the thread may never end.
+bool HostThread::waitForEnd()
+{
+    const NoCancelScope noCancel;
+    while (m_thread && !m_thread->wait(kLookAtExitMilliseconds)) { // every Qt 5 has this overload
+        if (Run::isAbandoned()) {
+            Run::waitForExit();
+            return false;
+        }
     }
+    if (m_thread) {
+        waitUntilGone(m_start->threadId);
+    }
+    return true;
 }
 
 bool HostThread::start(const QVariantMap &settings)
@@ -167,19 +243,45 @@ bool HostThread::start(const QVariantMap &settings)
         thread->start(QThread::InheritPriority);
     }
     if (!thread->isRunning() && !thread->isFinished()) {
-        Run::lower(Admission::Nothing);
+        RunOfThread::end();
         return false; // the system gave no thread: nobody will set the promise
     }
     m_thread = std::move(thread);
     m_start = start;
+    while (answer.wait_for(std::chrono::milliseconds(kLookAtExitMilliseconds)) !=
+           std::future_status::ready) {
+        if (Run::isAbandoned()) {
+            Run::waitForExit();
+            return false;
+        }
+    }
     return answer.get();
 }
 
-void HostThread::stop()
+bool HostThread::stop()
 {
     ZElectronApplication *application = g_electronApp;
-    const auto stop = [application, caller = Run::ownFrames()] { application->stop(caller); };
-    // Cleanup waits for this scope: an event is handled while its sender still uses the dispatcher.
-    const RunScope scope(Admission::Operations);
-    QMetaObject::invokeMethod(application, stop, Qt::QueuedConnection);
+    const auto post = [application](void (ZElectronApplication::*step)()) {
+        QMetaObject::invokeMethod(
+            application, [=] { (application->*step)(); }, Qt::QueuedConnection);
+    };
+
+    post(&ZElectronApplication::ignoreLaterEvents);
+    // From here on nothing more is queued, and everything that was queued gets its reply.
+    Run::lower(Admission::Operations);
+    if (!Run::waitForEarlier(Admission::Operations)) {
+        return false;
+    }
+    // The event loop still runs, because an operation may wait for it in the account library.
+    post(&ZElectronApplication::refuseOperations);
+    if (!Run::waitForEarlier(Admission::Deliveries)) {
+        return false;
+    }
+    {
+        // Cleanup waits for this scope: an event is handled while its sender still uses the
+        // dispatcher.
+        const RunScope scope(Run::current());
+        post(&ZElectronApplication::stop);
+    }
+    return waitForEnd();
 }

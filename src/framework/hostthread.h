@@ -15,7 +15,7 @@ class HostThread
 public:
     HostThread();
 
-    /// Waits for the end of the thread. Its event loop has been asked to end, or never ran.
+    /// The thread has ended, or its event loop never ran.
     ~HostThread();
     HostThread(const HostThread &) = delete;
     HostThread &operator=(const HostThread &) = delete;
@@ -26,12 +26,16 @@ public:
     /// \return whether a thread started and its application initialised completely.
     [[nodiscard]] bool start(const QVariantMap &settings);
 
-    /// Asks the event loop to end once it has handled what is already queued. Called on the thread
-    /// that then waits for the end.
-    void stop();
+    /// Ends the event loop once it has handled what is already queued, and waits for the end of the
+    /// thread.
+    ///
+    /// \return false when the process exits meanwhile.
+    [[nodiscard]] bool stop();
 
 private:
     struct Start;
+
+    bool waitForEnd();
 
     std::unique_ptr<QThread> m_thread;
     // Shared: the host thread may still be inside set_value when start returns.

@@ -1,10 +1,11 @@
 #include "framework/zelectronapplication.h"
 
 #include "account/zaccountsdkproxy.h"
+#include "base/hostthreadscope.h"
+#include "base/run.h"
 #include "base/runningframework.h"
 #include "dispatch/zeventmanager.h"
 #include "dispatch/zmethoddispatcher.h"
-#include "log/closedlibrary.h"
 #include "log/guarded.h"
 #include "log/logline.h"
 #include "log/zelectronlogproxy.h"
@@ -49,7 +50,8 @@ ZAccountSdkProxy *runningAccountSdkProxy()
     return application ? application->accountSdkProxy() : nullptr;
 }
 
-ZElectronApplication::ZElectronApplication(int &argc, char **argv) : QCoreApplication(argc, argv)
+ZElectronApplication::ZElectronApplication(int &argc, char **argv, ClosedLibrary &accountLibrary)
+    : QCoreApplication(argc, argv), m_accountLibrary(accountLibrary)
 {
     // Qt fills this cache on first use without a lock; thread-safe methods read it on any thread.
     applicationFilePath();
@@ -64,7 +66,6 @@ ZElectronApplication::ZElectronApplication(int &argc, char **argv) : QCoreApplic
 ZElectronApplication::~ZElectronApplication()
 {
     cleanup();
-    g_electronApp = nullptr;
 }
 
 bool ZElectronApplication::initialize(const QVariantMap &params)
@@ -83,14 +84,15 @@ bool ZElectronApplication::initialize(const QVariantMap &params)
     }
 
     if (!m_accountSdkProxy) {
-        m_accountSdkProxy = new ZAccountSdkProxy(this);
-        if (!accountSdkProxy()->init(m_initParams)) {
+        m_accountSdkProxy = new ZAccountSdkProxy(m_accountLibrary, this);
+        m_reachableAccountSdkProxy = m_accountSdkProxy;
+        if (!m_accountSdkProxy->init(m_initParams)) {
             return false;
         }
     }
     if (!m_eventManager) {
         auto *eventManager = new ZEventManager(this);
-        eventManager->addEvents(QStringLiteral("account"), accountSdkProxy());
+        eventManager->addEvents(QStringLiteral("account"), m_accountSdkProxy);
         m_eventManager = eventManager;
     }
     if (!m_dispatcher) {
@@ -132,14 +134,27 @@ bool ZElectronApplication::checkParamsValid() const
 void ZElectronApplication::serve() const
 {
     while (!m_isStopping) {
-        exec();
+        // A slot of aboutToQuit throws through exec.
+        guarded([] { exec(); }, [] { logError("serve", "exception from the event loop"); });
     }
 }
 
-void ZElectronApplication::stop(const RunFrames &caller)
+void ZElectronApplication::ignoreLaterEvents()
+{
+    if (m_accountSdkProxy) {
+        m_accountSdkProxy->ignoreNotifications();
+    }
+}
+
+void ZElectronApplication::refuseOperations()
+{
+    m_reachableAccountSdkProxy = nullptr;
+    Run::lower(Admission::Deliveries);
+}
+
+void ZElectronApplication::stop()
 {
     m_isStopping = true;
-    m_stopCaller = caller;
     if (HostWorkScope::depth() > 1) {
         QTimer::singleShot(kLongestNestedLoop, this, [] { exit(0); });
     } // otherwise notify() ends the loop, right behind this event
@@ -147,26 +162,22 @@ void ZElectronApplication::stop(const RunFrames &caller)
 
 void ZElectronApplication::cleanup()
 {
-    // Everyone who has access to a member has left, and later entries find none.
-    ZAccountSdkProxy *accountSdkProxy = m_accountSdkProxy.exchange(nullptr);
-    Run::lower(Admission::Deliveries, m_stopCaller);
-
+    m_reachableAccountSdkProxy = nullptr; // unless uninit has done so
     delete std::exchange(m_dispatcher, nullptr);
     if (m_eventManager) {
         m_eventManager->removeAllListeners();
         delete std::exchange(m_eventManager, nullptr);
     }
-    if (accountSdkProxy) {
-        accountSdkProxy->shutdown();
-        delete accountSdkProxy;
+    if (m_accountSdkProxy) {
+        m_accountSdkProxy->shutdown();
+        sendPostedEvents(nullptr, QEvent::DeferredDelete); // objects of the library
+        delete std::exchange(m_accountSdkProxy, nullptr);
     }
 
-    // The account library has given its outstanding replies; later ones are refused.
-    Run::lower(Admission::Nothing, m_stopCaller);
-    if (ZElectronLogProxy *logProxy = g_logProxy) {
-        logProxy->aboutToQuit();
-        delete logProxy;
-    }
+    // The account library has given its outstanding replies. Later ones find no application.
+    g_electronApp = nullptr;
+    Run::lower(Admission::Deliveries);
+    Run::waitForEarlier(Admission::Deliveries);
 }
 
 bool ZElectronApplication::notify(QObject *receiver, QEvent *event)

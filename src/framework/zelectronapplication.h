@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/run.h"
+#include "log/closedlibrary.h"
 
 #include <QCoreApplication>
 #include <QVariantMap>
@@ -17,28 +17,35 @@ class ZMethodDispatcher;
 /// Lives on the stack of the host thread's function, from init to uninit. It owns its members as
 /// QObject children. Other threads access the members through g_electronApp, inside a RunScope, and
 /// test each pointer: it is null when initialize stopped early. The binding of the account library
-/// is also null before initialize has created it and from the first step of cleanup on.
+/// is also null before initialize has created it and from refuseOperations on.
 class ZElectronApplication : public QCoreApplication
 {
     Q_OBJECT
 
 public:
-    ZElectronApplication(int &argc, char **argv);
+    /// \param accountLibrary becomes the handle of the account library, which is to be unloaded after
+    ///                       this object: it may be the parent of objects of that library.
+    ZElectronApplication(int &argc, char **argv, ClosedLibrary &accountLibrary);
     ~ZElectronApplication() override;
 
     /// Applies the settings and creates the members. When it returns false, those created so far
     /// remain.
     [[nodiscard]] bool initialize(const QVariantMap &params);
 
-    /// Runs the event loop until stop() is called; requests of others to end it are ignored.
+    /// Runs the event loop until stop(); requests of others to end it are ignored.
     void serve() const;
+
+    // The steps of a shutdown, before serve() returns.
+
+    /// Events that are raised from now on are dropped.
+    void ignoreLaterEvents();
+
+    /// Refuses all operations and makes the account library unreachable for deliveries.
+    void refuseOperations();
 
     /// Ends serve() as soon as no other event and no nested event loop is on the stack: the account
     /// library may be waiting in a nested loop, which has kLongestNestedLoop to end.
-    ///
-    /// \param caller the entries of the thread that waits for the end; cleanup does not wait for
-    ///               them.
-    void stop(const RunFrames &caller);
+    void stop();
 
     /// Deletes all members except the callback registry, which is deleted with the application.
     void cleanup();
@@ -47,7 +54,7 @@ public:
     bool notify(QObject *receiver, QEvent *event) override;
 
     const QVariantMap &initParams() const { return m_initParams; }
-    ZAccountSdkProxy *accountSdkProxy() const { return m_accountSdkProxy; }
+    ZAccountSdkProxy *accountSdkProxy() const { return m_reachableAccountSdkProxy; }
     ZEventManager *eventManager() const { return m_eventManager; }
     ZMethodDispatcher *dispatcher() const { return m_dispatcher; }
     ZCallbackFuncManager *callbackFuncManager() const { return m_callbackFuncManager; }
@@ -56,14 +63,15 @@ private:
     void applyInitParams();
     [[nodiscard]] bool checkParamsValid() const;
 
+    ClosedLibrary &m_accountLibrary;
     QVariantMap m_initParams;
-    std::atomic<ZAccountSdkProxy *> m_accountSdkProxy{nullptr}; // deliveries reach it at any time
+    ZAccountSdkProxy *m_accountSdkProxy = nullptr;
+    std::atomic<ZAccountSdkProxy *> m_reachableAccountSdkProxy{nullptr}; // the same, for others
     ZEventManager *m_eventManager = nullptr;
     ZMethodDispatcher *m_dispatcher = nullptr;
     ZCallbackFuncManager *m_callbackFuncManager = nullptr;
 
     bool m_isStopping = false;
-    RunFrames m_stopCaller;
 };
 
 /// The running application, or null. Set by its constructor, cleared by its destructor.

@@ -29,7 +29,7 @@ Result withMember(Admission needed, Member *(ZElectronApplication::*member)() co
     const RunScope scope(needed);
     const ZElectronApplication *application = scope ? g_electronApp.load() : nullptr;
     Member *reached = application ? (application->*member)() : nullptr;
-    return reached ? guarded([&] { return operation(*reached); }, [&] { return failure; })
+    return reached ? guarded([&] { return operation(*reached, scope); }, [&] { return failure; })
                    : failure;
 }
 
@@ -38,8 +38,11 @@ Result withMember(Admission needed, Member *(ZElectronApplication::*member)() co
 bool ZElectronFramework::init(const char *settings)
 {
     const RunChange change;
-    if (!change || g_electronApp) {
-        return g_electronApp && !Run::isAbandoned();
+    if (!change) {
+        return Run::admits(Admission::Everything); // not while another thread starts or stops it
+    }
+    if (g_electronApp) {
+        return true;
     }
     if (!settings) {
         return false;
@@ -55,21 +58,21 @@ bool ZElectronFramework::init(const char *settings)
 
 bool ZElectronFramework::uninit()
 {
-    if (HostThreadScope::isCurrent() || Run::isInsideDelivery()) {
+    if (Run::isInsideLibrary()) {
         logError("uninit", "refused inside a callback of the library");
         return false;
     }
     const RunChange change;
-    if (!change || !g_electronApp || Run::isAbandoned()) {
+    if (!change || !g_electronApp) {
         return false;
     }
-    // From here on nothing more is queued, and everything that was queued gets its reply.
-    Run::lower(Admission::Operations, Run::ownFrames());
     return guarded(
         [this] {
-            m_hostThread->stop();
-            m_hostThread.reset();
-            return true;
+            const bool isStopped = m_hostThread->stop();
+            if (isStopped) {
+                m_hostThread.reset();
+            }
+            return isStopped;
         },
         [] { return false; });
 }
@@ -77,14 +80,14 @@ bool ZElectronFramework::uninit()
 bool ZElectronFramework::call(const char *method, const char *params, IElectronCallback *callback)
 {
     return withMember(Admission::Operations, &ZElectronApplication::dispatcher, false,
-                      [=](ZMethodDispatcher &dispatcher) {
+                      [=](ZMethodDispatcher &dispatcher, const RunScope &scope) {
                           QVariantMap reply = dispatcher.call(method, mapFromJsonText(params));
                           if (!callback) {
                               return true;
                           }
                           // Freed here: a long reply would be in memory twice with the log line.
                           JsonWriter text(std::exchange(reply, {}));
-                          deliverReply(*callback, text);
+                          deliverReply(*callback, text, scope);
                           logInfo("call", "call method:%1, params:%2, result:%3",
                                   {method, params, {text.text(), text.length()}});
                           return true;
@@ -95,7 +98,7 @@ bool ZElectronFramework::asynCall(const char *method, const char *params,
                                   IElectronCallback *callback)
 {
     return withMember(Admission::Everything, &ZElectronApplication::dispatcher, false,
-                      [=](ZMethodDispatcher &dispatcher) {
+                      [=](ZMethodDispatcher &dispatcher, const RunScope &) {
                           logInfo("asynCall", "asynCall method:%1, params:%2", {method, params});
                           return dispatcher.asynCall(method, mapFromJsonText(params),
                                                      asynCallCompletion(callback));
@@ -105,7 +108,7 @@ bool ZElectronFramework::asynCall(const char *method, const char *params,
 ListenerHandle ZElectronFramework::addListener(const char *eventName, IElectronCallback *callback)
 {
     return withMember(Admission::Operations, &ZElectronApplication::eventManager, ListenerHandle{0},
-                      [=](ZEventManager &eventManager) {
+                      [=](ZEventManager &eventManager, const RunScope &) {
                           logInfo("addListener", "addListener, eventName:%1", {eventName});
                           return eventManager.addListener(QString::fromUtf8(eventName),
                                                           listenerCompletion(callback));
@@ -115,7 +118,7 @@ ListenerHandle ZElectronFramework::addListener(const char *eventName, IElectronC
 void ZElectronFramework::removeListener(ListenerHandle handle)
 {
     withMember(Admission::Operations, &ZElectronApplication::eventManager, false,
-               [=](ZEventManager &eventManager) {
+               [=](ZEventManager &eventManager, const RunScope &) {
                    eventManager.removeListener(handle);
                    return true;
                });
@@ -124,7 +127,7 @@ void ZElectronFramework::removeListener(ListenerHandle handle)
 bool ZElectronFramework::registerCallbackFunc(const char *typeName, IElectronCallback *callback)
 {
     return withMember(Admission::Operations, &ZElectronApplication::callbackFuncManager, false,
-                      [=](ZCallbackFuncManager &manager) {
+                      [=](ZCallbackFuncManager &manager, const RunScope &) {
                           return manager.registerCallbackFunc(QString::fromUtf8(typeName),
                                                               taskCompletion(callback));
                       });

@@ -32,12 +32,8 @@ QFileInfo fileOf(void *handle)
 
 QFileInfo fileOfLoaded(const char *name)
 {
-    void *handle = dlopen(name, RTLD_LAZY | RTLD_NOLOAD);
-    const QFileInfo file = fileOf(handle);
-    if (handle) {
-        dlclose(handle);
-    }
-    return file;
+    const ClosedLibrary library(dlopen(name, RTLD_LAZY | RTLD_NOLOAD));
+    return fileOf(library.get());
 }
 
 QFileInfo ownFile()
@@ -62,9 +58,14 @@ void ClosedFunction::find(void *library) const
     *m_function = dlsym(library, m_symbol);
 }
 
-void *openClosedLibrary(const char *name)
+void CloseLibrary::operator()(void *library) const
 {
-    void *library = dlopen(name, RTLD_LAZY);
+    dlclose(library);
+}
+
+ClosedLibrary openClosedLibrary(const char *name)
+{
+    ClosedLibrary library(dlopen(name, RTLD_LAZY));
     if (!library) {
         const char *reason = dlerror(); // NOLINT(concurrency-mt-unsafe): per thread in glibc
         qDebug() << "load fail: " << (reason ? reason : "");

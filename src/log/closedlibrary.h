@@ -1,6 +1,7 @@
 #pragma once
 
 #include <initializer_list>
+#include <memory>
 
 /// \file
 /// Loads the two closed libraries and finds their functions.
@@ -33,8 +34,16 @@ private:
     Need m_need;
 };
 
-/// \return the loader's handle; null after one debug message with the loader's reason.
-void *openClosedLibrary(const char *name);
+struct CloseLibrary
+{
+    void operator()(void *library) const;
+};
+
+/// The loader's handle of an open library, which it closes.
+using ClosedLibrary = std::unique_ptr<void, CloseLibrary>;
+
+/// \return null after one debug message with the loader's reason.
+ClosedLibrary openClosedLibrary(const char *name);
 
 /// Finds all functions, in the given order, and lists them in the logging category
 /// "zelectronframework.libraries" at debug level.

@@ -30,7 +30,7 @@ ZElectronLogProxy::~ZElectronLogProxy()
 
 bool ZElectronLogProxy::load()
 {
-    void *library = openClosedLibrary(kLibrary);
+    void *library = openClosedLibrary(kLibrary).release(); // stays loaded
     if (!library) {
         return false;
     }

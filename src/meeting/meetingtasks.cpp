@@ -15,7 +15,7 @@ bool isSupported(const QString &task)
 bool MeetingTasks::add(const QString &task, const CallBackFunc &callback)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    if (m_callbacks.contains(task)) {
+    if (m_isClosed || m_callbacks.contains(task)) {
         return false;
     }
     m_callbacks.insert(task, callback);
@@ -46,10 +46,11 @@ bool MeetingTasks::trigger(const QString &task, const QVariantMap &data) const
     return true;
 }
 
-void MeetingTasks::clear()
+void MeetingTasks::close()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_callbacks.clear();
+    m_isClosed = true;
 }
 
 std::optional<CallBackFunc> MeetingTasks::find(const QString &task) const

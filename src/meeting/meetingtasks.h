@@ -15,18 +15,20 @@
 class MeetingTasks
 {
 public:
-    /// \return false when the task has a callback already, which stays.
+    /// \return false when the task has a callback already, which stays, and once they are closed.
     bool add(const QString &task, const CallBackFunc &callback);
 
     /// Calls the task's callback with {"dataType":task, "data":data}; "data" only when not empty.
     /// \return whether a callback was called.
     bool trigger(const QString &task, const QVariantMap &data) const;
 
-    void clear();
+    /// Removes all callbacks for good.
+    void close();
 
 private:
     std::optional<CallBackFunc> find(const QString &task) const;
 
-    mutable std::mutex m_mutex; // guards m_callbacks; held over no callback
+    mutable std::mutex m_mutex; // guards both; held over no callback
     QMap<QString, CallBackFunc> m_callbacks;
+    bool m_isClosed = false;
 };

@@ -59,17 +59,16 @@ void ZCallbackFuncManager::registerMeetingDataChangeTask(const CallBackFunc &cal
     }
     try {
         if (!m_meetingFuncHandler) {
+            // Guarded before the account library gets it.
             m_meetingFuncHandler = new ZMeetingFuncHandler(nullptr, thread());
-            for (const auto registerTask : {&ZMeetingFuncHandler::registerEnterMeetingTask,
-                                            &ZMeetingFuncHandler::registerGetMeetingStatusTask,
-                                            &ZMeetingFuncHandler::registerCloseMeetingAppTask}) {
-                if (m_meetingFuncHandler) { // the account library may destroy it meanwhile
-                    (m_meetingFuncHandler->*registerTask)(callback);
-                }
-            }
+            ZMeetingFuncHandler::registerTasks(m_meetingFuncHandler, callback);
         }
     } catch (...) {
-        delete m_meetingFuncHandler; // the account library has thrown: the next one may try again
+        // The account library has thrown: the next registration may try again.
+        if (m_meetingFuncHandler) {
+            m_meetingFuncHandler->deleteLater();
+            m_meetingFuncHandler.clear();
+        }
         m_isRegistering = false;
         throw;
     }

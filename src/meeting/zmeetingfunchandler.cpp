@@ -6,6 +6,8 @@
 #include "meeting/meetingtasks.h"
 #include "meeting/officemessages.h"
 
+#include <QPointer>
+
 namespace {
 
 const auto kMeetingUrl = QStringLiteral("meetingUrl");
@@ -93,63 +95,58 @@ bool handleMeetingData(const MeetingTasks &tasks, int status, const QVariantMap 
                                                     result.value(kAccessCode).toString()));
 }
 
+using SharedTasks = std::shared_ptr<MeetingTasks>;
+
+void registerElectronMsgTask(QObject *context, const SharedTasks &tasks)
+{
+    IMessageTaskRegistry *registry = accountService(&IAccountSdk::getMessageTaskRegistry);
+    if (!registry) {
+        return; // nobody to tell: the task callbacks stay unused
+    }
+    const auto handler = [tasks, run = Run::current()](std::weak_ptr<IMessageTaskContext> message) {
+        return deliverInRun(run, [&] { return handleMessage(*tasks, message); });
+    };
+    registry->registerMessageTask(QStringLiteral("notifyElectronMsg"),
+                                  QStringLiteral("meetingDataChanged"), context, handler);
+}
+
+void getMeetingData(const QPointer<QObject> &context, const SharedTasks &tasks)
+{
+    IScheduler *scheduler = accountService(&IAccountSdk::getScheduler);
+    if (!scheduler) {
+        return;
+    }
+    const TaskCallback completion = [tasks, run = Run::current()](const int &status,
+                                                                  const QVariantMap &reply) {
+        return deliverInRun(run, [&] { return handleMeetingData(*tasks, status, reply); });
+    };
+    scheduler->submit(suiteAppIds(), kNotifyOffice, {{kMsgType, kEnterMeeting}}, context,
+                      completion);
+}
+
 } // namespace
 
 ZMeetingFuncHandler::ZMeetingFuncHandler(QObject *parent, QThread *thread)
     : QObject(parent), m_tasks(std::make_shared<MeetingTasks>())
 {
     moveToThread(thread);
-    registerElectronMsgTask();
 }
 
 ZMeetingFuncHandler::~ZMeetingFuncHandler()
 {
-    m_tasks->clear();
+    m_tasks->close();
 }
 
-void ZMeetingFuncHandler::registerElectronMsgTask()
+void ZMeetingFuncHandler::registerTasks(ZMeetingFuncHandler *handler, const CallBackFunc &callback)
 {
-    IMessageTaskRegistry *registry = accountService(&IAccountSdk::getMessageTaskRegistry);
-    if (!registry) {
-        return; // nobody to tell: the task callbacks stay unused
+    // All that is used once the account library has the handler.
+    const QPointer<QObject> context = handler;
+    const SharedTasks tasks = handler->m_tasks;
+
+    registerElectronMsgTask(handler, tasks);
+    if (tasks->add(kEnterMeeting, callback)) {
+        getMeetingData(context, tasks);
     }
-    const auto handler = [tasks = m_tasks,
-                          run = Run::current()](std::weak_ptr<IMessageTaskContext> context) {
-        return deliverInRun(run, [&] { return handleMessage(*tasks, context); });
-    };
-    registry->registerMessageTask(QStringLiteral("notifyElectronMsg"),
-                                  QStringLiteral("meetingDataChanged"), this, handler);
-}
-
-bool ZMeetingFuncHandler::registerEnterMeetingTask(const CallBackFunc &callback)
-{
-    if (!m_tasks->add(kEnterMeeting, callback)) {
-        return false;
-    }
-    getMeetingData();
-    return true;
-}
-
-bool ZMeetingFuncHandler::registerGetMeetingStatusTask(const CallBackFunc &callback)
-{
-    return m_tasks->add(kGetMeetingStatus, callback);
-}
-
-bool ZMeetingFuncHandler::registerCloseMeetingAppTask(const CallBackFunc &callback)
-{
-    return m_tasks->add(kCloseMeetingApp, callback);
-}
-
-bool ZMeetingFuncHandler::getMeetingData()
-{
-    IScheduler *scheduler = accountService(&IAccountSdk::getScheduler);
-    if (!scheduler) {
-        return false;
-    }
-    const TaskCallback completion =
-        [tasks = m_tasks, run = Run::current()](const int &status, const QVariantMap &reply) {
-            return deliverInRun(run, [&] { return handleMeetingData(*tasks, status, reply); });
-        };
-    return scheduler->submit(suiteAppIds(), kNotifyOffice, {{kMsgType, kEnterMeeting}}, this,
-                             completion);
+    tasks->add(kGetMeetingStatus, callback);
+    tasks->add(kCloseMeetingApp, callback);
 }
