@@ -2,11 +2,11 @@
 
 #include "dispatch/zevent.h"
 
-#include <QHash>
 #include <QObject>
-#include <QString>
 #include <QStringList>
 
+#include <string>
+#include <string_view>
 #include <vector>
 
 /// The host's subscriptions to events.
@@ -33,9 +33,9 @@ public:
     /// In the order of the signals.
     QStringList paths() const;
 
-    /// \param path "module.event"; text after a second dot is ignored.
+    /// \param path "module.event", UTF-8; text after a second dot is ignored. Null is an empty path.
     /// \return 0 when there is no such event.
-    ListenerHandle addListener(const QString &path, const CallBackFunc &callback);
+    ListenerHandle addListener(const char *path, const CallBackFunc &callback);
 
     /// As ZEvent::remove.
     void removeListener(ListenerHandle handle);
@@ -43,6 +43,8 @@ public:
     void removeAllListeners();
 
 private:
-    QHash<QString, std::size_t> m_indexes; // by path
+    std::size_t indexOf(std::string_view path) const;
+
+    std::vector<std::string> m_paths; // of the events, by index
     std::vector<ZEvent *> m_events;
 };

@@ -110,8 +110,7 @@ ListenerHandle ZElectronFramework::addListener(const char *eventName, IElectronC
     return withMember(Admission::Operations, &ZElectronApplication::eventManager, ListenerHandle{0},
                       [=](ZEventManager &eventManager, const RunScope &) {
                           logInfo("addListener", "addListener, eventName:%1", {eventName});
-                          return eventManager.addListener(QString::fromUtf8(eventName),
-                                                          listenerCompletion(callback));
+                          return eventManager.addListener(eventName, listenerCompletion(callback));
                       });
 }
 
