@@ -71,8 +71,8 @@ void ZEvent::remove(ListenerHandle handle)
     subscription->isRemoved = true;
     ++m_removedCount;
     compact();
-    // On the host thread, a running callback is this function's caller.
-    if (QThread::currentThread() != thread()) {
+    // Between events no callback runs; on the host thread, a running one is this function's caller.
+    if (m_deliveryCount > 0 && QThread::currentThread() != thread()) {
         m_returned.wait(lock, [this, handle] {
             const Subscription *removed = find(handle);
             return !removed || removed->running == 0;
