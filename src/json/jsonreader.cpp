@@ -86,7 +86,7 @@ private:
         QString text;
     };
     static constexpr quint64 kGoldenRatio = Q_UINT64_C(0x9e3779b97f4a7c15);
-    static constexpr int kEntryBits = 8;
+    static constexpr int kEntryBits = 9;
 
     std::array<Entry, 1 << kEntryBits> m_entries;
 };
