@@ -7,8 +7,9 @@
 
 namespace {
 
-// Counts up over all runs of the process, so that a stale handle matches no other subscription.
-std::atomic<ZEvent::ListenerHandle> s_count{0};
+// Counts up over all runs of the process, so that a stale handle matches no other subscription, and
+// from far above the small numbers that a host may make up.
+std::atomic<ZEvent::ListenerHandle> s_count{Q_UINT64_C(1) << 40};
 
 constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
 
