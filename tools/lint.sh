@@ -35,7 +35,9 @@ write_moc_files() {
 
 # Each check is called as CHECK FILE...
 
-check_floors() { tools/floors.sh; }
+check_floors() {
+    node tools/lint/floors.mjs --test && node tools/lint/floors.mjs
+}
 
 check_web() { tools/lint/node_modules/.bin/biome check --error-on-warnings "$@"; }
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "base/callbackfunc.h"
-#include "zelectronframework/zelectronframework.h"
 #include "json/jsonwriter.h"
+#include "zelectronframework/zelectronframework.h"
 
 class RunScope;
 

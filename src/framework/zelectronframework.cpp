@@ -5,11 +5,11 @@
 #include "dispatch/zmethoddispatcher.h"
 #include "framework/hostcallback.h"
 #include "framework/zelectronapplication.h"
+#include "json/jsonreader.h"
+#include "json/jsonwriter.h"
 #include "log/guarded.h"
 #include "log/logline.h"
 #include "meeting/zcallbackfuncmanager.h"
-#include "json/jsonreader.h"
-#include "json/jsonwriter.h"
 
 #include <utility>
 

@@ -1,7 +1,7 @@
 #include "log/logline.h"
 
-#include "log/zelectronlogproxy.h"
 #include "json/utf8.h"
+#include "log/zelectronlogproxy.h"
 
 #include <QtEndian>
 
