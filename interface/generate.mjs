@@ -32,14 +32,31 @@ function compare(what, inCode, described) {
 }
 
 function checkMethod({ name, threadSafe }, method) {
-  const problems = [];
-  const missing = ['summary', 'errors', 'example'].filter((key) => !(key in method));
-  if (missing.length > 0) problems.push(`lacks ${missing.join(', ')}`);
-  if (threadSafe === 'answer' in method) {
-    problems.push('"answer" says where a method that is not thread-safe answers, and only there');
-  }
-  for (const problem of problems) console.error(`method ${name}: ${problem}`);
-  return problems.length === 0;
+  const isRight = threadSafe !== 'answer' in method;
+  if (!isRight)
+    console.error(
+      `method ${name}: "answer" says where a method that is not thread-safe answers, and only there`,
+    );
+  return isRight;
+}
+
+/** The names in a table of secrets, with their places. */
+function secretNames(node, at = '') {
+  if (Array.isArray(node)) return node.map((name) => `${at}${name}`);
+  return Object.entries(node)
+    .filter(([key]) => key !== 'described')
+    .flatMap(([key, part]) => secretNames(part, `${at}${key} `));
+}
+
+/** A mark that got lost would show secrets. */
+function keepsSecrets(secrets) {
+  const kept = secretNames(secrets);
+  const lost = secretNames(JSON.parse(read('node/lib/secrets.json'))).filter(
+    (name) => !kept.includes(name),
+  );
+  for (const name of lost)
+    console.error(`no secret any more: ${name}; if meant, remove it from node/lib/secrets.json`);
+  return lost.length === 0;
 }
 
 /** Replaces what stands between the markers of each part. */
@@ -77,6 +94,8 @@ const isComplete =
 if (!isComplete) process.exit(1);
 
 const document = openRpc(facts, description, version);
+const secrets = secretsTable(document);
+if (!keepsSecrets(secrets)) process.exit(1);
 const mock = JSON.parse(read('interface/mock.json'));
 mock.MockEvent.enum = facts.events.map((name) => name.split('.')[1]);
 const files = {
@@ -87,7 +106,7 @@ const files = {
   'node/docs/mock.md': withParts('node/docs/mock.md', mockPages(document, mock)),
   'node/lib/interface.d.cts': typings(document, mock),
   'node/lib/methods.cjs': methodTable(document),
-  'node/lib/secrets.json': `${JSON.stringify(secretsTable(document), null, 2)}\n`,
+  'node/lib/secrets.json': `${JSON.stringify(secrets, null, 2)}\n`,
 };
 
 const stale = Object.keys(files).filter((name) => {

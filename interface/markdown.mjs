@@ -118,7 +118,8 @@ function examplePart(method) {
   const [{ params, result }] = method.examples;
   const given = Object.fromEntries(params.map(({ name, value }) => [name, value]));
   const operation = method['x-threadSafe'] ? 'call' : 'asynCall';
-  return `\`\`\`text\n${operation} ${method.name} ${JSON.stringify(given)}\n\`\`\`\n\n\`\`\`json\n${json(result.value)}\n\`\`\``;
+  const reply = { data: result.value ?? undefined, msg: 'success', result: 'ok' };
+  return `\`\`\`text\n${operation} ${method.name} ${JSON.stringify(given)}\n\`\`\`\n\n\`\`\`json\n${json(reply)}\n\`\`\``;
 }
 
 function methodPage(method) {
@@ -171,8 +172,8 @@ function taskPages(document) {
     .map((task) => {
       const rows = messageRows(task.message);
       const examples = task.examples.map(
-        ({ send, message }) =>
-          `\`\`\`text\n${task.name} ${JSON.stringify(send)}\n${JSON.stringify(message)}\n\`\`\``,
+        ({ mock, message }) =>
+          `\`\`\`text\nmock ${JSON.stringify(mock)}\n${JSON.stringify(message)}\n\`\`\``,
       );
       return [
         `### ${task.name}`,

@@ -37,24 +37,33 @@ function methodOf(fact, description) {
         method.data ??
         (method.answer === 'account library' ? { type: 'object' } : { type: 'null' }),
     },
-    errors: Object.entries(method.errors).map(([message, data], index) => ({
-      code: index + 1,
-      message,
-      data,
-    })),
+    // A reply has no code, but OpenRPC requires one.
+    errors: Object.entries(method.errors).map(([message, data]) => ({ code: 0, message, data })),
     examples: [
       {
         name: fact.name,
         params: Object.entries(method.example.params).map(([name, value]) => ({ name, value })),
-        result: { name: 'reply', value: method.example.reply },
+        result: { name: 'data', value: method.example.data ?? null },
       },
     ],
     'x-threadSafe': fact.threadSafe,
     'x-answer': answerOf(fact, method),
     'x-passedOn': 'passedOn' in method,
     'x-writtenByAccountLibrary': method.answer === 'account library',
+    'x-operations': method.operations,
   };
 }
+
+/** What a callback gets for the result, or for an error. */
+const reply = {
+  type: 'object',
+  required: ['msg', 'result'],
+  properties: {
+    data: { description: 'The result; absent when that is null or empty.' },
+    msg: { type: 'string', description: '"success", or the message of the error.' },
+    result: { enum: ['ok', 'fail'] },
+  },
+};
 
 export function openRpc(facts, description, version) {
   return {
@@ -62,6 +71,7 @@ export function openRpc(facts, description, version) {
     info: { title: description.title, description: description.description, version },
     methods: facts.methods.map((fact) => methodOf(fact, description)),
     components: { schemas: description.types },
+    'x-reply': reply,
     'x-events': facts.events.map((name) => ({ name, summary: description.events[name] })),
     'x-tasks': facts.tasks.map((name) => ({ name, ...description.tasks[name] })),
     'x-settings': description.settings,

@@ -31,8 +31,8 @@ function examplePart(method) {
   const given = Object.fromEntries(params.map(({ name, value }) => [name, value]));
   const values = params.length > 0 ? `, ${literal(given)}` : '';
   const call = `\`\`\`js method\nawait framework.call('${method.name}'${values})\n\`\`\``;
-  const data = parsed(result.value.data);
-  return data === undefined ? call : `${call}\n\n\`\`\`json\n${json(data)}\n\`\`\``;
+  const data = parsed(result.value);
+  return data === null ? call : `${call}\n\n\`\`\`json\n${json(data)}\n\`\`\``;
 }
 
 function dataPart(method) {

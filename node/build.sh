@@ -14,27 +14,8 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source tools/common.sh
 
 readonly versions=(18 20 22 24) foreign_version=22 tools_version=20
-cache=${XDG_CACHE_HOME:-$HOME/.cache}/zelectronframework
 passed=0
 failed=0
-
-# fetch_libnode: the folder of Debian's Node.js as a library, without its place among the installed
-# packages, which the machine's own Node.js may have taken.
-fetch_libnode() {
-    local folder=$cache/libnode package packages
-    need libglib2.0-dev libuv1-dev libbrotli1 libc-ares2 libnghttp2-14 \
-        node-acorn node-cjs-module-lexer node-undici >&2
-    packages=(libnode-dev "$(apt-cache depends libnode-dev | sed -n 's/.*Depends: \(libnode[0-9]\)/\1/p')")
-    if ! compgen -G "$folder/usr/lib/*/libnode.so" >/dev/null; then
-        rm -rf "$folder"
-        mkdir -p "$folder"
-        (cd "$folder" && apt-get -qq -o APT::Sandbox::User=root download "${packages[@]}") >&2
-        for package in "$folder"/*.deb; do
-            dpkg -x "$package" "$folder"
-        done
-    fi
-    printf '%s' "$folder"
-}
 
 # fill PRESET: builds what the package takes from it and puts it in its folders.
 fill() {

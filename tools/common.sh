@@ -8,12 +8,14 @@ die() {
     exit 1
 }
 
+log_folder=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)/build/log
+
 # quietly WHAT COMMAND...: says WHAT, keeps the output in build/log, shows it when COMMAND fails.
 quietly() {
     local what=$1 log status=0
     shift
-    mkdir -p build/log
-    log=build/log/${what//[^A-Za-z0-9]/-}.log
+    mkdir -p "$log_folder"
+    log=$log_folder/${what//[^A-Za-z0-9]/-}.log
     say "$what"
     "$@" >"$log" 2>&1 </dev/null || status=$?
     if ((status != 0)); then
@@ -191,6 +193,29 @@ fetch_node() {
             --prefix "$folder" "node-linux-$2@$1" >&2
     fi
     printf '%s' "$program"
+}
+
+# fetch_libnode: the folder of Debian's Node.js as a library, without its place among the installed
+# packages, which the machine's own Node.js may have taken.
+fetch_libnode() {
+    local folder=${XDG_CACHE_HOME:-$HOME/.cache}/zelectronframework/libnode package debs
+    need libglib2.0-dev libuv1-dev libbrotli1 libc-ares2 libnghttp2-14 \
+        node-acorn node-cjs-module-lexer node-undici >&2
+    debs=(libnode-dev "$(apt-cache depends libnode-dev | sed -n 's/.*Depends: \(libnode[0-9]\)/\1/p')")
+    if ! compgen -G "$folder/usr/lib/*/libnode.so" >/dev/null; then
+        rm -rf "$folder"
+        mkdir -p "$folder"
+        (cd "$folder" && apt-get -qq -o APT::Sandbox::User=root download "${debs[@]}") >&2
+        for package in "$folder"/*.deb; do
+            dpkg -x "$package" "$folder"
+        done
+    fi
+    printf '%s' "$folder"
+}
+
+# fetch_lint_packages: what checks the interface and everything that is JavaScript.
+fetch_lint_packages() {
+    (cd tools/lint && quietly "Fetching the npm packages of lint" npm ci --ignore-scripts)
 }
 
 # notices ARCHITECTURE: the licenses of what is linked in, as its Debian packages give them.

@@ -2,17 +2,7 @@
 
 #include "dispatch/zmessagehandlerbase.h"
 
-/// Module "meeting".
-///
-/// | method              | parameters                        | data on success |
-/// |---------------------|-----------------------------------|-----------------|
-/// | changeMeetingStatus | "event": text, "busyType": text,  | none            |
-/// |                     | "data": object; none may be empty |                 |
-///
-/// Failure texts: "scheduler is null", "event, data or busyType is empty",
-/// "submit to office fail", "no office app", "changeMeetingStatus fail".
-///
-/// Thread-safe: none. The reply comes later, on a library thread.
+/// Module "meeting". docs/MODULES.md tells what its methods take, reply and fail with.
 class ZMeetingHandler : public ZMessageHandlerBase
 {
     Q_OBJECT

@@ -2,18 +2,7 @@
 
 #include "dispatch/zmessagehandlerbase.h"
 
-/// Module "accessbase".
-///
-/// | method                 | parameters                      | data on success              |
-/// |------------------------|---------------------------------|------------------------------|
-/// | getDeviceInfo          | none                            | "result": "ok", "data": text |
-/// | getDeviceNetworkStatus | none                            | "result": "ok", "data": text |
-/// | getDeviceHeader        | "deviceCode": object, not empty | "result": "ok", "data": text |
-///
-/// Failure texts: "accessbaseService is nullptr" for all, "deviceCode is empty" for
-/// getDeviceHeader.
-///
-/// Thread-safe: all three.
+/// Module "accessbase". docs/MODULES.md tells what its methods take, reply and fail with.
 class ZAccessbaseHandler : public ZMessageHandlerBase
 {
     Q_OBJECT

@@ -2,15 +2,7 @@
 
 #include "dispatch/zmessagehandlerbase.h"
 
-/// Module "network".
-///
-/// | method          | parameters                      | data on success | failure texts       |
-/// |-----------------|---------------------------------|-----------------|---------------------|
-/// | updateProxyInfo | as for setGlobalNetworkProxy    | "result": "ok"  | none                |
-/// | setCustomDomain | any keys, their values as texts | "result": "ok"  | "param is empty",   |
-/// |                 |                                 |                 | "domainMgr is null" |
-///
-/// Thread-safe: none.
+/// Module "network". docs/MODULES.md tells what its methods take, reply and fail with.
 class ZNetworkHandler : public ZMessageHandlerBase
 {
     Q_OBJECT

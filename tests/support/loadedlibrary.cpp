@@ -3,6 +3,9 @@
 #include <QFileInfo>
 #include <QString>
 
+#include <cstdlib>
+#include <memory>
+
 #include <dlfcn.h>
 
 namespace {
@@ -51,6 +54,14 @@ bool LoadedLibrary::start(const std::string &extra)
                                  R"("version":"1.2.3","localStoragePath":"/tmp"})" +
                                  extra + "}";
     return m_framework->init(settings.c_str());
+}
+
+bool LoadedLibrary::command(const std::string &json)
+{
+    static const auto carryOut = symbol<decltype(&zefAccountStandinCommand)>(
+        libraryFolder() + "/libzaccountkeeper.so", "zefAccountStandinCommand");
+    const std::unique_ptr<char, decltype(&std::free)> answer(carryOut(json.c_str()), &std::free);
+    return std::string(answer.get()).find(R"({"error")") != 0;
 }
 
 std::vector<std::string> LoadedLibrary::logLines()

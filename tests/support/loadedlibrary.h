@@ -27,6 +27,10 @@ public:
     /// \param extra further members of the settings' object, as ,"key":value text.
     bool start(const std::string &extra = {});
 
+    /// Tells the stand-in of the account library what to do, as framework.mock() of the npm package.
+    /// \return false when it could not.
+    bool command(const std::string &json);
+
     /// The messages written to the log since the last reset of its control, as "Level message".
     std::vector<std::string> logLines();
 

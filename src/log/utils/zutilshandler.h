@@ -2,14 +2,7 @@
 
 #include "dispatch/zmessagehandlerbase.h"
 
-/// Module "utils".
-///
-/// | method     | parameters | data on success          | failure texts           |
-/// |------------|------------|--------------------------|-------------------------|
-/// | getLogPath | none       | "path": absolute, exists | "log proxy is nullptr", |
-/// |            |            |                          | "log path is null"      |
-///
-/// Thread-safe: getLogPath.
+/// Module "utils". docs/MODULES.md tells what its methods take, reply and fail with.
 class ZUtilsHandler : public ZMessageHandlerBase
 {
     Q_OBJECT
