@@ -6,24 +6,23 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 # shellcheck source=tools/common.sh
 source tools/common.sh
 
-# candidates PATTERN...: files of the tree, whether committed or not, without what git ignores.
-candidates() {
-    if [[ $scope == --changed ]]; then
-        git diff --name-only --diff-filter=d "$base" -- "$@"
-        git ls-files --others --exclude-standard -- "$@"
-    else
-        git ls-files --cached --others --exclude-standard -- "$@"
-    fi | sort -u | while read -r file; do
+# tree PATTERN...: files of the tree, whether committed or not, without what git ignores.
+tree() {
+    git ls-files --cached --others --exclude-standard -- "$@" | sort -u | while read -r file; do
         [[ ! -f $file ]] || printf '%s\n' "$file"
     done
 }
 
-# keep_compiled: of the sources on standard input, those that some target compiles.
-keep_compiled() {
-    local file
-    while read -r file; do
-        ! grep -qF "\"file\": \"$PWD/$file\"" build/lint/compile_commands.json || printf '%s\n' "$file"
-    done
+# candidates PATTERN...: those among them that are to be looked at.
+candidates() {
+    if [[ $scope == --changed ]]; then
+        comm -12 <(tree "$@") <({
+            git diff --name-only --diff-filter=d "$base"
+            git ls-files --others --exclude-standard
+        } | sort -u)
+    else
+        tree "$@"
+    fi
 }
 
 # write_moc_files: clang-tidy reads what moc writes, so that has to be there.
@@ -41,7 +40,10 @@ check_floors() {
 
 check_web() { tools/lint/node_modules/.bin/biome check --error-on-warnings "$@"; }
 
-check_openrpc() { node tools/lint/openrpc.mjs "$@"; }
+check_links() { node tools/lint/links.mjs "$@"; }
+
+# Addresses of a download would tie the tree to one registry.
+check_locks() { ! grep -n '"resolved"' "$@"; }
 
 # What is generated from the code and the description is what is committed.
 check_generated() { tools/generate.sh --check; }
@@ -54,6 +56,17 @@ check_tidy() {
     printf '%s\0' "$@" | xargs -0 -n 1 -P "$(nproc)" clang-tidy --quiet -p build/lint \
         --extra-arg=-Wno-gnu-zero-variadic-macro-arguments 2>&1 |
         sed '/^[0-9]* warnings* generated\.$/d'
+}
+
+# Every source is compiled by some target, or clang-tidy would have to guess how.
+check_compiled() {
+    local file status=0
+    for file; do
+        grep -qF "\"file\": \"$PWD/$file\"" build/lint/compile_commands.json && continue
+        printf 'no target compiles %s\n' "$file"
+        status=1
+    done
+    return "$status"
 }
 
 # check WHAT CHECK FILE...: notes a failure and goes on, so that one run shows everything.
@@ -72,20 +85,28 @@ failed=0
 
 mapfile -t scripts < <(candidates dev .ci/run '*.sh')
 mapfile -t sources < <(candidates '*.h' '*.cpp')
-mapfile -t web < <(candidates '*.js' '*.cjs' '*.mjs' '*.ts' '*.cts' '*.mts' '*.css')
-(cd tools/lint && quietly "Fetching the npm packages of lint" npm ci --ignore-scripts)
+mapfile -t web < <(candidates '*.js' '*.cjs' '*.mjs' '*.ts' '*.cts' '*.mts' '*.css' '*.html' '*.json')
+mapfile -t documents < <(tree '*.md')
+mapfile -t locks < <(tree '*package-lock.json')
+mapfile -t code < <(tree '*.h' '*.cpp' '*.js' '*.cjs' '*.mjs' '*.ts' '*.cts' '*.mts' '*.css' '*.html' \
+    dev .ci/run '*.sh' '*CMakeLists.txt' '*.cmake')
+fetch_lint_packages
 check "Checking scripts" check_scripts "${scripts[@]}"
 check "Checking format" check_format "${sources[@]}"
 check "Checking that includes lead down" check_floors "${sources[@]}"
-check "Checking JavaScript and TypeScript" check_web "${web[@]}"
-check "Checking the OpenRPC document" check_openrpc interface/modules.json
+check "Checking JavaScript, TypeScript, HTML and JSON" check_web "${web[@]}"
+check "Checking lock files" check_locks "${locks[@]}"
+check "Checking links" check_links "${documents[@]}"
+share=$(node tools/lint/share.mjs "${code[@]}") || failed=1
+say "$share"
 
 build dev
-check "Checking that generated files are fresh" check_generated interface/modules.json
+check "Checking the description and what is made of it" check_generated interface/description.json
 (cd node && quietly "Fetching the npm packages of node" npm ci --ignore-scripts)
-configure lint
+configure lint -DZEF_LIBNODE="$(fetch_libnode)"
 quietly "Writing what moc makes" write_moc_files
-mapfile -t compiled < <(candidates '*.cpp' | keep_compiled)
+mapfile -t compiled < <(candidates '*.cpp')
+check "Checking that every source is compiled" check_compiled "${compiled[@]}"
 check "Looking for faults with clang-tidy" check_tidy "${compiled[@]}"
 
 ((!failed)) || die "lint found something; see above"

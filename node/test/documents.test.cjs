@@ -269,25 +269,3 @@ test('no snippet is left out', () => {
     [],
   );
 });
-
-test('links lead to pages and headings that are there', () => {
-  const folder = path.join(__dirname, '..');
-  const heading = (text) =>
-    text
-      .toLowerCase()
-      .replaceAll(/[^\w\- ]/g, '')
-      .replaceAll(' ', '-');
-  for (const page of [...pages, '../README.md', '../examples/electron/README.md']) {
-    const text = fs.readFileSync(path.join(folder, page), 'utf8');
-    for (const [, target] of text.matchAll(/\]\(([^):]+)\)/g)) {
-      const [file, anchor] = target.split('#');
-      const whole = file ? path.join(folder, path.dirname(page), file) : path.join(folder, page);
-      assert.ok(fs.existsSync(whole), `${page}: ${target}`);
-      if (!anchor) continue;
-      const headings = [...fs.readFileSync(whole, 'utf8').matchAll(/^#+ (.*)$/gm)].map((match) =>
-        heading(match[1]),
-      );
-      assert.ok(headings.includes(anchor), `${page}: ${target}`);
-    }
-  }
-});
