@@ -113,9 +113,8 @@ public:
 
 private:
     Run m_run;
-    Counter m_tasks{m_run, Counter::tasks};
-    Counter m_collected{m_run, Counter::collected};
-    Client m_client{m_run, m_tasks, m_collected};
+    TaskCounters m_tasks = taskCounters(m_run);
+    Client m_client{m_run, m_tasks};
     Traffic m_traffic{m_run};
 };
 

@@ -27,7 +27,7 @@ bool TaskRelay::subscribe(zelectronframeworkspace::IElectronFramework &framework
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_subscribers.push_back({mailbox, id});
     }
-    if (m_isRegistered.exchange(true) || framework.registerCallbackFunc(m_typeName, this)) {
+    if (m_isRegistered.exchange(true) || framework.registerCallbackFunc(m_typeName.c_str(), this)) {
         return true;
     }
     m_isRegistered = false;

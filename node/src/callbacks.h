@@ -7,6 +7,8 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <string>
+#include <utility>
 #include <vector>
 
 /// \file
@@ -35,7 +37,7 @@ private:
 class TaskRelay : public zelectronframeworkspace::IElectronCallback
 {
 public:
-    explicit TaskRelay(const char *typeName) : m_typeName(typeName) {}
+    explicit TaskRelay(std::string typeName) : m_typeName(std::move(typeName)) {}
 
     void onCallback(const char *text, std::size_t length) override;
 
@@ -55,7 +57,7 @@ private:
         ReceiverId id;
     };
 
-    const char *const m_typeName;
+    const std::string m_typeName;
     std::atomic<bool> m_isRegistered{false};
     std::mutex m_mutex; // guards m_subscribers
     std::vector<Subscriber> m_subscribers;

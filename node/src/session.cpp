@@ -81,11 +81,11 @@ void Session::unlisten(ReceiverId id)
 bool Session::subscribeTask(ReceiverId id, const std::string &typeName)
 {
     SharedFramework &shared = SharedFramework::instance();
-    TaskRelay *const relay = shared.taskRelay(typeName);
-    if (!relay || !relay->subscribe(*shared.framework(), m_mailbox, id)) {
+    TaskRelay &relay = shared.taskRelay(typeName);
+    if (!relay.subscribe(*shared.framework(), m_mailbox, id)) {
         return false;
     }
-    m_tasks[id] = relay;
+    m_tasks[id] = &relay;
     return true;
 }
 

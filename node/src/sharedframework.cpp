@@ -111,12 +111,10 @@ void SharedFramework::beforeInspection()
     }
 }
 
-TaskRelay *SharedFramework::taskRelay(const std::string &typeName)
+TaskRelay &SharedFramework::taskRelay(const std::string &typeName)
 {
-    if (typeName == "meetingDataChangeTask") {
-        return &m_meetingData;
-    }
-    return typeName == "accountInfoCollectTask" ? &m_accountInfo : nullptr;
+    const std::lock_guard<std::mutex> lock(m_tasksMutex);
+    return m_taskRelays.try_emplace(typeName, typeName).first->second;
 }
 
 std::string SharedFramework::load(const std::string &library)
@@ -183,6 +181,8 @@ void SharedFramework::stop()
     framework->uninit();
     m_isStarted = false;
     m_replies.clear();
-    m_meetingData.forgetRegistration();
-    m_accountInfo.forgetRegistration();
+    const std::lock_guard<std::mutex> lock(m_tasksMutex);
+    for (auto &[typeName, relay] : m_taskRelays) {
+        relay.forgetRegistration();
+    }
 }

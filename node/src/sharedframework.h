@@ -7,6 +7,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <functional>
+#include <map>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -64,8 +65,8 @@ public:
     /// To be called before a library is looked at: that may load the framework library for good.
     void beforeInspection();
 
-    /// Null for an unknown type.
-    TaskRelay *taskRelay(const std::string &typeName);
+    /// The one of that type; whether the type exists, the framework says at the first subscription.
+    TaskRelay &taskRelay(const std::string &typeName);
 
     int shares() const { return m_shares; }
 
@@ -91,6 +92,7 @@ private:
     int m_changes = 0;
 
     Replies m_replies;
-    TaskRelay m_meetingData{"meetingDataChangeTask"};
-    TaskRelay m_accountInfo{"accountInfoCollectTask"};
+
+    std::mutex m_tasksMutex; // guards m_taskRelays, not the relays
+    std::map<std::string, TaskRelay> m_taskRelays;
 };

@@ -4,7 +4,7 @@ const assert = require('node:assert/strict');
 const { getEventListeners, on, once } = require('node:events');
 const { test } = require('node:test');
 const { ElectronFramework } = require('../index.cjs');
-const { events } = require('../lib/methods.cjs');
+const { events, taskTypes } = require('../lib/methods.cjs');
 const { standin, settings, started, until, failure, isEmulated } = require('./support.cjs');
 
 const event = 'account.userInfoChanged';
@@ -199,6 +199,11 @@ test('wrong events, listeners and options are refused', async (t) => {
   }
   assert.throws(() => framework.onTask('noTask', () => {}), failure('ZEF_UNKNOWN_TASK'));
   assert.deepEqual(framework.eventNames(), []);
+});
+
+test('every task type is accepted', async (t) => {
+  const framework = await started(t);
+  for (const type of taskTypes) framework.onTask(type, () => {});
 });
 
 test('meeting messages and collected records reach their tasks', async (t) => {

@@ -2,19 +2,21 @@
 
 #include "stress/verdict.h"
 
+#include <algorithm>
+
 using zelectronframeworkspace::kLengthNotGiven;
 
 namespace {
 
-bool isTask(const std::string &text)
+bool isMessage(const std::string &text, const Task &task)
 {
-    for (const char *task : {"enterMeeting", "getMeetingStatus", "closeMeetingApp"}) {
-        const std::string end = R"("dataType":")" + std::string(task) + "\"}";
-        if (text.size() > end.size() && !text.compare(text.size() - end.size(), end.size(), end)) {
-            return true;
-        }
-    }
-    return false;
+    const auto isOf = [&text](const std::string &dataType) {
+        const std::string end = R"("dataType":")" + dataType + "\"}";
+        return text.size() > end.size() &&
+               text.compare(text.size() - end.size(), end.size(), end) == 0;
+    };
+    return task.dataTypes.empty() ||
+           std::any_of(task.dataTypes.begin(), task.dataTypes.end(), isOf);
 }
 
 } // namespace
@@ -42,9 +44,18 @@ void WatchedCallback::onCallback(const char *given, std::size_t length)
 WatchedCallback::Afterwards Counter::receive(const std::string &text, std::size_t length)
 {
     expect(length == kLengthNotGiven, "a length with " + text);
-    expect(m_kind != events || text == "{}", "no event: " + text);
-    expect(m_kind != tasks || isTask(text), "no task message: " + text);
+    expect(m_task || text == "{}", "no event: " + text);
+    expect(!m_task || isMessage(text, *m_task), "no task message: " + text);
     return Afterwards::keep;
+}
+
+TaskCounters taskCounters(const Run &run)
+{
+    TaskCounters counters;
+    for (const Task &task : Interface::instance().tasks) {
+        counters.try_emplace(task.type, run, &task);
+    }
+    return counters;
 }
 
 Answer::Answer(Run &run, AnsweredCalls &answered)

@@ -2,6 +2,8 @@
 
 #include "stress/run.h"
 
+#include <map>
+
 /// A host callback that notes a broken promise when it is destroyed while the library is inside it,
 /// or when something arrives that must not.
 class WatchedCallback : public zelectronframeworkspace::IElectronCallback
@@ -28,20 +30,25 @@ private:
     std::atomic<int> m_inside{0};
 };
 
-/// Counts deliveries of one kind; each has to be one that hosts are promised.
+/// Counts the deliveries of an event, or of a task; each has to be one that hosts are promised.
 class Counter : public WatchedCallback
 {
 public:
-    enum Kind { events, tasks, collected };
-
-    Counter(const Run &run, Kind kind) : WatchedCallback(run), m_kind(kind) {}
+    explicit Counter(const Run &run, const Task *task = nullptr)
+        : WatchedCallback(run), m_task(task)
+    {
+    }
 
 protected:
     Afterwards receive(const std::string &text, std::size_t length) override;
 
 private:
-    const Kind m_kind;
+    const Task *const m_task;
 };
+
+/// One for each task type.
+using TaskCounters = std::map<std::string, Counter>;
+TaskCounters taskCounters(const Run &run);
 
 /// The latest answered call of each queue of one calling thread.
 using AnsweredCalls = std::vector<std::atomic<long>>;

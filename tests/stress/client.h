@@ -9,8 +9,8 @@
 class Client
 {
 public:
-    /// \param tasks what it registers for task messages and for collected objects.
-    Client(Run &run, Counter &tasks, Counter &collected);
+    /// \param tasks what it registers for tasks.
+    Client(Run &run, TaskCounters &tasks);
 
     /// One operation.
     void step(Dice &dice);
@@ -39,8 +39,8 @@ private:
     Answer *freeAnswer(Dice &dice);
 
     Run &m_run;
-    Counter &m_tasks;
-    Counter &m_collected;
+    TaskCounters &m_tasks;
+    int m_registrations = 0;
     AnsweredCalls m_answered;
     std::vector<std::unique_ptr<Answer>> m_answers;
     std::vector<Subscription> m_subscriptions;
@@ -59,8 +59,7 @@ public:
     void awaitReplies();
     void expectReplies(const char *deferred);
 
-    Counter tasks;
-    Counter collected;
+    TaskCounters tasks;
 
 private:
     const std::uint64_t m_seed;

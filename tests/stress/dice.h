@@ -24,7 +24,7 @@ public:
     template <typename Table>
     auto pick(Table &table) -> decltype(*std::begin(table))
     {
-        return *(std::begin(table) + below(static_cast<int>(std::size(table))));
+        return *std::next(std::begin(table), below(static_cast<int>(std::size(table))));
     }
 };
 

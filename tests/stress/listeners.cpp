@@ -17,7 +17,7 @@ class EndingListener final : public Counter
 {
 public:
     EndingListener(Run &run, std::atomic<long> &removals)
-        : Counter(run, events), m_run(run), m_removals(removals)
+        : Counter(run), m_run(run), m_removals(removals)
     {
     }
 
@@ -59,7 +59,7 @@ public:
 
     void put(const char *event)
     {
-        auto callback = std::make_unique<Counter>(m_run, Counter::events);
+        auto callback = std::make_unique<Counter>(m_run);
         const ListenerHandle handle = m_run.framework.addListener(event, callback.get());
         expect(handle != 0, "addListener is refused");
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -95,7 +95,7 @@ class ReaperListener final : public Counter
 {
 public:
     ReaperListener(Run &run, Exchange &exchange, std::atomic<long> &removals)
-        : Counter(run, events), m_exchange(exchange), m_removals(removals)
+        : Counter(run), m_exchange(exchange), m_removals(removals)
     {
     }
 
@@ -170,7 +170,7 @@ void runListeners(const Options &options)
 {
     Run run;
     run.start(R"({"initFinishedAfterMs":-1})");
-    Counter counter(run, Counter::events);
+    Counter counter(run);
     run.framework.addListener("account.initFinished", &counter);
     expect(run.account.waitUntilIdle(10000), "the account library does not come to rest");
 

@@ -26,16 +26,16 @@ MixedResult runMixedOnce(const Options &options)
 {
     Run run;
     run.start(R"({"initFinishedAfterMs":-1})");
-    Counter counter(run, Counter::events);
+    Counter counter(run);
     expect(run.framework.addListener("account.initFinished", &counter) != 0, "no subscription");
 
     MixedResult result;
     Clients clients(run, options);
-    expect(run.framework.registerCallbackFunc("meetingDataChangeTask", &clients.tasks),
-           "no registration");
+    Counter &tasks = clients.tasks.at("meetingDataChangeTask");
+    expect(run.framework.registerCallbackFunc("meetingDataChangeTask", &tasks), "no registration");
     // What the registration asked for comes first, or is counted as a message.
     expect(run.account.waitUntilIdle(10000), "the account library does not come to rest");
-    const long asked = clients.tasks.deliveries();
+    const long asked = tasks.deliveries();
 
     TrafficThreads threads(run, options.seed, &counter);
     const Traffic &traffic = threads.traffic();
@@ -49,10 +49,9 @@ MixedResult runMixedOnce(const Options &options)
     run.stop();
 
     expect(counter.deliveries() == traffic.counted(), "events are doubled");
-    expect(clients.tasks.deliveries() - asked == traffic.messages(),
-           "task messages are lost or doubled");
-    expect(clients.collected.deliveries() == traffic.collected(),
-           "collected objects are lost or doubled");
+    expect(tasks.deliveries() - asked == traffic.messages(), "task messages are lost or doubled");
+    const Counter &collected = clients.tasks.at("accountInfoCollectTask");
+    expect(collected.deliveries() == traffic.collected(), "collected objects are lost or doubled");
     result.events = traffic.events();
     result.messages = traffic.messages();
     result.asynCalls = run.asynCalls;
@@ -188,7 +187,7 @@ void runShutdown(const Options &options)
         runPart(options, 0, seconds, random.next(),
                 [&](RunPointer &run, ClientsPointer &clients, Budget &part) {
                     run->keepsOrder = false;
-                    auto listener = std::make_unique<Counter>(*run, Counter::events);
+                    auto listener = std::make_unique<Counter>(*run);
                     run->start(kOwing);
                     run->framework.addListener("account.cookieUpdated", listener.get());
                     clients->run(part);

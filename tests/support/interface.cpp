@@ -22,6 +22,16 @@ Request requestOf(const QJsonObject &method, std::size_t &queueCount)
             method["x-threadSafe"].toBool() ? kResult : kOffThread, isLater ? queueCount++ : 0};
 }
 
+Task taskOf(const QJsonObject &task)
+{
+    Task found{task["name"].toString().toStdString(), {}};
+    for (const QJsonValue message : task["message"].toObject()["oneOf"].toArray()) {
+        const QJsonValue dataType = message["properties"]["dataType"]["const"];
+        found.dataTypes.push_back(dataType.toString().toStdString());
+    }
+    return found;
+}
+
 Interface readInterface()
 {
     QFile file(ZEF_SOURCE_DIR "/interface/modules.json");
@@ -35,6 +45,9 @@ Interface readInterface()
     }
     for (const auto &event : modules["x-events"].toArray()) {
         found.events.push_back(event.toObject()["name"].toString().toStdString());
+    }
+    for (const auto &task : modules["x-tasks"].toArray()) {
+        found.tasks.push_back(taskOf(task.toObject()));
     }
     const std::vector<Request> misses{
         {"utils", "[]", "Wrong number of arguments", "Wrong number of arguments", 0},

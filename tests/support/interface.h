@@ -13,6 +13,13 @@ struct Request
     std::size_t queue; ///< replies of one queue reach a calling thread in the order of its calls
 };
 
+/// A task type and the values of "dataType" in its messages; none when these are any objects.
+struct Task
+{
+    std::string type;
+    std::vector<std::string> dataTypes;
+};
+
 /// What interface/modules.json describes, and the ways to miss it.
 struct Interface
 {
@@ -21,4 +28,5 @@ struct Interface
     std::vector<Request> requests;
     std::size_t queueCount = 1; ///< the first is the host thread's
     std::vector<std::string> events;
+    std::vector<Task> tasks;
 };
