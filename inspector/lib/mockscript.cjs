@@ -1,8 +1,9 @@
 'use strict';
 
 const { parsed } = require('./compare.cjs');
+const { description, methods } = require('./description.cjs');
 
-// Of which operation of the account library a method's reply is the answer, and in which form.
+// In which form the mock is told a method's reply.
 const asReply = (reply) => ({ reply });
 const asText = ({ result, data }) =>
   result === 'ok' ? { text: data?.data ?? '' } : { refuse: true };
@@ -18,37 +19,23 @@ const asTask = ({ result, msg, data = {} }) => {
   return { reply: { taskResult } };
 };
 
-const operations = new Map([
-  ['account.loginWithSsid', ['loginCallback', asReply]],
-  ['account.loginWithRandcode', ['loginCallback', asReply]],
-  ['account.quickLogin', ['loginCallback', asReply]],
-  ['account.getJwkPublicKeyStr', ['getJwkPublicKeyStr', asText]],
-  ['account.signPopToken', ['signPopToken', asText]],
-  ['account.signLoginData', ['signLoginData', asText]],
-  ['accessbase.getDeviceInfo', ['getDeviceInfo', asText]],
-  ['accessbase.getDeviceNetworkStatus', ['getDeviceNetworkStatus', asText]],
-  ['accessbase.getDeviceHeader', ['getDeviceHeader', asText]],
-  ['account.getOfficeUserInfo', ['getAuthorizedUserInfoOffice', asTask]],
-  ['meeting.changeMeetingStatus', ['notifyOfficeMsg/getMeetingStatus', asTask]],
-]);
-for (const name of [
-  'loginCallback',
-  'logout',
-  'switchAccount',
-  'upgradeAccount',
-  'downgradeAccount',
-  'updateAccountInfo',
-  'getUrlWithAuthorizeCode',
-]) {
-  operations.set(`account.${name}`, [name, asReply]);
+const asRefusal = ({ result }) => (result === 'ok' ? {} : { refuse: true });
+
+function formOf(method) {
+  if (method['x-writtenByAccountLibrary']) return asReply;
+  if (method['x-answer'] === 'library thread') return asTask;
+  const { type } = method.result.schema.properties?.data ?? {};
+  return [type].flat().includes('string') ? asText : asRefusal;
 }
 
 /** What the mock is told so that it answers one call as recorded: lists of scripts by operation. */
 function scriptOf(method, got) {
-  const [operation, form] = operations.get(method) ?? [];
+  const described = methods.get(method);
+  const operation = described?.['x-operations'].at(-1);
   if (operation === undefined || got.error !== undefined || got.cut) return {};
+  if (/ is empty$/.test(got.msg)) return {}; // refused before the account library is asked
   const { reply: _, ...reply } = got;
-  const script = { [operation]: [form(reply)] };
+  const script = { [operation]: [formOf(described)(reply)] };
   if (method === 'account.quickLogin') {
     script.grantAuthorizeCodeOffice = [{ reply: { taskResult: { bResult: true } } }];
   }
@@ -79,10 +66,15 @@ function stateOf(method, got) {
   return undefined;
 }
 
+/** Task types whose messages are what the account library collects. */
+const collecting = description['x-tasks']
+  .filter(({ examples }) => examples.every(({ mock }) => 'collect' in mock))
+  .map(({ name }) => name);
+
 /** What makes the mock send what was received. */
 function commandOf(got) {
   if (got.event) return { signal: got.event.replace(/^account\./, '') };
-  if (got.task === 'accountInfoCollectTask') return { collect: got.message };
+  if (collecting.includes(got.task)) return { collect: got.message };
   const { dataType, data } = got.message ?? {};
   return { message: { msgType: dataType, ...data } };
 }
