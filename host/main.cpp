@@ -1,3 +1,4 @@
+#include "closedlibraries.h"
 #include "library.h"
 #include "options.h"
 #include "repl.h"
@@ -5,7 +6,7 @@
 
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
+#include <memory>
 
 /// \file
 /// The command-line host: loads the library as the application does, carries out what it is asked
@@ -71,9 +72,9 @@ int runSession(const Options &options, Printer &printer)
         options.recording.empty() || !options.settings.empty()
             ? settingsText(options.settings)
             : compact(recordingHeader(options.recording).value("settings", Json::object()));
+    std::unique_ptr<ClosedLibraries> libraries;
     if (options.showLibraries) {
-        // The library says so itself, on the standard error. Before Qt is loaded, which reads it.
-        setenv("QT_LOGGING_RULES", "zelectronframework.libraries.debug=true", 1);
+        libraries = std::make_unique<ClosedLibraries>();
     }
     auto *const framework = loadFramework(options.library);
     if (!options.logFolder.empty()) {
@@ -88,7 +89,12 @@ int runSession(const Options &options, Printer &printer)
         session.compareWith(
             std::make_unique<Replay>(recordingHeader(options.recording), options.commands));
     }
-    if (!session.start(settings)) {
+    const bool isStarted = session.start(settings);
+    if (libraries) {
+        libraries->print(printer);
+        libraries.reset();
+    }
+    if (!isStarted) {
         complain(startText());
         session.finish();
         return kStartFailure;

@@ -151,7 +151,7 @@ bool readOptions(int count, char **arguments, Options &options, int &exitCode)
     run->add_option("script", raw.script, "file")->type_name("SCRIPT")->required();
     CLI::App *repl = app.add_subcommand("repl", "take commands from a prompt");
     CLI::App *libraries = app.add_subcommand(
-        "libraries", "start, print which closed libraries and functions were found, stop");
+        "libraries", "start, print which functions of the closed libraries were found, stop");
 
     app.require_subcommand(0, 1);
     app.allow_extras();

@@ -136,6 +136,21 @@ void Printer::failure(const std::string &operation, const std::string &name,
     write(headLine("fail", name, operation + ", NOT EXPECTED: " + printable(text)));
 }
 
+void Printer::closedFunction(const ClosedFunction &function)
+{
+    if (m_asJson) {
+        writeJson({{"kind", "function"},
+                   {"library", function.library},
+                   {"file", function.file},
+                   {"function", function.name},
+                   {"need", function.need},
+                   {"state", function.state}});
+        return;
+    }
+    write(padded(function.library, 20) + padded(function.name, 36) + padded(function.need, 10) +
+          padded(function.state, 9) + printable(function.file) + '\n');
+}
+
 void Printer::note(const std::string &text)
 {
     if (m_asJson) {

@@ -18,6 +18,16 @@ struct Reply
     bool wasExpected = false;
 };
 
+/// What the library found of a closed library: one of its functions, or nothing at all.
+struct ClosedFunction
+{
+    std::string library;
+    std::string file; ///< where that was loaded from; empty when it was not
+    std::string name;
+    std::string need;  ///< "required" or "optional"
+    std::string state; ///< "found" or "missing"
+};
+
 /// Writes what happened to standard output: lines for people, or one JSON object a line.
 ///
 /// All functions are callable from any thread.
@@ -34,6 +44,7 @@ public:
                  bool wasExpected);
     /// Something that should have happened and did not.
     void failure(const std::string &operation, const std::string &name, const std::string &text);
+    void closedFunction(const ClosedFunction &function);
     void note(const std::string &text);
     void logLine(const std::string &level, const std::string &module, const std::string &message,
                  long thread);

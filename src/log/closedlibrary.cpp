@@ -69,6 +69,7 @@ ClosedLibrary openClosedLibrary(const char *name)
     if (!library) {
         const char *reason = dlerror(); // NOLINT(concurrency-mt-unsafe): per thread in glibc
         qDebug() << "load fail: " << (reason ? reason : "");
+        qCDebug(libraries, "%s: missing", name);
     }
     return library;
 }
@@ -77,12 +78,14 @@ bool findFunctions(void *library, const char *name, std::initializer_list<Closed
 {
     for (const ClosedFunction &function : functions) {
         function.find(library);
-        qCDebug(libraries, "%s: %s %s", name, function.symbol(),
+        qCDebug(libraries, "%s: %s %s %s", name, function.symbol(),
+                function.isRequired() ? "required" : "optional",
                 function.isFound() ? "found" : "missing");
     }
     qCDebug(libraries, "%s: %s", name, qUtf8Printable(fileOf(library).filePath()));
-    return std::none_of(functions.begin(), functions.end(),
-                        [](const ClosedFunction &function) { return function.isMissing(); });
+    return std::none_of(functions.begin(), functions.end(), [](const ClosedFunction &function) {
+        return function.isRequired() && !function.isFound();
+    });
 }
 
 void warnIfFromElsewhere(const char *name)

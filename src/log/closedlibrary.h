@@ -26,7 +26,7 @@ public:
     void find(void *library) const;
     const char *symbol() const { return m_symbol; }
     bool isFound() const { return *m_function != nullptr; }
-    bool isMissing() const { return !isFound() && m_need == Required; }
+    bool isRequired() const { return m_need == Required; }
 
 private:
     void **m_function;
@@ -45,8 +45,8 @@ using ClosedLibrary = std::unique_ptr<void, CloseLibrary>;
 /// \return null after one debug message with the loader's reason.
 ClosedLibrary openClosedLibrary(const char *name);
 
-/// Finds all functions, in the given order, and lists them in the logging category
-/// "zelectronframework.libraries" at debug level.
+/// Finds all functions, in the given order. What was found is listed in the logging category
+/// "zelectronframework.libraries" at debug level; zefhost reads it there.
 /// \return false when one that is required is missing.
 [[nodiscard]] bool findFunctions(void *library, const char *name,
                                  std::initializer_list<ClosedFunction> functions);

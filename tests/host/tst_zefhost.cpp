@@ -30,6 +30,7 @@ private Q_SLOTS:
     void exitCodeTellsWhetherAllWasExpected();
     void missingAnswerEndsTheWait();
     void jsonOutputIsOneObjectALine();
+    void closedLibrariesAreListed();
     void foreignTextIsPrintedHarmlessly();
     void promptTakesCommandsFromInput();
     void recordingsAreCompared_data();
@@ -246,6 +247,32 @@ void tst_Zefhost::jsonOutputIsOneObjectALine()
         QCOMPARE(line["kind"].toString(), QString("log"));
         QVERIFY(!line["message"].toString().isEmpty());
     }
+}
+
+void tst_Zefhost::closedLibrariesAreListed()
+{
+    const ChildResult result = run({"libraries"});
+    VERIFY_EXIT(result, 0);
+    QCOMPARE(result.errors, std::string());
+    const QRegularExpression row(
+        "libvemolog\\.so +writeMsg +optional +found +/.*/libvemolog\\.so\n");
+    VERIFY_CONTAINS(result.output, row);
+
+    const QString built = QString::fromStdString(libraryFolder()) + "/..";
+    const QString folder = m_folder.path() + "/incomplete";
+    QVERIFY(QDir().mkpath(folder + "/bin") && QDir().mkpath(folder + "/lib"));
+    for (const QString name : {"/bin/zefhost", "/lib/libzelectronframework.so",
+                               "/lib/libvemolog.so", "/lib/libzaccountkeeper.so"}) {
+        QVERIFY(QFile::copy(built + name, folder + name));
+    }
+    const QString account = folder + "/lib/libzaccountlite.so";
+    QVERIFY(QFile::copy(built + "/standins/no-get/libzaccountlite.so", account));
+    const std::string host = (folder + "/bin/zefhost").toStdString();
+    const ChildResult lacking = runChild({host, "--json", "libraries"});
+    VERIFY_EXIT(lacking, 2);
+    const QString object = R"({"kind":"function","library":"libzaccountlite.so","file":"%1",)"
+                           R"("function":"GetInterface","need":"required","state":"missing"})";
+    VERIFY_CONTAINS(lacking.output, object.arg(account));
 }
 
 void tst_Zefhost::foreignTextIsPrintedHarmlessly()
