@@ -40,6 +40,12 @@ check_floors() {
 
 check_web() { tools/lint/node_modules/.bin/biome check --error-on-warnings "$@"; }
 
+# Each language has the one spelling that its tools read.
+check_comments() {
+    ! grep -nE '//[/ ].*(@(file|param|returns?|throws?)|\\(a|brief|returns|throws))\b' "${sources[@]}" &&
+        ! grep -nE '(\*|//).*\\(param|returns?|throws?)\b' "${web[@]}"
+}
+
 check_links() { node tools/lint/links.mjs "$@"; }
 
 # Addresses of a download would tie the tree to one registry.
@@ -93,6 +99,7 @@ mapfile -t code < <(tree '*.h' '*.cpp' '*.js' '*.cjs' '*.mjs' '*.ts' '*.cts' '*.
 fetch_lint_packages
 check "Checking scripts" check_scripts "${scripts[@]}"
 check "Checking format" check_format "${sources[@]}"
+check "Checking doc comments" check_comments "${sources[@]}" "${web[@]}"
 check "Checking that includes lead down" check_floors "${sources[@]}"
 check "Checking JavaScript, TypeScript, HTML and JSON" check_web "${web[@]}"
 check "Checking lock files" check_locks "${locks[@]}"

@@ -142,7 +142,7 @@ public:
     /// Subscribes to one account event.
     ///
     /// \param eventName "account.event", UTF-8, for example "account.userInfoChanged"; MODULES.md
-    ///                  lists the seven events. Read during the call.
+    ///                  lists the events. Read during the call.
     /// \param callback  gets {} each time the event happens; null is accepted and gets nothing.
     ///                  Stays the caller's, who keeps it alive until removeListener with the
     ///                  returned handle, or uninit, has returned.
@@ -167,12 +167,12 @@ public:
 
     /// Registers the callback of one task type, for as long as the framework runs.
     ///
-    /// \param typeName "meetingDataChangeTask" or "accountInfoCollectTask", UTF-8. Read during the
-    ///                 call.
-    /// \param callback gets {"dataType":text, "data":object} for "meetingDataChangeTask", and the
-    ///                 account library's own object for "accountInfoCollectTask"; null is accepted
-    ///                 and gets nothing. Stays the caller's, who keeps it alive until uninit has
-    ///                 returned.
+    /// \param typeName a task type, UTF-8, for example "meetingDataChangeTask"; MODULES.md lists the
+    ///                 types with their messages. Read during the call.
+    /// \param callback gets each message: {"dataType":text, "data":object} for
+    ///                 "meetingDataChangeTask", the account library's own object for
+    ///                 "accountInfoCollectTask"; null is accepted and gets nothing. Stays the
+    ///                 caller's, who keeps it alive until uninit has returned.
     /// \return true when the type is known and the account library, where it decides, accepted the
     ///         callback. A second "meetingDataChangeTask" is true and changes nothing.
     ///

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <type_traits>
 
+/// \file
 /// Records of the account library, returned as references to objects that it owns.
 ///
 /// The order and types of all fields are a binary contract: fields named unread... only keep the

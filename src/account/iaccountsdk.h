@@ -14,6 +14,7 @@
 #include <functional>
 #include <memory>
 
+/// \file
 /// Interfaces of the closed account library, as far as they are used here.
 ///
 /// They are binary contracts: the order of the virtual functions is the order of the slots, counted
@@ -180,9 +181,8 @@ public:
     /// Called once, on the host thread; nothing is called afterwards.
     virtual void uninit() = 0;
 
-    /// The object that raises initFinished(), currentAccountChanged(), authInfoChanged(),
-    /// userInfoChanged(), companyInfoChanged(), accountListInfoChanged() and cookieUpdated(), on
-    /// any thread. May be null.
+    /// The object that raises the signals which ZAccountSdkProxy declares as well, on any thread. May
+    /// be null.
     virtual QObject *notifier() = 0;
 
     // Each of these may return null at any time; the results are never stored.
