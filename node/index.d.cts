@@ -357,6 +357,8 @@ export interface InitContext {
 export interface EventContext {
   instance: number;
   name: EventName;
+  /** Of the events that this one stands for, which were raised while it was waiting. */
+  count: number;
 }
 
 /** `zelectronframework:task` */

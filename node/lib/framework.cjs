@@ -222,8 +222,10 @@ class ElectronFramework extends FrameworkEmitter {
 
   #receiveEvent(event) {
     const session = this.#session;
-    return session.receive(() => {
-      if (heardEvents.hasSubscribers) heardEvents.publish({ instance: session.id, name: event });
+    return session.receive((count) => {
+      if (heardEvents.hasSubscribers) {
+        heardEvents.publish({ instance: session.id, name: event, count });
+      }
       this.emit(event);
     });
   }

@@ -112,8 +112,10 @@ class Session {
     if (this.#isSilent && id !== this.#id) return;
     if (receiver) run(receiver, text);
     else if (id === 0) warnOfDropped(text);
-    // An answer whose call has ended. Events have no text.
-    else if (text !== '' && lateReplies.hasSubscribers) lateReplies.publish({ id, reply: text });
+    // An answer whose call has ended. Events have a number.
+    else if (typeof text !== 'number' && lateReplies.hasSubscribers) {
+      lateReplies.publish({ id, reply: text });
+    }
   }
 }
 

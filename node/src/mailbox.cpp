@@ -71,7 +71,7 @@ void Mailbox::keepAlive(napi_env env, bool isKept)
 
 void Mailbox::post(Kind kind, ReceiverId id, std::string_view text)
 {
-    Delivery delivery{kind, id, std::string(text)};
+    Delivery delivery{kind, id, std::string(text), 0};
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (!m_function || !takes(kind, id, text.size())) {
         return;
@@ -93,7 +93,7 @@ bool Mailbox::takes(Kind kind, ReceiverId id, std::size_t length)
         return false;
     }
     if (kind == Kind::event) {
-        return m_waitingEvents.insert(id).second;
+        return ++m_waitingEvents[id] == 1;
     }
     if (kind == Kind::message) {
         if (m_waitingBytes > 0 && m_waitingBytes + length > kMostWaitingBytes) {
@@ -125,7 +125,8 @@ napi_value Mailbox::take(napi_env env)
     }
     for (const Delivery &delivery : taken) {
         append(valueOf(env, delivery.id));
-        append(valueOf(env, delivery.text));
+        const bool isEvent = delivery.kind == Kind::event;
+        append(isEvent ? valueOf(env, delivery.count) : valueOf(env, delivery.text));
     }
     return array;
 }
@@ -138,9 +139,11 @@ std::deque<Mailbox::Delivery> Mailbox::takeOldest()
         m_arrived.begin() + static_cast<std::ptrdiff_t>(std::min(m_arrived.size(), kMostAtOnce));
     std::move(m_arrived.begin(), end, std::back_inserter(taken));
     m_arrived.erase(m_arrived.begin(), end);
-    for (const Delivery &delivery : taken) {
+    for (Delivery &delivery : taken) {
         if (delivery.kind == Kind::event) {
-            m_waitingEvents.erase(delivery.id);
+            const auto waiting = m_waitingEvents.find(delivery.id);
+            delivery.count = waiting->second;
+            m_waitingEvents.erase(waiting);
         } else if (delivery.kind == Kind::message) {
             m_waitingBytes -= delivery.text.size();
         }

@@ -7,7 +7,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
-#include <unordered_set>
+#include <unordered_map>
 
 /// Names a receiver on the JavaScript side. Counts up and is never used twice in one process, so that
 /// whatever arrives late meets nobody.
@@ -24,8 +24,8 @@ public:
     enum class Kind {
         outcome, ///< of a start or stop; the only one that a silent mailbox takes
         reply,   ///< to a call; as many as there are calls
-        event,   ///< has no text; one that is still waiting stands for all that follow
-        message  ///< dropped, and counted, while 64 MB of them are waiting
+        event, ///< has no text; one that is still waiting stands for all that follow, and counts them
+        message ///< dropped, and counted, while 64 MB of them are waiting
     };
 
     Mailbox() = default;
@@ -37,8 +37,9 @@ public:
     void open(napi_env env, napi_value collect);
 
     /// The oldest deliveries as [id, text, id, text, ...], so few of them that handling them does
-    /// not hold the event loop up; [0, number] first when messages were dropped. A text that is too
-    /// long for JavaScript is null. After an empty array collect is called again. Thread: JavaScript.
+    /// not hold the event loop up; [0, number] first when messages were dropped. An event has a number
+    /// in place of the text: how many it stands for. A text that is too long for JavaScript is null.
+    /// After an empty array collect is called again. Thread: JavaScript.
     napi_value take(napi_env env);
 
     /// Drops everything but outcomes, from now on and what is waiting. Thread: any.
@@ -59,6 +60,7 @@ private:
         Kind kind;
         ReceiverId id;
         std::string text;
+        std::int64_t count = 0; ///< of the events that it stands for
     };
 
     bool takes(Kind kind, ReceiverId id, std::size_t length);
@@ -67,9 +69,9 @@ private:
     std::mutex m_mutex; // guards everything below; held over no call into JavaScript
     napi_threadsafe_function m_function = nullptr;
     std::deque<Delivery> m_arrived;
-    std::unordered_set<ReceiverId> m_waitingEvents; // those in m_arrived
-    std::size_t m_waitingBytes = 0;                 // of the messages in m_arrived
-    std::int64_t m_dropped = 0;                     // messages since the last take
+    std::unordered_map<ReceiverId, std::int64_t> m_waitingEvents; // those in m_arrived, counted
+    std::size_t m_waitingBytes = 0;                               // of the messages in m_arrived
+    std::int64_t m_dropped = 0;                                   // messages since the last take
     bool m_isCollecting = false; // collect was called and has not yet found the mailbox empty
     bool m_isSilent = false;
 };
