@@ -944,6 +944,13 @@ export interface MockCommand extends Partial<MockKnowledge> {
   collect?: JsonLike;
   /** Gives all answers that are held. */
   release?: boolean;
+  /** Gives the one at that place in `held`, from 0. */
+  releaseNth?: number;
+  /**
+   * Before anything else, while nothing runs: forgets scripts, held answers and what it was told to
+   * know.
+   */
+  reset?: boolean;
 }
 
 /** What the mock knows now. Without a run: what it knew at the end of the last one. */

@@ -29,13 +29,26 @@ test('the mock does while it runs what it is told', async (t) => {
   );
   assert.equal(mock().users[0].ssid, 'ssid-10001');
 
+  mock({ script: { logout: { hold: true, refuse: true } } });
+  const first = logout();
+  const second = logout().then((msg) => [msg, mock().held.length]);
+  await until(() => mock().held.length === 2, 'two held answers');
+  mock({ releaseNth: 1 });
+  assert.deepEqual(await second, ['refused', 1]);
+  mock({ release: true });
+  assert.equal(await first, 'refused');
+
   for (const command of [
+    { releaseNth: 0 }, // nothing is held
+    { reset: true }, // it runs
     { unknown: 1 },
     { script: { logout: [{ odd: 1 }] } },
     { signal: 'none' },
   ]) {
     assert.throws(() => mock(command), failure('ZEF_MOCK_REFUSED'));
   }
+  await framework.close();
+  assert.deepEqual(mock({ reset: true }).scripts, {});
 });
 
 test('the mock takes every key that its description names', async (t) => {
@@ -46,7 +59,7 @@ test('the mock takes every key that its description names', async (t) => {
   for (const [key, { type }] of Object.entries(description.MockScript.properties)) {
     mock({ script: { logout: [{ [key]: values[type] }] } });
   }
-  const { message, collect, signal, ...state } = {
+  const { message, collect, signal, releaseNth, ...state } = {
     ...description.MockKnowledge.properties,
     ...description.MockCommand.properties,
   };

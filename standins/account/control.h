@@ -156,8 +156,10 @@ extern "C" zefstandin::AccountControl *zefAccountStandinControl();
 ///
 /// \param json keys of the settings' "standin" object that a running library takes ("accounts",
 ///             "users", "currentUserId", "cookies", "office", "script", ...), and "signal" (name to
-///             raise), "message" (of the office suite), "collect" (object to hand out) and
-/// "release" (true: gives all held answers). What arrives does so on a library thread.
+///             raise), "message" (of the office suite), "collect" (object to hand out), "release"
+///             (true: gives all held answers), "releaseNth" (gives the one at that place in
+///             "held", from 0) and "reset" (true: reset() before anything else, unless a
+///             library runs). What arrives does so on a library thread.
 /// \return JSON text that the caller gives to free(): {"error": text}, which says what was not
 ///         done; or state() with "scripts" (operation to number of calls that its script is still
 ///         for, -1 for all), "held" (names of the operations whose answers are held) and "busy"

@@ -12,9 +12,10 @@ AccountControl *keeperControl();
 
 namespace {
 
-const char *const kStateKeys[] = {
-    "accounts", "generateAccounts", "users",  "currentUserId", "cookies", "accountUrl", "office",
-    "answers",  "script",           "signal", "networkCheck",  "message", "collect",    "release"};
+const char *const kStateKeys[] = {"accounts", "generateAccounts", "users",        "currentUserId",
+                                  "cookies",  "accountUrl",       "office",       "answers",
+                                  "script",   "signal",           "networkCheck", "message",
+                                  "collect",  "release",          "releaseNth",   "reset"};
 
 bool isKnownKey(const QString &key)
 {
@@ -48,8 +49,15 @@ std::string textOf(const QVariant &map)
 QString carryOut(const QVariantMap &command)
 {
     AccountControl &control = *keeperControl();
+    if (command.value("reset").toBool()) {
+        if (objectFromText(control.state())->value("running").toBool()) {
+            return "the mock is not reset while it runs";
+        }
+        control.reset();
+    }
     QVariantMap state = command;
-    for (const char *key : {"script", "signal", "message", "collect", "release"}) {
+    for (const char *key :
+         {"script", "signal", "message", "collect", "release", "releaseNth", "reset"}) {
         state.remove(key);
     }
     if (!state.isEmpty()) {
@@ -74,6 +82,15 @@ QString carryOut(const QVariantMap &command)
     }
     if (command.value("release").toBool()) {
         control.releaseAll(Thread::library);
+    }
+    if (command.contains("releaseNth")) {
+        const std::vector<HeldAnswer> held = control.held();
+        bool isNumber = false;
+        const uint place = command.value("releaseNth").toUInt(&isNumber);
+        if (!isNumber || place >= held.size() ||
+            !control.release(held[place].id, Thread::library)) {
+            return "no answer is held at that place";
+        }
     }
     return {};
 }
