@@ -5,10 +5,11 @@ const path = require('node:path');
 
 const lookMilliseconds = 100;
 const mostAtOnce = 16 * 1024; // a millisecond's work
+const coarseMilliseconds = 1000; // the time of a file is that of the last tick of a clock
 const mostBehind = 256 * 1024; // before the first look
 
-// time level thread module message, as the mock of the log library writes them
-const form = /^(\d{4}-\d\d-\d\dT[\d:.]+Z) (\S+) (\d+) (\S+) (.*)$/;
+// time level process/thread module message, as the mock of the log library writes them
+const form = /^(\d{4}-\d\d-\d\dT[\d:]{8}\.\d{3})(\d{3})Z (\S+) (\d+)\/(\d+) (\S+) (.*)$/;
 
 const controls = { n: '\n', r: '\r', t: '\t' };
 const unescaped = (text) =>
@@ -18,7 +19,10 @@ const unescaped = (text) =>
       : String.fromCodePoint(Number.parseInt(code, 16)),
   );
 
-/** Follows the file of the mock's log library, and hands on the lines since a time. */
+/**
+ * Follows the file of the mock's log library, and hands on the lines of this process since a time. Other
+ * processes with the same names write to it too, for example those of replays.
+ */
 class MockLog {
   #folder;
   #since;
@@ -57,7 +61,7 @@ class MockLog {
     const { size, mtimeMs } = await fs.stat(name);
     let position = this.#positions.get(name);
     if (!position) {
-      if (mtimeMs < this.#since) return;
+      if (mtimeMs < this.#since - coarseMilliseconds) return; // nothing new since then
       position = { at: Math.max(0, size - mostBehind), rest: Buffer.alloc(0) };
       this.#positions.set(name, position);
     }
@@ -86,15 +90,11 @@ class MockLog {
   }
 
   #hand(line) {
-    const [, time, level, thread, module, message] = form.exec(line) ?? [];
-    if (time === undefined || Date.parse(time) < this.#since) return;
-    this.#take({
-      time: Date.parse(time),
-      level,
-      thread: Number(thread),
-      module,
-      message: unescaped(message),
-    });
+    const [, date, microseconds, level, pid, thread, module, message] = form.exec(line) ?? [];
+    if (Number(pid) !== process.pid) return;
+    const time = Date.parse(`${date}Z`) + Number(microseconds) / 1000;
+    if (time < this.#since) return;
+    this.#take({ time, level, thread: Number(thread), module, message: unescaped(message) });
   }
 }
 

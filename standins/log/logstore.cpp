@@ -32,8 +32,8 @@ std::string utcTime()
     gmtime_r(&now.tv_sec, &parts);
     char seconds[32];
     std::strftime(seconds, sizeof seconds, "%Y-%m-%dT%H:%M:%S", &parts);
-    char text[48];
-    std::snprintf(text, sizeof text, "%s.%03ldZ", seconds, now.tv_nsec / 1000000);
+    char text[64];
+    std::snprintf(text, sizeof text, "%s.%06ldZ", seconds, now.tv_nsec / 1000);
     return text;
 }
 
@@ -79,8 +79,10 @@ void LogStore::writeToFile(const LogLine &line)
         }
         m_file.open(folder + '/' + m_logName + ".log");
     }
-    m_file.append(utcTime() + ' ' + escapedField(line.level) + ' ' + std::to_string(line.threadId) +
-                  ' ' + escapedField(line.module) + ' ' + escapedMessage(line.message) + '\n');
+    // Several processes with the same names write to one file.
+    const std::string writer = std::to_string(getpid()) + '/' + std::to_string(line.threadId);
+    m_file.append(utcTime() + ' ' + escapedField(line.level) + ' ' + writer + ' ' +
+                  escapedField(line.module) + ' ' + escapedMessage(line.message) + '\n');
 }
 
 void LogStore::record(std::string call)

@@ -74,7 +74,7 @@ void tst_LogStandin::everyMessageIsOneLine_data()
 {
     QTest::addColumn<QString>("level");
     QTest::addColumn<QString>("message");
-    QTest::addColumn<QString>("line"); // from the level on, * for the thread
+    QTest::addColumn<QString>("line"); // from the level on, * for process and thread
 
     QTest::newRow("plain") << "Info"
                            << "some words"
@@ -101,8 +101,9 @@ void tst_LogStandin::everyMessageIsOneLine()
     write(message, level);
     const QStringList lines = fileLines();
     QCOMPARE(lines.size(), 1);
-    const QString expected = R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z )" +
-                             QRegularExpression::escape(line).replace("\\*", "\\d+");
+    const QString expected = R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{6}Z )" +
+                             QRegularExpression::escape(line).replace(
+                                 "\\*", QString("%1/\\d+").arg(QCoreApplication::applicationPid()));
     const QRegularExpression pattern(QRegularExpression::anchoredPattern(expected));
     QVERIFY2(pattern.match(lines[0]).hasMatch(), qPrintable(lines[0]));
 }
