@@ -2,7 +2,6 @@
 
 const turnMilliseconds = 16;
 const mostInATurn = 500; // half a millisecond's work
-const mostWaiting = 20000;
 
 /** What the list shows of an entry: no text of it. */
 function headOf({
@@ -19,36 +18,42 @@ function headOf({
   answers,
   bytes,
   of,
+  times,
 }) {
-  return { seq, t, kind, name, id, mode, instance, thread, outcome, ms, answers, bytes, of };
+  return { seq, t, kind, name, id, mode, instance, thread, outcome, ms, answers, bytes, of, times };
 }
 
 /**
- * Sends the heads of entries to one page as JSON Lines, as they come and when they change. A page
- * that reads too slowly loses some, and is told how many.
+ * Sends the heads of entries to one page as JSON Lines: each of them in order, as fast as the page
+ * reads, and then those that changed after they were sent. What has fallen out of the store before the
+ * page could read it is told as a gap.
  */
 class HeadStream {
+  #store;
   #response;
-  #waiting = new Map(); // seq -> entry, in the order in which they came or changed
+  #next; // seq of the next entry to send
+  #changed = new Map(); // seq -> head; only calls can be here that were sent while they were open
   #timer;
   #isFull = false;
-  #gap = 0;
   #end;
 
-  constructor(store, response, hello) {
+  constructor(store, response, { from = store.next, hello }) {
+    this.#store = store;
     this.#response = response;
+    this.#next = Math.min(from, store.next);
     this.#end = store.onChange((entry) => this.#note(entry));
     response.on('close', () => this.close());
     response.on('drain', () => {
       this.#isFull = false;
       this.#plan();
     });
-    this.#write({ hello: { ...hello, next: store.next, first: store.first } });
+    this.send({ hello: { ...hello, next: store.next, first: store.first } });
+    this.#plan();
   }
 
   /** Something else than an entry, for example that recording began. */
   send(message) {
-    this.#write(message);
+    this.#write([message]);
   }
 
   close() {
@@ -58,36 +63,38 @@ class HeadStream {
   }
 
   #note(entry) {
-    if (this.#waiting.has(entry.seq)) return; // goes as it is then
-    if (this.#waiting.size >= mostWaiting) {
-      this.#gap += 1;
-      return;
-    }
-    this.#waiting.set(entry.seq, entry);
+    if (entry.seq < this.#next) this.#changed.set(entry.seq, headOf(entry));
     this.#plan();
   }
 
   #plan() {
-    if (this.#timer || this.#isFull || this.#waiting.size === 0) return;
+    const isDone = this.#next >= this.#store.next && this.#changed.size === 0;
+    if (this.#timer || this.#isFull || isDone) return;
     this.#timer = setTimeout(() => this.#flush(), turnMilliseconds).unref();
   }
 
   #flush() {
     this.#timer = undefined;
+    const { first, next } = this.#store;
     const lines = [];
-    if (this.#gap > 0) lines.push(JSON.stringify({ gap: this.#gap }));
-    this.#gap = 0;
-    for (const [seq, entry] of this.#waiting) {
-      if (lines.length >= mostInATurn) break;
-      this.#waiting.delete(seq);
-      lines.push(JSON.stringify(headOf(entry)));
+    if (this.#next < first) {
+      lines.push({ gap: first - this.#next, from: this.#next, to: first - 1 });
+      this.#next = first;
     }
-    this.#isFull = !this.#response.write(`${lines.join('\n')}\n`);
+    const end = Math.min(next, this.#next + mostInATurn);
+    while (this.#next < end) lines.push(headOf(this.#store.get(this.#next++)));
+    for (const [seq, head] of this.#changed) {
+      if (lines.length > mostInATurn) break;
+      this.#changed.delete(seq);
+      lines.push(head);
+    }
+    this.#write(lines);
     this.#plan();
   }
 
-  #write(message) {
-    this.#isFull = !this.#response.write(`${JSON.stringify(message)}\n`);
+  #write(messages) {
+    const text = messages.map((message) => `${JSON.stringify(message)}\n`).join('');
+    this.#isFull = !this.#response.write(text);
   }
 }
 

@@ -198,7 +198,7 @@ class Inspector {
   }
 
   #stream(response) {
-    const stream = new HeadStream(this.#store, response, this.#state());
+    const stream = new HeadStream(this.#store, response, { hello: this.#state() });
     this.#streams.add(stream);
     response.on('close', () => this.#streams.delete(stream));
   }

@@ -67,8 +67,8 @@ class Watch {
       this.#subscribe(asyncStart, finish);
     }
     const note = (entry) => this.#store.add({ thread: threadId, ...entry });
-    this.#subscribe(channels.event, ({ instance, name }) =>
-      note({ kind: 'event', name, instance }),
+    this.#subscribe(channels.event, ({ instance, name, count }) =>
+      note({ kind: 'event', name, instance, times: count > 1 ? count : undefined }),
     );
     this.#subscribe(channels.task, ({ instance, type, text }) =>
       note({ kind: 'task', name: type, instance, text }),

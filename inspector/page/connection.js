@@ -9,6 +9,10 @@ const token = sessionStorage.getItem(key);
 const headers = { Authorization: `Bearer ${token}` };
 
 async function answerOf(response) {
+  if (response.headers.get('Content-Type') === 'application/jsonl') {
+    const file = decodeURIComponent(response.headers.get('Saved-As') ?? '');
+    return { text: await response.text(), file };
+  }
   const answer = await response.json();
   if (!response.ok) throw new Error(answer.error ?? response.statusText);
   return answer;

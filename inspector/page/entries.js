@@ -1,7 +1,6 @@
 import { useEffect, useState } from 'preact/hooks';
 import { follow, get } from './connection.js';
 
-const repairMilliseconds = 500;
 const most = 200_000; // heads that the page keeps
 
 /**
@@ -20,7 +19,6 @@ class Entries {
   touched = []; // seqs of the heads that came or changed, until the list has taken them
   #listeners = new Set();
   #isPlanned = false;
-  #repair;
   #held = [];
 
   subscribe(listener) {
@@ -71,7 +69,8 @@ class Entries {
     for (const message of messages) {
       if (message.seq !== undefined) heads.push(message);
       else if (message.hello) this.#begin(message.hello);
-      else if (message.gap) this.#planRepair();
+      else if (message.gap)
+        this.lost += message.gap; // all others arrive, however late
       else if ('recording' in message) this.setSession({ isRecording: message.recording });
     }
     if (this.isPaused) this.#held.push(...heads);
@@ -115,19 +114,6 @@ class Entries {
       at = Math.max(at, first) + heads.length;
       if (heads.length === 0) return;
     }
-  }
-
-  /** Fetches what the stream could not send, as long as the process still has it. */
-  #planRepair() {
-    clearTimeout(this.#repair);
-    this.#repair = setTimeout(async () => {
-      const isMissing = (head) => head === undefined || head.outcome === 'open';
-      const start = this.heads.findIndex(isMissing);
-      if (start >= 0) await this.#load(this.first + start, this.next);
-      this.lost = this.heads.reduce((sum, head) => sum + (head === undefined ? 1 : 0), 0);
-      this.version += 1;
-      this.changed();
-    }, repairMilliseconds);
   }
 }
 
