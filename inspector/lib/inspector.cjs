@@ -52,8 +52,9 @@ class Inspector {
     this.#options = options;
     this.#store = new Store({
       bytes: options.memoryBytes,
-      onLoss: (entry) => this.#secrets.learn(entry),
+      onLoss: (entry) => this.#learnAtLoss(entry),
     });
+    this.#secrets.state(options.settings ?? {}); // an init that was not seen was given these
     this.#mock = new MockPanel(this.#store, this.#secrets);
     this.#recorder = new Recorder(this.#store, this.#secrets, options);
     this.#watch = new Watch(this.#store, { where: options.where });
@@ -135,6 +136,11 @@ class Inspector {
     }
   }
   #open = new Set(); // calls that were open when they were read
+
+  #learnAtLoss(entry) {
+    const isNew = entry.seq >= this.#learned;
+    if (this.#open.delete(entry) || isNew) this.#secrets.learn(entry);
+  }
 
   #shown(entry) {
     const { where, isMeasured: _, ...masked } = this.#secrets.masked(entry);

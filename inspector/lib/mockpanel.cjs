@@ -35,7 +35,7 @@ class MockPanel {
     const plans = [...this.#plans].map(([id, { at, command }]) => ({
       id,
       in: at - Date.now(),
-      command,
+      command: this.#secrets.state(command),
     }));
     return { state: this.#secrets.state(state), plans };
   }

@@ -1,29 +1,43 @@
 'use strict';
 
-const { mask } = require('zelectronframework');
-const { secretive, secretNames } = require('./description.cjs');
+const { parsed } = require('./compare.cjs');
+const { isSecretive, methods, rules, words } = require('./description.cjs');
+const { readLogLine } = require('./logforms.cjs');
 const { Occurrences } = require('./occurrences.cjs');
+const { textBytes } = require('./store.cjs');
 
-const most = 100_000; // secrets that are remembered
-const placeholder = /^\{\{[\w-]+:\d+\}\}$/;
+const mostBytes = 32 * 2 ** 20; // that the secrets which are remembered may take
+const secretBytes = 700; // of one without its texts, as measured in V8
+const mostNames = 1000;
+const placeholder = /\{\{[\w-]+:\d+\}\}/g;
+const isPlaceholder = (text) => /^\{\{[\w-]+:\d+\}\}$/.test(text);
+const base64 = /[A-Za-z0-9+/_-]{16,}/g;
+const unreadable = '(no JSON, so not shown)';
 
-/** How a secret may stand in a text: as it is, in JSON once and twice, in a URL, in base64. */
+/** How a secret may stand in a text: as it is, in JSON once and twice, in a URL and in a form. */
 function writings(secret) {
   const inJson = JSON.stringify(secret).slice(1, -1);
   const twice = JSON.stringify(inJson).slice(1, -1);
-  const base64 = Buffer.from(secret).toString('base64').replace(/=+$/, '');
-  return new Set([secret, inJson, twice, encodeURIComponent(secret), base64]);
+  const inUrl = encodeURIComponent(Buffer.from(secret).toString()); // which has no half characters
+  return new Set([secret, inJson, twice, inUrl, inUrl.replaceAll('%20', '+')]);
 }
+
+const bytesOf = (secret) =>
+  [...writings(secret)].reduce((sum, text) => sum + textBytes(text), secretBytes);
+
+const same = (text) => text;
 
 /**
  * Knows the secrets of a session: each has one placeholder, the same wherever it occurs, so that what
- * was equal stays equal. Works on copies.
+ * was equal stays equal. They are found by their names, and then wherever they occur in a text; keys
+ * and numbers stay as they are. Works on copies.
  */
 class Secrets {
   #placeholders = new Map(); // secret -> {{name:n}}
   #values = new Map(); // {{name:n}} -> secret
   #counts = new Map();
-  #occurrences = new Occurrences(); // of all writings of all secrets
+  #occurrences = new Occurrences(); // of the writings of those that are looked for
+  #bytes = 0;
 
   /** The secret that a placeholder stands for. */
   reveal(name) {
@@ -34,106 +48,146 @@ class Secrets {
   withSecrets(value) {
     return JSON.parse(JSON.stringify(value), (_, each) =>
       typeof each === 'string'
-        ? each.replace(/\{\{[\w-]+:\d+\}\}/g, (name) => this.#values.get(name) ?? name)
+        ? each.replace(placeholder, (name) => this.#values.get(name) ?? name)
         : each,
     );
   }
 
   /** \returns the entry with its secrets replaced; what is found counts from now on. */
   masked(entry) {
-    const copy = this.#maskedByName(entry);
-    for (const key of ['params', 'reply', 'error', 'text']) {
-      if (typeof copy[key] === 'string') copy[key] = this.text(copy[key]);
-    }
-    return copy;
-  }
-
-  /** What is secret by its name or place. */
-  #maskedByName(entry) {
-    const copy = { ...entry };
-    // What cannot be read as a whole is not shown where it may hold secrets.
-    const isSecretive = secretive.has(entry.name) || entry.kind === 'task' || entry.kind === 'mock';
-    for (const key of isSecretive ? Object.keys(entry.cut ?? {}) : []) copy[key] = undefined;
-    const replace = (name, value) => this.#hide(name, value);
-    if (entry.kind === 'call' || entry.kind === 'late') {
-      const { name, params, reply, error } = copy;
-      const context = { method: name, reply };
-      if (name === 'init') context.settings = params;
-      else context.params = params;
-      if (error !== undefined) context.error = { message: error };
-      const found = mask(context, replace);
-      copy.params = found.params ?? found.settings;
-      copy.reply = found.reply;
-      copy.error = error === undefined ? undefined : this.#errorText(found.error, error);
-      if (name === 'init' && copy.params) copy.params = this.#state(copy.params);
-    } else if (entry.kind === 'task') {
-      copy.text = mask({ type: entry.name, text: copy.text }, replace).text;
-    } else if (entry.kind === 'mock') {
-      copy.text = this.#state(copy.text);
-    }
-    return copy;
+    return this.#entry(entry, this.#known);
   }
 
   /** Takes note of the secrets of an entry. Cheap for those that can have none. */
   learn(entry) {
-    const isTold = entry.kind === 'call' || entry.kind === 'late';
-    if (isTold && !secretive.has(entry.name) && entry.name !== 'init') return;
-    if (isTold || entry.kind === 'task' || entry.kind === 'mock') this.#maskedByName(entry);
+    const { kind, name } = entry;
+    const isTold = kind === 'call' || kind === 'late';
+    if (kind === 'event' || (isTold && !isSecretive(name) && name !== 'init')) return;
+    this.#entry(entry, same);
   }
 
-  /** Replaces the secrets that were found so far wherever they occur. */
-  text(text) {
-    return this.#occurrences.replacedIn(text);
+  /** The same for settings, and for what the mock knows and is told. */
+  state(value) {
+    return this.#value(value, rules.other, this.#known);
   }
 
-  /** The state of the mock and what it is told, which the interface does not describe. */
-  state(value, name) {
-    if (Array.isArray(value)) return value.map((entry) => this.state(entry, name));
+  /** \param known gets each text that is not secret by its name. */
+  #entry(entry, known) {
+    const { kind, name } = entry;
+    const copy = { ...entry };
+    const json = (key, rule) => {
+      if (copy[key] === undefined) return;
+      const value = parsed(copy[key]);
+      const isRead = value !== copy[key];
+      copy[key] = isRead ? JSON.stringify(this.#value(value, rule, known)) : unreadable;
+    };
+    if (kind === 'call' || kind === 'late') {
+      json('params', name === 'init' ? rules.other : rules.params(name));
+      json('reply', rules.reply(name));
+      if (copy.error !== undefined) copy.error = known(copy.error);
+    } else if (kind === 'task' || kind === 'mock') {
+      json('text', rules.other);
+    } else if (copy.text !== undefined) {
+      copy.text = kind === 'log' ? this.#logLine(copy.text, known) : known(copy.text);
+    }
+    return copy;
+  }
+
+  #logLine(text, known) {
+    const parts = readLogLine(text);
+    if (!parts) return known(text);
+    const method = parts.find(({ name }) => name === 'method')?.value;
+    if (known === same && methods.has(method) && !isSecretive(method)) return text;
+    const shown = {
+      params: (value) => this.#jsonText(value, rules.params(method), known),
+      // Which method an asynchronous reply belongs to is not said.
+      reply: (value) =>
+        this.#jsonText(value, method === undefined ? rules.anyReply : rules.reply(method), known),
+      method: known,
+      type: known,
+    };
+    return parts
+      .map(({ text: between, name, value }) => {
+        if (between !== undefined) return between;
+        return value === '' ? '' : (shown[name]?.(value) ?? this.#hide(name, value));
+      })
+      .join('');
+  }
+
+  #jsonText(text, rule, known) {
+    const value = parsed(text);
+    if (value === text) return unreadable;
+    // A method that is not told may have given anything under such a name.
+    const isCertain = rule !== rules.anyReply;
+    return JSON.stringify(this.#value(value, rule, known, { isCertain }));
+  }
+
+  #value(value, rule, known, { isCertain = true, isTop = true, name } = {}) {
+    const below = (part, its, key) =>
+      this.#value(part, its, known, { isCertain, isTop: false, name: key });
+    if (Array.isArray(value)) return value.map((part) => below(part, rule, name));
     if (typeof value === 'object' && value !== null) {
-      return Object.fromEntries(
-        Object.entries(value).map(([key, member]) => [key, this.state(member, key)]),
-      );
+      const members = Object.entries(value).map(([key, member]) => {
+        const verdict = rule(key, isTop);
+        return [key, below(member, typeof verdict === 'function' ? verdict : rule, key)];
+      });
+      return Object.fromEntries(members);
     }
-    const isText = typeof value === 'string' && value !== '';
-    return isText && secretNames.has(name) ? this.#hide(name, value) : value;
+    const isText = typeof value === 'string';
+    if (value === '' || (!isText && typeof value !== 'number')) return value;
+    if (name !== undefined && rule(name, false) === true) return this.#hide(name, value, isCertain);
+    if (!isText) return value;
+    const inner = parsed(value); // entries of some replies are JSON texts
+    return inner === value ? known(value) : JSON.stringify(below(inner, rule, name));
   }
 
-  #state(text) {
-    if (text === undefined) return undefined;
-    try {
-      return JSON.stringify(this.state(JSON.parse(text)));
-    } catch {
-      return text; // cut off, or not JSON: by value only
-    }
-  }
+  #known = (text) => {
+    if (isPlaceholder(text)) return text;
+    const replaced = this.#occurrences.replacedIn(text);
+    return replaced.replace(base64, (run) => {
+      const decoded = Buffer.from(run, 'base64').toString();
+      const isSecret = this.#occurrences.replacedIn(decoded) !== decoded;
+      return isSecret ? this.#hide('base64', run, false) : run;
+    });
+  };
 
-  #errorText(found, error) {
-    return typeof found === 'object' && found !== null ? (found.message ?? error) : error;
-  }
-
-  #hide(name, value) {
+  /** \param isLookedFor also in other texts, unless the interface itself says it */
+  #hide(name, value, isLookedFor = true) {
     const text = String(value);
-    if (placeholder.test(text)) return text;
+    if (isPlaceholder(text)) return text;
     const known = this.#placeholders.get(text);
-    if (known) return known;
-    const plain = String(name).replace(/[^\w-]/g, '_');
+    const isNew = isLookedFor && !words.has(text) && !this.#occurrences.has(text);
+    if (known !== undefined && !isNew) return known;
+    // Not a part of a longer text, all of which would stay in memory with it.
+    const secret = JSON.parse(JSON.stringify(text));
+    const replacement = known ?? this.#newPlaceholder(name, secret);
+    if (isNew) for (const each of writings(secret)) this.#occurrences.add(each, replacement);
+    if (this.#bytes > mostBytes) this.#forgetOldest();
+    return replacement;
+  }
+
+  #newPlaceholder(name, secret) {
+    const short = String(name)
+      .slice(0, 40)
+      .replace(/[^\w-]/g, '_');
+    const plain = this.#counts.size < mostNames || this.#counts.has(short) ? short : 'secret';
     const number = (this.#counts.get(plain) ?? 0) + 1;
     this.#counts.set(plain, number);
     const replacement = `{{${plain}:${number}}}`;
-    this.#placeholders.set(text, replacement);
-    this.#values.set(replacement, text);
-    for (const writing of writings(text)) this.#occurrences.add(writing, replacement);
-    if (this.#placeholders.size > most) this.#forgetOldest();
+    this.#placeholders.set(secret, replacement);
+    this.#values.set(replacement, secret);
+    this.#bytes += bytesOf(secret);
     return replacement;
   }
 
   // Many at once: the first entry of a map is slow to find behind many that were deleted.
   #forgetOldest() {
     for (const [oldest, its] of this.#placeholders) {
-      if (this.#placeholders.size <= most * 0.75) return;
+      if (this.#bytes <= mostBytes * 0.75) return;
       for (const writing of writings(oldest)) this.#occurrences.delete(writing);
       this.#placeholders.delete(oldest);
       this.#values.delete(its);
+      this.#bytes -= bytesOf(oldest);
     }
   }
 }
