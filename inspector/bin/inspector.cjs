@@ -74,6 +74,11 @@ function portOf({ port = '0' }) {
   throw new UsageError('--port needs a number from 0 to 65535');
 }
 
+function millisecondsOf(timeout) {
+  if (timeout === undefined || /^\d{1,9}$/.test(timeout)) return timeout && Number(timeout);
+  throw new UsageError('--timeout needs a number of milliseconds');
+}
+
 function folderOf({ recordings }) {
   if (recordings === undefined) return undefined;
   const folder = path.resolve(recordings);
@@ -113,9 +118,9 @@ async function inspect(values) {
     readOnly: values['read-only'],
     recordings: folderOf(values),
   });
+  inspector.subscribeAll();
   await framework.init(settings);
   framework.ref();
-  inspector.subscribeAll();
   console.log(`The inspector is at ${inspector.url}`);
   console.log('Whoever has this address sees what it shows. Ctrl+C ends it.');
   if (values.open || values['open-url']) openPage(inspector.url, values['open-url']);
@@ -135,7 +140,7 @@ async function replayAll(files, { update, json, timeout }) {
     try {
       const result = await replay(source, {
         update: update && file !== '-',
-        timeout: timeout === undefined ? undefined : Number(timeout),
+        timeout: millisecondsOf(timeout),
       });
       if (!result.ok) process.exitCode = 1;
       if (json) process.stdout.write(JSON.stringify(result));

@@ -5,9 +5,9 @@ const { description, eventNames, taskNames } = require('./description.cjs');
 const { HeadStream, headOf } = require('./heads.cjs');
 const { Measures } = require('./measures.cjs');
 const { MockLog } = require('./mocklog.cjs');
-const { MockPanel, mockState } = require('./mockpanel.cjs');
+const { MockPanel, isMock, mockState } = require('./mockpanel.cjs');
 const { Recorder } = require('./recorder.cjs');
-const { replayApart } = require('./replayapart.cjs');
+const { ReplayApart } = require('./replayapart.cjs');
 const { Secrets } = require('./secrets.cjs');
 const { Refusal, Server } = require('./server.cjs');
 const { slices } = require('./slices.cjs');
@@ -46,6 +46,7 @@ class Inspector {
   #unfollow;
   #mock;
   #recorder;
+  #replay = new ReplayApart();
 
   constructor(framework, options = {}) {
     this.#framework = framework;
@@ -57,21 +58,25 @@ class Inspector {
     this.#secrets.state(options.settings ?? {}); // an init that was not seen was given these
     this.#mock = new MockPanel(this.#store, this.#secrets);
     this.#recorder = new Recorder(this.#store, this.#secrets, options);
-    this.#watch = new Watch(this.#store, { where: options.where });
-    this.#measures = new Measures(this.#store);
-    const api = {
+    this.#server = new Server({
       reads: this.#reads(),
       actions: this.#actions(),
-      stream: (to) => this.#stream(to),
-    };
-    this.#server = new Server(api);
+      stream: (response, query) => this.#stream(response, query),
+    });
+    this.#watch = new Watch(this.#store, { where: options.where });
+    this.#measures = new Measures(this.#store);
     if (!isMainThread) this.#note('attached in a worker: calls of other threads are not seen here');
     this.#followLog();
   }
 
   async listen(port) {
-    this.url = await this.#server.listen(port);
-    return this;
+    try {
+      this.url = await this.#server.listen(port);
+      return this;
+    } catch (error) {
+      this.close(); // nobody could see what it watches
+      throw error;
+    }
   }
 
   close() {
@@ -80,6 +85,7 @@ class Inspector {
     this.#measures.stop();
     this.#log?.stop();
     this.#mock.close();
+    this.#replay.close();
     for (const stream of this.#streams) stream.close();
     for (const subscription of this.#subscriptions.values()) subscription.dispose();
     this.#server.close();
@@ -195,7 +201,7 @@ class Inspector {
       version,
       running: this.#framework.running,
       isReadOnly: Boolean(this.#options.readOnly),
-      isMock: mockState() !== undefined,
+      isMock: isMock(this.#framework.running),
       isRecording: this.#recorder.isRecording,
       hasFolder: this.#options.recordings !== undefined,
       subscribed: [...this.#subscriptions.keys()],
@@ -203,8 +209,9 @@ class Inspector {
     };
   }
 
-  #stream(response) {
-    const stream = new HeadStream(this.#store, response, { hello: this.#state() });
+  #stream(response, { from }) {
+    const hello = this.#state();
+    const stream = new HeadStream(this.#store, response, { from: number(from), hello });
     this.#streams.add(stream);
     response.on('close', () => this.#streams.delete(stream));
   }
@@ -265,8 +272,11 @@ class Inspector {
   }
 
   #stopRecording(body) {
-    this.#tell({ recording: false });
-    return this.#recorder.stop(body, this.#learnAll());
+    return this.#recorder.stop(body, {
+      isRunning: this.#framework.running,
+      learn: () => this.#learnAll(),
+      ended: () => this.#tell({ recording: false }),
+    });
   }
 
   // ---- what the page may ask
@@ -282,10 +292,7 @@ class Inspector {
   }
 
   #actions() {
-    const actions = new Map([
-      ['/api/reveal', (body) => this.#reveal(body)],
-      ['/api/replay', (body) => replayApart(body)],
-    ]);
+    const actions = new Map([['/api/reveal', (body) => this.#reveal(body)]]);
     const changing = {
       run: (body) =>
         this.#run({ ...body, params: this.#secrets.withSecrets(body.params ?? null) ?? undefined }),
@@ -295,14 +302,15 @@ class Inspector {
       cancelPlan: (body) => this.#mock.cancel(body),
       startRecording: () => this.#startRecording(),
       stopRecording: (body) => this.#stopRecording(body),
+      replay: (body, gone) => this.#replay.run(body, gone),
     };
     const refused = () => {
       throw new Refusal(403, 'the inspector is read-only');
     };
     for (const [name, run] of Object.entries(changing)) {
-      const told = (body) => {
+      const told = async (body, gone) => {
         try {
-          return run(body);
+          return await run(body, gone);
         } catch (error) {
           // What the framework or the mock says is for the user, not a fault of ours.
           throw error.code?.startsWith('ZEF_') ? new Refusal(409, error.message) : error;

@@ -3,6 +3,9 @@
 const { mock } = require('zelectronframework');
 const { Refusal } = require('./server.cjs');
 
+const mostMilliseconds = 2 ** 31 - 1; // of a timer; what is longer would be due at once
+const mostPlans = 1000;
+
 /** \returns what the mock knows; undefined when the account library is not the mock. */
 function mockState() {
   try {
@@ -10,6 +13,12 @@ function mockState() {
   } catch {
     return undefined;
   }
+}
+
+/** Whether the account library that runs, or that ran last, is the mock. */
+function isMock(isRunning) {
+  const state = mockState();
+  return state !== undefined && (state.running || !isRunning);
 }
 
 /** What the page tells the mock, at once or later. */
@@ -41,6 +50,12 @@ class MockPanel {
   }
 
   tell({ command, afterMs = 0 }) {
+    if (typeof command !== 'object' || command === null) {
+      throw new Refusal(400, 'a command is needed: a JSON object');
+    }
+    if (!(afterMs >= 0 && afterMs <= mostMilliseconds)) {
+      throw new Refusal(400, `afterMs is a number from 0 to ${mostMilliseconds}`);
+    }
     if (afterMs > 0) this.#plan(command, afterMs);
     else this.#carryOut(command);
     return this.read();
@@ -53,6 +68,8 @@ class MockPanel {
   }
 
   #plan(command, afterMs) {
+    if (this.#plans.size >= mostPlans)
+      throw new Refusal(409, 'too many things are planned already');
     const id = ++this.#lastPlan;
     const due = () => {
       this.#plans.delete(id);
@@ -74,4 +91,4 @@ class MockPanel {
   }
 }
 
-module.exports = { MockPanel, mockState };
+module.exports = { MockPanel, isMock, mockState };

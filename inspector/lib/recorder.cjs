@@ -1,10 +1,10 @@
 'use strict';
 
-const fs = require('node:fs');
+const fs = require('node:fs/promises');
 const path = require('node:path');
-const { mockState } = require('./mockpanel.cjs');
-const { recordingText } = require('./recording.cjs');
-const { Refusal } = require('./server.cjs');
+const { isMock, mockState } = require('./mockpanel.cjs');
+const { recordingLines } = require('./recording.cjs');
+const { Download, Refusal } = require('./server.cjs');
 
 const version = require('zelectronframework/package.json').version;
 
@@ -17,9 +17,25 @@ const defaultSettings = {
   },
 };
 
+const partLength = 64 * 1024; // characters that are handed on at once
+
+const librariesOf = (isRunning) => (isMock(isRunning) ? 'mock' : 'real');
+
 /** The mock as it is now, as settings with which another one starts in the same state. */
 function seedOf({ accounts, users, currentUserId, office }, standin) {
   return { ...standin, accounts, users, currentUserId, office, initFinishedAfterMs: -1 };
+}
+
+/** Joins lines to texts that are worth a write. */
+async function* inParts(lines) {
+  let part = '';
+  for await (const line of lines) {
+    part += `${JSON.stringify(line)}\n`;
+    if (part.length < partLength) continue;
+    yield part;
+    part = '';
+  }
+  yield part;
 }
 
 /** Makes recordings of what a store gets between start() and stop(). */
@@ -41,12 +57,11 @@ class Recorder {
   }
 
   start(isRunning) {
-    const state = mockState();
     const settings = { ...defaultSettings, ...this.#options.settings };
-    if (state && isRunning) settings.standin = seedOf(state, settings.standin);
+    if (isRunning && isMock(isRunning)) settings.standin = seedOf(mockState(), settings.standin);
     const header = {
       framework: version,
-      libraries: state ? 'mock' : 'real',
+      libraries: isRunning ? librariesOf(isRunning) : undefined, // known when it has started
       settings,
       began: isRunning ? 'running' : 'before init',
     };
@@ -54,27 +69,52 @@ class Recorder {
   }
 
   /**
-   * \param learned all entries up to now have told their secrets when it is fulfilled
-   * \returns { text, file }; file is where it was saved, if a name was given
+   * Ends the recording as soon as all of it was handed over; until then it goes on.
+   * \param options learn() fulfils when all entries up to now have told their secrets; ended() is
+   *        called at the end
+   * \returns a Download of the recording, saved as well if a name is given
    */
-  async stop({ masked = true, name }, learned) {
+  async stop({ masked = true, name }, { isRunning, learn, ended }) {
     if (!this.isRecording) throw new Refusal(409, 'nothing is recorded');
-    const { from, started, header } = this.#recording;
+    const saved = name === undefined ? undefined : await this.#newFile(name);
+    const parts = this.#parts({ masked, isRunning, learn, ended, saved });
+    return new Download(parts, saved && { 'Saved-As': encodeURIComponent(saved.file) });
+  }
+
+  async *#parts({ masked, isRunning, learn, ended, saved }) {
+    const recording = this.#recording;
     const to = this.#store.next;
-    this.#recording = undefined;
-    await learned;
+    let isWhole = false;
+    try {
+      await learn();
+      for await (const part of inParts(this.#lines(recording, to, masked, isRunning))) {
+        await saved?.handle.write(part);
+        yield part;
+      }
+      isWhole = true;
+      if (this.#recording === recording) this.#recording = undefined;
+      ended();
+    } finally {
+      await saved?.handle.close();
+      if (saved && !isWhole) await fs.rm(saved.file, { force: true });
+    }
+  }
+
+  #lines({ from, started, header }, to, masked, isRunning) {
     const settings = this.#settingsOf(header, from, to);
-    const text = await recordingText({
+    return recordingLines({
+      store: this.#store,
       from,
       to,
       started,
-      header: { ...header, masked, settings: masked ? this.#secrets.state(settings) : settings },
-      entryOf: (seq) => {
-        const entry = this.#store.get(seq);
-        return entry && masked ? this.#secrets.masked(entry) : entry;
+      header: {
+        ...header,
+        libraries: header.libraries ?? librariesOf(isRunning),
+        masked,
+        settings: masked ? this.#secrets.state(settings) : settings,
       },
+      shown: (entry) => (masked ? this.#secrets.masked(entry) : entry),
     });
-    return { text, file: name === undefined ? undefined : this.#save(name, text) };
   }
 
   /** Where init is part of the recording, its settings are the ones to start with. */
@@ -87,17 +127,17 @@ class Recorder {
     return header.settings;
   }
 
-  #save(name, text) {
+  async #newFile(name) {
     const { recordings } = this.#options;
     if (recordings === undefined) throw new Refusal(409, 'started without a folder for recordings');
-    if (!/^[\w-][\w.-]{0,99}$/.test(name)) throw new Refusal(400, 'not a name for a file');
+    const isName = typeof name === 'string' && /^[\w-][\w.-]{0,99}$/.test(name);
+    if (!isName) throw new Refusal(400, 'not a name for a file');
     const file = path.join(recordings, name.endsWith('.jsonl') ? name : `${name}.jsonl`);
     try {
-      fs.writeFileSync(file, text, { flag: 'wx', mode: 0o600 }); // follows no link
+      return { file, handle: await fs.open(file, 'wx', 0o600) }; // follows no link
     } catch (error) {
       throw new Refusal(409, error.code === 'EEXIST' ? `${name} exists already` : error.message);
     }
-    return file;
   }
 }
 

@@ -14,11 +14,18 @@ function objectOf(text) {
   }
 }
 
+/** What the package says of calls that it does not hand to the library. */
+const refusals = new Set(
+  ['BAD_ARGUMENT', 'NOT_RUNNING', 'NOT_THREAD_SAFE', 'UNKNOWN_METHOD'].map((code) => `ZEF_${code}`),
+);
+
 /** The two lines of a call: what was asked, and what came. */
 function callLines(entry) {
   const { name, id, mode, params, reply, outcome, t, ms, cut, thread } = entry;
   if (name === 'init') return [];
   if (cut?.params) return [{ t, line: { gap: 1, why: `the parameters of ${name} were too long` } }];
+  if (reply === undefined && !cut?.reply && refusals.has(outcome))
+    return [{ t, line: { note: `${name} was refused: ${outcome}` } }];
   const ask = { [mode === 'sync' ? 'call' : 'async']: name };
   const given = params === undefined ? undefined : objectOf(params);
   if (given) ask.params = given;
@@ -31,12 +38,12 @@ function callLines(entry) {
 }
 
 function linesOf(entry) {
-  const { kind, name, text, t } = entry;
+  const { kind, name, text, t, times } = entry;
   switch (kind) {
     case 'call':
       return callLines(entry);
     case 'event':
-      return [{ t, line: { got: { event: name } } }];
+      return Array.from({ length: times ?? 1 }, () => ({ t, line: { got: { event: name } } }));
     case 'task':
       return [{ t, line: { got: { task: name, message: objectOf(text) } } }];
     case 'mock':
@@ -49,37 +56,65 @@ function linesOf(entry) {
 }
 
 /** What is subscribed to before the first line of a replay: what was heard of. */
-function subscriptions(lines) {
-  const heard = new Map();
-  for (const { got } of lines) {
-    if (got?.event) heard.set(`event ${got.event}`, { listen: got.event });
-    if (got?.task) heard.set(`task ${got.task}`, { task: got.task });
+function subscriptionOf({ kind, name }) {
+  if (kind === 'event') return { listen: name };
+  return kind === 'task' ? { task: name } : undefined;
+}
+
+/** Lines that belong later than the entry that they are from, the next one first. */
+class Later {
+  #lines = [];
+
+  add(line) {
+    let place = this.#lines.length;
+    while (place > 0 && this.#lines[place - 1].t > line.t) place -= 1;
+    this.#lines.splice(place, 0, line);
   }
-  return [...heard.values()];
+
+  /** Takes those up to a time. */
+  until(t) {
+    const end = this.#lines.findIndex((line) => line.t > t);
+    return this.#lines.splice(0, end < 0 ? this.#lines.length : end);
+  }
 }
 
 /**
- * Writes the entries of a store from `from` on as a recording.
- * \param entryOf gives an entry by its seq as it shall be written, or undefined when it is gone
- * \returns text in JSON Lines; several turns of the event loop pass
+ * Writes entries of a store as a recording, in several turns of the event loop.
+ * \param shown gives an entry as it shall be written
+ * \returns asynchronous iterable of lines in the order of time
  */
-async function recordingText({ from, to, started, header, entryOf }) {
-  const timed = [];
-  let lost = 0;
+async function* recordingLines({ store, from, to, started, header, shown }) {
   const otherThings = slices();
+  yield { recording: 1, ...header, mayDiffer: varying() };
+  const heard = new Set();
+  for (let seq = Math.max(from, store.first); seq < to; ++seq) {
+    await otherThings();
+    const entry = store.get(seq);
+    const subscription = entry && subscriptionOf(entry);
+    if (!subscription || heard.has(`${entry.kind} ${entry.name}`)) continue;
+    heard.add(`${entry.kind} ${entry.name}`);
+    yield subscription;
+  }
+  const later = new Later();
+  const timed = ({ t, line }) => ({ ...line, at: rounded(t - started) });
+  let lost = 0;
   for (let seq = from; seq < to; ++seq) {
     await otherThings();
-    const entry = entryOf(seq);
-    if (entry) timed.push(...linesOf(entry));
-    else lost += 1;
+    const entry = store.get(seq);
+    if (!entry) {
+      lost += 1;
+      continue;
+    }
+    if (lost > 0) yield { gap: lost };
+    lost = 0;
+    const [first, ...others] = linesOf(shown(entry));
+    if (!first) continue;
+    yield* later.until(first.t).map(timed);
+    yield timed(first);
+    for (const other of others) later.add(other);
   }
-  timed.sort((a, b) => a.t - b.t);
-  const lines = timed.map(({ t, line }) => ({ ...line, at: rounded(t - started) }));
-  if (lost > 0) lines.unshift({ gap: lost });
-  const head = { recording: 1, ...header, mayDiffer: varying() };
-  return [head, ...subscriptions(lines), ...lines]
-    .map((line) => `${JSON.stringify(line)}\n`)
-    .join('');
+  if (lost > 0) yield { gap: lost };
+  yield* later.until(Number.POSITIVE_INFINITY).map(timed);
 }
 
 class RecordingError extends Error {
@@ -89,23 +124,53 @@ class RecordingError extends Error {
   }
 }
 
+const verbs = ['call', 'async', 'listen', 'task', 'raise', 'office', 'mock', 'note', 'gap', 'got'];
+const objects = new Set(['office', 'mock', 'got']);
+const others = ['at', 'thread', 'why'];
+const ofCalls = [...others, 'params', 'id'];
+const isObject = (value) => typeof value === 'object' && value !== null && !Array.isArray(value);
+
+/** \returns what is wrong with a line, or undefined. */
+function complaint(line, ids) {
+  const found = Object.keys(line).filter((key) => verbs.includes(key));
+  const [verb] = found;
+  if (found.length !== 1) return `one of ${verbs.join(', ')} is needed`;
+  const known = verb === 'call' || verb === 'async' ? ofCalls : others;
+  const unknown = Object.keys(line).find((key) => key !== verb && !known.includes(key));
+  if (unknown !== undefined) return `unexpected key "${unknown}"`;
+  if (objects.has(verb) && !isObject(line[verb])) return `"${verb}" needs an object`;
+  if (verb !== 'gap' && !objects.has(verb) && typeof line[verb] !== 'string')
+    return `"${verb}" needs a text`;
+  if ('params' in line && !isObject(line.params)) return '"params" needs an object';
+  if (line.id === undefined) return undefined;
+  if (!Number.isSafeInteger(line.id) || line.id < 0) return '"id" is a number';
+  return ids.has(line.id) ? `another call has the id ${line.id}` : undefined;
+}
+
 /** \returns { header, lines: [{ number, ...what it says }] } */
 function readRecording(text) {
   const lines = [];
-  text.split('\n').forEach((content, index) => {
-    if (content.trim() === '' || content.startsWith('#')) return;
-    const line = objectOf(content);
-    if (!line) throw new RecordingError(index + 1, 'not a JSON object');
-    lines.push({ number: index + 1, ...line });
-  });
+  const ids = new Set();
+  text
+    .replace(/^\ufeff/, '')
+    .split('\n')
+    .forEach((content, index) => {
+      if (/^[ \t\r]*(#|$)/.test(content)) return;
+      const line = objectOf(content);
+      const number = index + 1;
+      if (!isObject(line)) throw new RecordingError(number, 'not a JSON object');
+      const problem =
+        lines.length === 0
+          ? line.recording !== 1 && 'no recording of a kind that is known: {"recording":1}'
+          : complaint(line, ids);
+      if (problem) throw new RecordingError(number, problem);
+      if (line.id !== undefined) ids.add(line.id);
+      lines.push({ number, ...line });
+    });
   const [header, ...rest] = lines;
-  if (header?.recording !== 1) {
-    throw new RecordingError(
-      header?.number ?? 1,
-      'no recording of a kind that is known: {"recording":1}',
-    );
-  }
+  if (!header) throw new RecordingError(1, 'no recording: it is empty');
+  if (!isObject(header.settings ?? {})) throw new RecordingError(1, '"settings" needs an object');
   return { header, lines: rest };
 }
 
-module.exports = { recordingText, readRecording, RecordingError };
+module.exports = { recordingLines, readRecording, RecordingError };

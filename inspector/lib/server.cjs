@@ -5,10 +5,13 @@ const http = require('node:http');
 const path = require('node:path');
 const { randomBytes } = require('node:crypto');
 const { once } = require('node:events');
+const { Readable } = require('node:stream');
+const { pipeline } = require('node:stream/promises');
 const { Guard } = require('./guard.cjs');
 
-const mostConnections = 32;
-const mostBodyBytes = 16 * 2 ** 20; // a recording that is replayed
+const mostStrangers = 32; // connections on which no request has had the token
+const mostBodyBytes = 16 * 2 ** 20;
+const headersMilliseconds = 10_000; // that a request may take to say what it wants
 
 const policy = [
   "default-src 'none'",
@@ -50,8 +53,19 @@ class Refusal extends Error {
   }
 }
 
+/** A body that is sent in parts, as they are made: for actions whose result may be large. */
+class Download {
+  /** \param parts asynchronous iterable of texts */
+  constructor(parts, more = {}) {
+    this.parts = parts;
+    this.headers = { 'Content-Type': 'application/jsonl', ...more };
+  }
+}
+
 async function body(request) {
-  if (!/^application\/json(;|$)/.test(request.headers['content-type'] ?? '')) {
+  const type = request.headers['content-type'] ?? '';
+  if (/^application\/jsonl(;|$)/.test(type)) return { lines: request };
+  if (!/^application\/json(;|$)/.test(type)) {
     throw new Refusal(415, 'application/json is needed');
   }
   const parts = [];
@@ -70,6 +84,8 @@ async function body(request) {
   throw new Refusal(400, 'a JSON object is needed');
 }
 
+const queryOf = (text) => Object.fromEntries(new URLSearchParams(text));
+
 function answerJson(response, status, value) {
   response.writeHead(status, { ...headers, 'Content-Type': 'application/json' });
   response.end(JSON.stringify(value));
@@ -85,17 +101,33 @@ class Server {
   #pages = pages();
   #guard;
   #sockets = new Set();
+  #strangers = new Set(); // those of them whose requests had no token so far
 
-  /** \param api { reads, actions, stream(response) }; reads and actions: path -> function */
+  /**
+   * \param api { reads, actions, stream(response, query) }; reads and actions: path -> function. An
+   *        action gets the JSON body, or { lines } with the stream of a body of JSON Lines, and a
+   *        signal that tells when nobody waits for its answer any more.
+   */
   constructor(api) {
     this.#api = api;
-    this.#http = http.createServer((request, response) => this.#answer(request, response));
-    this.#http.maxConnections = mostConnections;
-    this.#http.on('connection', (socket) => {
-      socket.unref();
-      this.#sockets.add(socket);
-      socket.on('close', () => this.#sockets.delete(socket));
+    const options = {
+      headersTimeout: headersMilliseconds,
+      connectionsCheckingInterval: headersMilliseconds / 2,
+    };
+    this.#http = http.createServer(options, (request, response) => this.#answer(request, response));
+    this.#http.on('connection', (socket) => this.#connected(socket));
+  }
+
+  /** Whatever web page opens connections here, one more is always possible: the oldest one goes. */
+  #connected(socket) {
+    socket.unref();
+    this.#sockets.add(socket);
+    this.#strangers.add(socket);
+    socket.on('close', () => {
+      this.#sockets.delete(socket);
+      this.#strangers.delete(socket);
     });
+    if (this.#strangers.size > mostStrangers) this.#strangers.values().next().value.destroy();
   }
 
   /** \returns the address to open, the token in its fragment. */
@@ -127,14 +159,25 @@ class Server {
       }
       const denied = this.#guard.accessRefusal(request);
       if (denied) throw new Refusal(403, denied);
+      this.#strangers.delete(request.socket);
       if (request.method === 'GET' && target === '/api/stream') {
         response.writeHead(200, { ...headers, 'Content-Type': 'application/jsonl' });
         response.flushHeaders(); // the page waits for them, not for the first entry
-        this.#api.stream(response);
+        this.#api.stream(response, queryOf(query));
         return;
       }
-      answerJson(response, 200, (await this.#value(request, target, query)) ?? {});
+      const value = (await this.#value(request, response, target, query)) ?? {};
+      if (value instanceof Download) {
+        response.writeHead(200, { ...headers, ...value.headers });
+        await pipeline(Readable.from(value.parts), response);
+      } else {
+        answerJson(response, 200, value);
+      }
     } catch (error) {
+      if (response.headersSent) {
+        response.destroy(); // the page sees that the answer is not complete
+        return;
+      }
       const status = error instanceof Refusal ? error.status : 500;
       // A request that was not read to its end is not answered on the same connection again.
       if (!request.complete) response.setHeader('Connection', 'close');
@@ -147,14 +190,16 @@ class Server {
     }
   }
 
-  async #value(request, target, query) {
+  async #value(request, response, target, query) {
     const { reads, actions } = this.#api;
     const table = { GET: reads, POST: actions }[request.method];
     const run = table?.get(target);
     if (!run) throw new Refusal(404, 'there is nothing of this name for this method');
-    if (request.method === 'GET') return run(Object.fromEntries(new URLSearchParams(query)));
-    return run(await body(request));
+    if (request.method === 'GET') return run(queryOf(query));
+    const gone = new AbortController();
+    response.on('close', () => gone.abort());
+    return run(await body(request), gone.signal);
   }
 }
 
-module.exports = { Server, Refusal };
+module.exports = { Server, Download, Refusal };

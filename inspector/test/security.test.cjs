@@ -4,6 +4,7 @@ const assert = require('node:assert/strict');
 const fs = require('node:fs');
 const net = require('node:net');
 const path = require('node:path');
+const { channel } = require('node:diagnostics_channel');
 const { test } = require('node:test');
 const { attach } = require('../index.cjs');
 const { started, scratch, until } = require('./support.cjs');
@@ -112,15 +113,51 @@ test('read-only, nothing is changed', async (t) => {
     subscribe: { event: 'account.cookieUpdated', on: false },
     startRecording: {},
     stopRecording: { name: 'x' },
+    replay: { text: '{"recording":1}' },
   })) {
     assert.equal((await api.post(action, body)).status, 403, action);
   }
   assert.equal(effects((await heads()).heads), before);
 });
 
-test('recordings are new files in their folder', async (t) => {
+test('connections that say nothing do not keep the page away', async (t) => {
+  const { inspector, api } = await started(t);
+  const { host, port } = new URL(inspector.url);
+  const stream = await api.stream();
+  let isOpen = true;
+  stream.on('close', () => {
+    isOpen = false;
+  });
+  stream.resume();
+  const silent = Array.from({ length: 100 }, (_, index) => {
+    const socket = net.connect(port, '127.0.0.1');
+    socket.on('error', () => {});
+    if (index % 2) socket.write(`GET / HTTP/1.1\r\nHost: ${host}\r\n`);
+    return socket;
+  });
+  t.after(() => {
+    for (const socket of silent) socket.destroy();
+  });
+  await until(() => silent.filter(({ closed }) => closed).length >= 68, 'an end of most of them');
+  const page = await send(port, `GET / HTTP/1.1\r\nHost: ${host}\r\nConnection: close\r\n\r\n`);
+  assert.match(page, /^HTTP\/1.1 200 /);
+  assert.equal((await api.get('heads')).status, 200);
+  assert.ok(isOpen, 'the page that has the token stays connected');
+});
+
+test('who cannot listen watches nothing', async (t) => {
+  const { framework, inspector } = await started(t);
+  const port = Number(new URL(inspector.url).port);
+  const watched = channel('zelectronframework:event');
+  const count = () => watched._subscribers.length;
+  const before = count();
+  for (const each of [port, 70_000]) await assert.rejects(attach(framework, { port: each }));
+  assert.equal(count(), before);
+});
+
+test('recordings are new files in their folder, and none is lost over a name', async (t) => {
   const recordings = fs.mkdtempSync(path.join(scratch, 'recordings-'));
-  const { api } = await started(t, { recordings });
+  const { framework, api } = await started(t, { recordings });
   const save = async (name) => {
     await api.post('startRecording');
     return (await api.post('stopRecording', { name })).status;
@@ -128,10 +165,16 @@ test('recordings are new files in their folder', async (t) => {
   fs.symlinkSync('/tmp/not-there', path.join(recordings, 'link.jsonl'));
   assert.equal(await save('one'), 200);
   assert.equal(fs.statSync(path.join(recordings, 'one.jsonl')).mode & 0o777, 0o600);
-  for (const name of ['one', 'link', '../two', '/tmp/two', '.hidden', 'a/b']) {
-    assert.notEqual(await save(name), 200, name);
+  await api.post('startRecording');
+  framework.callSync('account.getAccountListInfo');
+  for (const name of ['one', 'link', '../two', '/tmp/two', '.hidden', 'a/b', 5]) {
+    assert.notEqual((await api.post('stopRecording', { name })).status, 200, name);
   }
   assert.deepEqual(fs.readdirSync(recordings).sort(), ['link.jsonl', 'one.jsonl']);
+  const { text, savedAs } = await api.post('stopRecording', { name: 'two' });
+  assert.match(text, /"call":"account.getAccountListInfo"/);
+  assert.equal(fs.readFileSync(decodeURIComponent(savedAs), 'utf8'), text);
+  assert.equal((await api.post('stopRecording')).status, 409);
 });
 
 test('a packaged application refuses', async (t) => {

@@ -32,8 +32,8 @@ async function started(t, { standin, ...options } = {}) {
     inspector.close();
     await framework.close();
   });
-  await framework.init(given);
   inspector.subscribeAll();
+  await framework.init(given);
   return { framework, inspector, api: client(inspector.url) };
 }
 
@@ -46,29 +46,34 @@ function client(url) {
     'content-type': 'application/json',
     origin,
   };
-  const open = (method, target) =>
+  const open = (method, target, more) =>
     http.request({
       host: '127.0.0.1',
       port,
       method,
       path: `/api/${target}`,
-      headers,
+      headers: { ...headers, ...more },
       agent: false,
     });
-  const ask = (method, target, body) =>
+  const ask = (method, target, body, more) =>
     new Promise((resolve, reject) => {
-      const request = open(method, target);
+      const request = open(method, target, more);
       request.on('error', reject);
       request.on('response', async (response) => {
         const parts = [];
         for await (const part of response) parts.push(part);
-        resolve({ status: response.statusCode, ...JSON.parse(Buffer.concat(parts).toString()) });
+        const text = Buffer.concat(parts).toString();
+        const { 'content-type': type, 'saved-as': savedAs } = response.headers;
+        const answer = type === 'application/jsonl' ? { text, savedAs } : JSON.parse(text);
+        resolve({ status: response.statusCode, ...answer });
       });
-      request.end(body && JSON.stringify(body));
+      request.end(body);
     });
   return {
     get: (target) => ask('GET', target),
-    post: (target, body = {}) => ask('POST', target, body),
+    post: (target, body = {}) => ask('POST', target, JSON.stringify(body)),
+    /** Lines of JSON as the body. */
+    postLines: (target, text) => ask('POST', target, text, { 'content-type': 'application/jsonl' }),
     /** The live stream, not read yet. */
     stream: () =>
       new Promise((resolve, reject) => {
