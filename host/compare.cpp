@@ -1,13 +1,106 @@
 #include "compare.h"
 
-#include <regex>
+#include <cmath>
 
 namespace zefhost {
 
 namespace {
 
-const std::regex kPlaceholder(R"(\{\{[A-Za-z0-9_-]+:[0-9]+\}\})");
-const std::regex kIndex(R"(\[[0-9]+\])");
+// docs/decisions/0013 has the rules. The inspector's lib/compare.cjs follows them too, and both are
+// tested with tests/host/replays.txt.
+
+/// A placeholder like {{ssid:1}} in a text.
+struct Placeholder
+{
+    std::size_t begin = 0;
+    std::size_t end = 0; ///< behind it
+};
+
+/// The first one from there on; its end is 0 when there is none.
+Placeholder nextPlaceholder(const std::string &text, std::size_t from)
+{
+    const auto skip = [&text](std::size_t at, auto isOne) {
+        while (at < text.size() && isOne(text[at])) {
+            ++at;
+        }
+        return at;
+    };
+    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+    const auto isName = [isDigit](char c) {
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || isDigit(c) || c == '_' ||
+               c == '-';
+    };
+    for (std::size_t begin = text.find("{{", from); begin != std::string::npos;) {
+        const std::size_t colon = skip(begin + 2, isName);
+        const std::size_t number = colon + 1;
+        const std::size_t end = number < text.size() ? skip(number, isDigit) : number;
+        const bool isOne = colon > begin + 2 && text.compare(colon, 1, ":") == 0 && end > number &&
+                           text.compare(end, 2, "}}") == 0;
+        if (isOne) {
+            return {begin, end + 2};
+        }
+        // What was read as its name holds no brace.
+        begin = text.find("{{", colon > begin + 2 ? colon : begin + 1);
+    }
+    return {};
+}
+
+/// A text with placeholders: what is between them, one more than there are of them.
+struct Pattern
+{
+    std::vector<std::string> literals;
+    std::vector<std::string> names;
+};
+
+Pattern patternOf(const std::string &text)
+{
+    Pattern pattern;
+    std::size_t at = 0;
+    for (Placeholder found = nextPlaceholder(text, 0); found.end > 0;
+         found = nextPlaceholder(text, at)) {
+        pattern.literals.push_back(text.substr(at, found.begin - at));
+        pattern.names.push_back(text.substr(found.begin, found.end - found.begin));
+        at = found.end;
+    }
+    pattern.literals.push_back(text.substr(at));
+    return pattern;
+}
+
+/// The path with "[*]" for every index.
+std::string generalPath(const std::string &path)
+{
+    std::string general;
+    for (std::size_t at = 0; at < path.size();) {
+        general += path[at];
+        const std::size_t end = path.find_first_not_of("0123456789", at + 1);
+        const bool isIndex =
+            path[at] == '[' && end != std::string::npos && end > at + 1 && path[end] == ']';
+        general += isIndex ? "*" : "";
+        at = isIndex ? end : at + 1;
+    }
+    return general;
+}
+
+/// What a placeholder can stand for as a text, or nothing.
+std::optional<std::string> textFor(const Json &value)
+{
+    constexpr double kExact = 9007199254740992; // integers up to there
+    if (value.is_string()) {
+        return value.get<std::string>();
+    }
+    if (!value.is_number()) {
+        return std::nullopt;
+    }
+    const double number = value.get<double>();
+    const bool isInteger = std::trunc(number) == number && std::abs(number) < kExact;
+    return isInteger ? std::to_string(static_cast<long long>(number)) : compact(value);
+}
+
+/// Numbers are compared as JavaScript knows them.
+bool isEqual(const Json &a, const Json &b)
+{
+    return a.is_number() && b.is_number() ? a.get<double>() == b.get<double>() : a == b;
+}
 
 /// The object or array that a text stands for, or the value itself.
 Json parsed(const Json &value)
@@ -85,8 +178,8 @@ std::vector<Rule> rulesFrom(const Json &mayDiffer)
 
 void Comparison::addGiven(const std::string &text)
 {
-    for (std::sregex_iterator at(text.begin(), text.end(), kPlaceholder), end; at != end; ++at) {
-        m_bound.emplace(at->str(), at->str());
+    for (const std::string &name : patternOf(text).names) {
+        m_bound.emplace(name, name);
     }
 }
 
@@ -111,9 +204,7 @@ void Comparison::compare(const Pair &pair, const std::string &path, Differences 
             compareMembers(recorded, found, path, differences);
             return;
         }
-        const bool areTexts = recorded.is_string() && pair.found->is_string();
-        if (recorded == found ||
-            (areTexts && standsFor(recorded.get<std::string>(), pair.found->get<std::string>()))) {
+        if (isEqual(recorded, found) || standsFor(*pair.recorded, *pair.found)) {
             return;
         }
     }
@@ -144,7 +235,7 @@ bool Comparison::mayDiffer(const Pair &pair, const std::string &path) const
     if (!pair.found) {
         return false;
     }
-    const std::string general = std::regex_replace(path, kIndex, "[*]");
+    const std::string general = generalPath(path);
     for (const Rule &rule : m_rules) {
         const bool isMeant = (rule.subject.empty() || rule.subject == m_subject) &&
                              (rule.path == path || rule.path == general);
@@ -158,41 +249,36 @@ bool Comparison::mayDiffer(const Pair &pair, const std::string &path) const
     return false;
 }
 
-bool Comparison::standsFor(const std::string &recorded, const std::string &found)
+bool Comparison::standsFor(const Json &recorded, const Json &found)
 {
-    std::map<std::string, std::string> bound = m_bound;
-    std::size_t at = 0;   // in what was found
-    std::size_t next = 0; // in what was recorded
-    const std::sregex_iterator end;
-    std::sregex_iterator name(recorded.begin(), recorded.end(), kPlaceholder);
-    if (name == end || found.compare(0, name->position(), recorded, 0, name->position()) != 0) {
+    const Pattern pattern = patternOf(recorded.is_string() ? recorded.get<std::string>() : "");
+    const std::optional<std::string> text = textFor(found);
+    const std::string &first = pattern.literals.front();
+    if (pattern.names.empty() || !text || text->compare(0, first.size(), first) != 0) {
         return false;
     }
-    at = static_cast<std::size_t>(name->position());
-    for (; name != end; ++name) {
-        next = static_cast<std::size_t>(name->position() + name->length());
-        const std::sregex_iterator following = std::next(name);
-        const bool isLast = following == end;
-        const std::string literal =
-            recorded.substr(next, isLast ? std::string::npos : following->position() - next);
-        const auto known = bound.find(name->str());
-        const std::size_t stop = known != bound.end() ? at + known->second.size()
-                                 : !isLast            ? found.find(literal, at)
-                                 : found.size() < at + literal.size()
-                                     ? std::string::npos
-                                     : found.size() - literal.size();
-        if (stop == std::string::npos || stop > found.size() ||
-            found.compare(stop, literal.size(), literal) != 0) {
+    std::map<std::string, std::string> bound = m_bound;
+    std::size_t at = first.size();
+    for (std::size_t index = 0; index < pattern.names.size(); ++index) {
+        const std::string &literal = pattern.literals[index + 1];
+        const auto known = bound.find(pattern.names[index]);
+        const bool isLast = index + 1 == pattern.names.size();
+        const std::size_t end = known != bound.end()            ? at + known->second.size()
+                                : !isLast                       ? text->find(literal, at)
+                                : text->size() < literal.size() ? std::string::npos
+                                                                : text->size() - literal.size();
+        if (end == std::string::npos || end < at || end > text->size() ||
+            text->compare(end, literal.size(), literal) != 0) {
             return false;
         }
-        const std::string value = found.substr(at, stop - at);
-        if (bound.emplace(name->str(), value).first->second != value) {
+        const std::string value = text->substr(at, end - at);
+        if (bound.emplace(pattern.names[index], value).first->second != value) {
             return false;
         }
-        at = stop + literal.size();
+        at = end + literal.size();
     }
     m_bound = std::move(bound);
-    return at == found.size();
+    return at == text->size();
 }
 
 } // namespace zefhost

@@ -27,8 +27,9 @@ struct Difference
 
 /// Compares what was recorded with what came.
 ///
-/// A placeholder like {{ssid:1}} in a recorded text stands for one text, the same wherever it occurs.
-/// Texts that are JSON objects or arrays themselves are compared as such.
+/// A placeholder like {{ssid:1}} in a recorded text stands for one text or number, the same wherever it
+/// occurs: from left to right for what it stands for already, or else for as little as possible; the
+/// last one in a text for what is left. Texts that are JSON objects or arrays themselves are compared as such.
 class Comparison
 {
 public:
@@ -52,7 +53,7 @@ private:
     void compareMembers(const Json &recorded, const Json &found, const std::string &path,
                         Differences &differences);
     bool mayDiffer(const Pair &pair, const std::string &path) const;
-    bool standsFor(const std::string &recorded, const std::string &found);
+    bool standsFor(const Json &recorded, const Json &found);
 
     std::vector<Rule> m_rules;
     std::string m_subject;

@@ -100,6 +100,9 @@ int runSession(const Options &options, Printer &printer)
         return kStartFailure;
     }
     keepLog(options.library, options.showLog || options.isPrompt);
+    if (!options.recording.empty()) {
+        session.beginReplay();
+    }
     carryOut(options, session, printer);
     return session.wentAsExpected() ? 0 : kNotAsExpected;
 }

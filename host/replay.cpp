@@ -34,11 +34,15 @@ Json contentOf(Json got)
     if (got.contains("event")) {
         return Json::object();
     }
-    if (got.contains("task")) {
-        return valueOf(got, "message");
+    for (const char *key : {"reply", "task"}) {
+        got.erase(key);
     }
-    got.erase("reply");
     return got;
+}
+
+std::string replyKey(const std::string &method)
+{
+    return "reply of " + method;
 }
 
 } // namespace
@@ -50,8 +54,9 @@ Replay::Replay(const Json &header, const std::vector<Command> &commands)
     m_comparison.addGiven(compact(valueOf(header, "settings")));
     for (const Command &command : commands) {
         m_lastLine = command.line;
+        const Json got = command.verb == Verb::expect ? parsedText(command.json) : Json::object();
+        subscribe(command, got);
         if (command.verb == Verb::expect) {
-            const Json got = parsedText(command.json);
             if (!got.contains("error")) {
                 m_answered.insert(replyIdOf(got));
             }
@@ -64,11 +69,32 @@ Replay::Replay(const Json &header, const std::vector<Command> &commands)
     }
 }
 
+void Replay::subscribe(const Command &command, const Json &got)
+{
+    constexpr std::pair<const char *, Verb> kKinds[] = {{"event", Verb::listen},
+                                                        {"task", Verb::task}};
+    for (const auto &[key, verb] : kKinds) {
+        Command wanted;
+        wanted.verb = verb;
+        wanted.line = command.line;
+        const Json name = valueOf(got, key);
+        wanted.name = name.is_string() ? name.get<std::string>() : command.name;
+        const bool isMeant = name.is_string() || command.verb == verb;
+        if (isMeant && m_subscribed.insert(std::string(key) + ' ' + wanted.name).second) {
+            m_subscriptions.push_back(wanted);
+        }
+    }
+}
+
+void Replay::replied(const std::string &method, long id, const Json &body)
+{
+    if (m_answered.count(id) != 0) { // or else nobody waited for it when it was recorded either
+        arrived(replyKey(method), id, body);
+    }
+}
+
 void Replay::arrived(const std::string &key, long id, const Json &body)
 {
-    if (id >= 0 && m_answered.count(id) == 0) {
-        return; // nobody waited for it when it was recorded either
-    }
     const std::lock_guard<std::mutex> lock(m_mutex);
     ++m_count;
     m_arrivals[key].push_back({id, body, !m_hasBegun});

@@ -20,7 +20,7 @@ struct Finding
 
 /// Compares what arrives while a recording is carried out with what the recording says.
 ///
-/// arrived() is callable from any thread, everything else from the caller's.
+/// replied() and delivered() are callable from any thread, everything else from the caller's.
 class Replay
 {
 public:
@@ -29,9 +29,14 @@ public:
     /// \param header first line of the recording
     Replay(const Json &header, const std::vector<Command> &commands);
 
-    /// \param key whose delivery it is: "reply of method", "event name" or "task type"
-    /// \param id  of the recorded call, for replies
-    void arrived(const std::string &key, long id, const Json &body);
+    /// What is subscribed to before the first line: whatever a line listens to or got.
+    const std::vector<Command> &subscriptions() const { return m_subscriptions; }
+
+    /// \param id of the recorded call
+    void replied(const std::string &method, long id, const Json &body);
+
+    /// \param key "event name" or "task type"
+    void delivered(const std::string &key, const Json &body) { arrived(key, -1, body); }
 
     /// Forgets what subscribing has brought, unless it belongs to the recording.
     void begin();
@@ -44,8 +49,6 @@ public:
     /// Waits until nothing more comes. \return what came and was not recorded.
     std::vector<Finding> finish();
 
-    static std::string replyKey(const std::string &method) { return "reply of " + method; }
-
 private:
     struct Arrival
     {
@@ -54,13 +57,17 @@ private:
         bool isEarly = false;
     };
 
+    void arrived(const std::string &key, long id, const Json &body);
+    void subscribe(const Command &command, const Json &got);
     std::string keyOf(const Json &got) const;
     std::vector<Finding> judge(const Command &command, const std::string &key, const Json &got,
                                const Arrival &arrival);
     void settle();
 
     Comparison m_comparison;
-    const bool m_isRunningAtStart;         ///< the recording began after init
+    const bool m_isRunningAtStart; ///< the recording began after init
+    std::vector<Command> m_subscriptions;
+    std::set<std::string> m_subscribed;    ///< keys of these
     std::map<long, std::string> m_methods; ///< of the recorded calls
     std::set<long> m_answered;             ///< calls of which a reply was recorded
     int m_lastLine = 0;

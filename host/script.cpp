@@ -2,6 +2,7 @@
 #include "text.h"
 
 #include <array>
+#include <set>
 #include <sstream>
 
 namespace zefhost {
@@ -192,6 +193,26 @@ bool isHeader(const std::string &line, std::string &error)
     return true;
 }
 
+/// What only a script can have: a recording waits for what it got, and subscribes by itself.
+bool isForScripts(const Command &command)
+{
+    return isWait(command.verb) || command.verb == Verb::unlisten || command.failExpected;
+}
+
+/// Whether a line may stand where it does. \param error says why not.
+bool mayFollow(const Script &script, const Command &command, std::set<long> &ids,
+               std::string &error)
+{
+    if (script.header.empty()) {
+        error = command.verb == Verb::expect ? "\"got\" needs the first line of a recording" : "";
+    } else if (isForScripts(command)) {
+        error = "not in a recording";
+    } else if (command.id >= 0 && !ids.insert(command.id).second) {
+        error = "another call has the id " + std::to_string(command.id);
+    }
+    return error.empty();
+}
+
 } // namespace
 
 std::optional<Script> readScript(const std::string &path, std::string &error)
@@ -202,6 +223,7 @@ std::optional<Script> readScript(const std::string &path, std::string &error)
         return std::nullopt;
     }
     Script script;
+    std::set<long> ids; // of the calls
     std::istringstream stream(*content);
     std::string line;
     for (int number = 1; std::getline(stream, line); ++number) {
@@ -209,18 +231,14 @@ std::optional<Script> readScript(const std::string &path, std::string &error)
         if (start == std::string::npos || line[start] == '#') {
             continue;
         }
-        const bool mayBeHeader = line.find("\"recording\"") != std::string::npos;
-        if (mayBeHeader && isHeader(line, error) && error.empty()) {
+        const bool isFirst = script.header.empty() && script.commands.empty();
+        if (isFirst && isHeader(line, error) && error.empty()) {
             script.header = line;
             continue;
         }
         std::optional<Command> command =
             error.empty() ? parseScriptLine(line, error) : std::nullopt;
-        if (command && command->verb == Verb::expect && script.header.empty()) {
-            error = "\"got\" needs the first line of a recording";
-            command.reset();
-        }
-        if (!command) {
+        if (!command || !mayFollow(script, *command, ids, error)) {
             error.insert(0, path + ':' + std::to_string(number) + ": ");
             return std::nullopt;
         }

@@ -16,6 +16,14 @@ std::string secondsText(Session::Milliseconds time)
     return text;
 }
 
+/// Whether the mock is told to give answers that it holds.
+bool isRelease(const Command &command)
+{
+    std::string error;
+    const Json told = parseJson(command.json, error).value_or(Json());
+    return told.is_object() && (told.contains("release") || told.contains("releaseNth"));
+}
+
 } // namespace
 
 std::atomic<bool> Session::s_isInterrupted{false};
@@ -92,22 +100,28 @@ void Session::stop()
     }
 }
 
+void Session::beginReplay()
+{
+    for (const Command &subscription : m_replay->subscriptions()) {
+        subscription.verb == Verb::listen ? listen(subscription) : registerTask(subscription);
+    }
+    m_replay->begin();
+}
+
 void Session::run(const Command &command)
 {
-    if (m_replay && command.verb != Verb::listen && command.verb != Verb::task) {
-        m_replay->begin();
-    }
+    // With a recording, beginReplay() has subscribed.
     switch (command.verb) {
     case Verb::call:
         return call(command);
     case Verb::asynCall:
         return asynCall(command);
     case Verb::listen:
-        return listen(command);
+        return m_replay ? void() : listen(command);
     case Verb::unlisten:
         return unlisten(command);
     case Verb::task:
-        return registerTask(command);
+        return m_replay ? void() : registerTask(command);
     case Verb::waitEvent:
         return waitForArrival(command, "event");
     case Verb::waitTask:
@@ -117,11 +131,9 @@ void Session::run(const Command &command)
     case Verb::linger:
         return linger(command);
     case Verb::raise:
-        return report("raise", command, raiseEvent(command.name));
     case Verb::office:
-        return report("message of the office suite", command, sendOfficeMessage(command.json));
     case Verb::mock:
-        return report("mock", command, tellMock(command.json));
+        return tellAccountLibrary(command);
     case Verb::expect:
         return expect(command);
     case Verb::note:
@@ -153,6 +165,7 @@ void Session::asynCall(const Command &command)
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_missingAnswers[number] = command.name;
     }
+    m_isCallOnItsWay = true;
     if (!m_framework.asynCall(command.name.c_str(), command.json.c_str(), &receiver)) {
         fail("asynCall", command.name, "refused: the framework is not running");
         noteAnswer(number);
@@ -176,10 +189,10 @@ Session::Handler Session::replyHandler(const Command &command, const std::string
         const bool wasExpected = m_replay || resultOf(body) == wanted;
         m_unexpected += wasExpected ? 0 : 1;
         m_printer.reply({operation, path, body, m_threads.current(), passed.count(), wasExpected});
-        if (m_replay) {
-            m_replay->arrived(Replay::replyKey(path), id, body);
-        }
-        if (++*replies > 1) {
+        const bool isFirst = ++*replies == 1;
+        if (m_replay && isFirst) {
+            m_replay->replied(path, id, body);
+        } else if (!m_replay && !isFirst) {
             fail(operation, path, "answered more than once");
         }
     };
@@ -191,7 +204,7 @@ void Session::listen(const Command &command)
         m_printer.event(path, body, m_threads.current());
         noteArrival(path);
         if (m_replay) {
-            m_replay->arrived("event " + path, -1, body);
+            m_replay->delivered("event " + path, body);
         }
     });
     const auto handle = m_framework.addListener(command.name.c_str(), &receiver);
@@ -224,7 +237,7 @@ void Session::taskArrived(const std::string &type, const Json &message)
     m_printer.task(type, message, m_threads.current());
     noteArrival(type);
     if (m_replay) {
-        m_replay->arrived("task " + type, -1, message);
+        m_replay->delivered("task " + type, Json{{"message", message}});
     }
     const Json task = message.value("dataType", Json());
     if (task.is_string() && task != type) {
@@ -275,6 +288,38 @@ void Session::expect(const Command &command)
         return fail("got", command.json, "only a recording says what was received");
     }
     report(m_replay->expect(command, m_limit, isInterrupted));
+}
+
+void Session::tellAccountLibrary(const Command &command)
+{
+    // A recording says what was told after which call; a script does not wait.
+    const bool isInOrder = !m_replay || haveCallsArrived();
+    if (m_replay && isRelease(command)) {
+        waitForMock(static_cast<int>(m_limit.count())); // it holds what it is to hold then
+    }
+    switch (command.verb) {
+    case Verb::raise:
+        return report("raise", command, isInOrder && raiseEvent(command.name));
+    case Verb::office:
+        return report("message of the office suite", command,
+                      isInOrder && sendOfficeMessage(command.json));
+    default:
+        return report("mock", command, isInOrder && tellMock(command.json));
+    }
+}
+
+/// Waits until all asynchronous calls have reached the closed libraries, which they do in their order.
+bool Session::haveCallsArrived()
+{
+    if (!m_isCallOnItsWay) {
+        return true;
+    }
+    constexpr const char *kMarker = "marker";
+    Receiver &receiver = newReceiver([this](const Json & /*reply*/) { noteArrival(kMarker); });
+    m_isCallOnItsWay = false;
+    return m_framework.asynCall("utils.getLogPath", "{}", &receiver) &&
+           waitUntil(Clock::now() + m_limit,
+                     [this] { return m_arrivals[kMarker] > 0 && m_arrivals[kMarker]--; });
 }
 
 void Session::report(const std::vector<Finding> &findings)

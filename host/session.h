@@ -40,6 +40,9 @@ public:
     /// What comes is compared with the recording that the commands to come are.
     void compareWith(std::unique_ptr<Replay> replay) { m_replay = std::move(replay); }
 
+    /// Subscribes to what the recording has from there. After start().
+    void beginReplay();
+
     void run(const Command &command);
 
     /// Waits for the answers that are still missing, then stops the framework.
@@ -64,6 +67,8 @@ private:
     void waitForAnswers(Milliseconds limit);
     void linger(const Command &command);
     void expect(const Command &command);
+    void tellAccountLibrary(const Command &command);
+    bool haveCallsArrived();
     void report(const std::vector<Finding> &findings);
 
     Receiver &newReceiver(Handler handler);
@@ -86,6 +91,7 @@ private:
     const Milliseconds m_limit;
     Threads m_threads;
     std::unique_ptr<Replay> m_replay; ///< set before the first delivery, or never
+    bool m_isCallOnItsWay = false;    ///< one may not have reached the closed libraries yet
     bool m_isRunning = false;
     bool m_isStarted = false;
     int m_requests = 0;

@@ -50,6 +50,8 @@ export interface ReplayResult {
   ok: boolean;
   calls: number;
   compared: number;
+  /** How many differences there are; `failures` holds the first 1,000. */
+  differ: number;
   failures: ReplayFinding[];
   warnings: ReplayFinding[];
   /** All of it in words. */

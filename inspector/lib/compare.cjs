@@ -1,12 +1,18 @@
 'use strict';
 
-const placeholder = /\{\{[\w-]+:\d+\}\}/g;
+const { Occurrences } = require('./occurrences.cjs');
+
+// docs/decisions/0013 has the rules; host/compare.cpp follows them too, and both are tested with
+// tests/host/replays.txt.
+
+const placeholder = /\{\{[A-Za-z0-9_-]+:[0-9]+\}\}/g;
 
 const isContainer = (value) => typeof value === 'object' && value !== null;
+const member = (container, key) => (Object.hasOwn(container, key) ? container[key] : undefined);
 
 /** The object or array that a text stands for: entries of some replies are JSON texts. */
 function parsed(value) {
-  if (typeof value !== 'string' || !/^\s*[[{]/.test(value) || /^\{\{/.test(value)) return value;
+  if (typeof value !== 'string' || !/^[ \t\r\n]*[[{]/.test(value)) return value;
   try {
     return JSON.parse(value);
   } catch {
@@ -25,71 +31,108 @@ function hasShape(expected, actual) {
   const keys = Object.keys(expected);
   return (
     keys.length === Object.keys(actual).length &&
-    keys.every((key) => key in actual && hasShape(expected[key], actual[key]))
+    keys.every((key) => Object.hasOwn(actual, key) && hasShape(expected[key], actual[key]))
   );
 }
 
-const allowed = {
-  any: () => true,
-  text: (_, actual) => typeof actual === 'string',
-  number: (_, actual) => typeof actual === 'number',
-  shape: (expected, actual) => hasShape(parsed(expected), parsed(actual)),
-};
+const allowed = new Map([
+  ['any', () => true],
+  ['text', (_, actual) => typeof actual === 'string'],
+  ['number', (_, actual) => typeof actual === 'number'],
+  ['shape', (expected, actual) => hasShape(parsed(expected), parsed(actual))],
+]);
+
+/** What of `mayDiffer` is a rule: [{ subject, path, as }]; the subject is undefined for all. */
+function rulesFrom(mayDiffer) {
+  const text = (value) => (typeof value === 'string' ? value : undefined);
+  return (Array.isArray(mayDiffer) ? mayDiffer : [])
+    .filter((entry) => isContainer(entry) && text(entry.path) !== undefined)
+    .map(({ method, task, path, as }) => ({
+      subject: text(method) ?? text(task),
+      path,
+      as: text(as) ?? 'any',
+    }));
+}
 
 /**
- * Compares what was recorded with what came. A placeholder stands for one text, the same wherever it
- * occurs in a recording; it may be a part of a text.
+ * Compares what was recorded with what came. A placeholder stands for one text or number, the same
+ * wherever it occurs in a recording; it may be a part of a text.
  */
 class Comparison {
+  #rules;
   #bound = new Map(); // placeholder -> text
 
   /** \param given what the replay hands in: a placeholder in it stands for itself */
-  constructor(given = []) {
+  constructor(mayDiffer, given = []) {
+    this.#rules = rulesFrom(mayDiffer);
     for (const name of JSON.stringify(given).match(placeholder) ?? []) this.#bound.set(name, name);
   }
 
   /**
-   * \param rules [{ path, as }], the paths like "data.cookieList[*].value"
-   * \returns the differences, [{ path, expected, actual }]; undefined is what is not there
+   * \param subject method, event or task type
+   * \returns the differences, [{ path, expected, actual }], the paths like
+   *          "data.cookieList[0].value"; undefined is what is not there
    */
-  differences(expected, actual, rules = [], path = '') {
+  differences(subject, expected, actual) {
+    const rules = this.#rules.filter((rule) => !rule.subject || rule.subject === subject);
+    return this.#differences(rules, expected, actual, '');
+  }
+
+  #differences(rules, expected, actual, path) {
     const general = path.replace(/\[\d+\]/g, '[*]');
     const rule = rules.find((each) => each.path === path || each.path === general);
-    if (rule && actual !== undefined && allowed[rule.as ?? 'any']?.(expected, actual)) return [];
+    if (rule && actual !== undefined && allowed.get(rule.as)?.(expected, actual)) return [];
     const [wanted, found] = [parsed(expected), parsed(actual)];
     if (isContainer(wanted) && isContainer(found) && kindOf(wanted) === kindOf(found)) {
       const step = (key) => (Array.isArray(wanted) ? `[${key}]` : path === '' ? key : `.${key}`);
       return [...new Set([...Object.keys(wanted), ...Object.keys(found)])].flatMap((key) =>
-        this.differences(wanted[key], found[key], rules, path + step(key)),
+        this.#differences(rules, member(wanted, key), member(found, key), path + step(key)),
       );
     }
-    const isEqual =
-      wanted === found || (typeof wanted === 'string' && this.#stands(wanted, String(found)));
-    return isEqual ? [] : [{ path, expected, actual }];
+    return wanted === found || this.#stands(expected, actual) ? [] : [{ path, expected, actual }];
   }
 
   /** The value with what placeholders stand for replaced by them again. */
   withPlaceholders(value) {
-    let text = JSON.stringify(value);
-    for (const [name, bound] of this.#bound) {
-      text = text.replaceAll(JSON.stringify(bound).slice(1, -1), name);
-    }
-    return JSON.parse(text);
+    const occurrences = new Occurrences();
+    for (const [name, text] of this.#bound) occurrences.add(text, name);
+    const replaced = (each) => {
+      const inner = parsed(each);
+      return inner === each ? occurrences.replacedIn(each) : JSON.stringify(all(inner));
+    };
+    const all = (part) =>
+      JSON.parse(JSON.stringify(part), (_, each) =>
+        typeof each === 'string' ? replaced(each) : each,
+      );
+    return all(value);
   }
 
-  #stands(wanted, found) {
-    const names = wanted.match(placeholder);
-    if (!names) return false;
-    const parts = wanted
-      .split(placeholder)
-      .map((part) => part.replace(/[\\^$.*+?()[\]{}|]/g, '\\$&'));
-    const values = new RegExp(`^${parts.join('([^]*)')}$`).exec(found)?.slice(1);
-    if (!values) return false;
-    const isAsBefore = names.every(
-      (name, index) => (this.#bound.get(name) ?? values[index]) === values[index],
-    );
-    if (!isAsBefore) return false;
-    for (const [index, name] of names.entries()) this.#bound.set(name, values[index]);
+  /**
+   * Whether a text with placeholders stands for what came. From left to right, each takes what it
+   * stands for already, or else as little as possible; the last takes what is left.
+   */
+  #stands(wanted, actual) {
+    const names = typeof wanted === 'string' ? wanted.match(placeholder) : null;
+    if (!names || (typeof actual !== 'string' && typeof actual !== 'number')) return false;
+    const found = String(actual);
+    const literals = wanted.split(placeholder);
+    if (!found.startsWith(literals[0])) return false;
+    const bound = new Map(this.#bound);
+    let at = literals[0].length;
+    for (const [index, name] of names.entries()) {
+      const literal = literals[index + 1];
+      const known = bound.get(name);
+      const isLast = index === names.length - 1;
+      const free = isLast ? found.length - literal.length : found.indexOf(literal, at);
+      const end = known === undefined ? free : at + known.length;
+      if (end < at || !found.startsWith(literal, end)) return false;
+      const value = found.slice(at, end);
+      if (known !== undefined && known !== value) return false;
+      bound.set(name, value);
+      at = end + literal.length;
+    }
+    if (at !== found.length) return false;
+    this.#bound = bound;
     return true;
   }
 }

@@ -7,9 +7,11 @@ const { description, methods } = require('./description.cjs');
 const asReply = (reply) => ({ reply });
 const asText = ({ result, data }) =>
   result === 'ok' ? { text: data?.data ?? '' } : { refuse: true };
+const asOwn = ({ result }) => (result === 'ok' ? {} : { refuse: true }); // the mock's own will do
 const asTask = ({ result, msg, data = {} }) => {
-  if (/ is null(ptr)?$|^su(b)?m(b)?it .*fail/.test(msg ?? '')) return { refuse: true };
+  if (/^su(b)?m(b)?it .*fail/.test(msg ?? '')) return { refuse: true };
   if (msg === 'no office app') return { statuses: [101] };
+  if (msg === known.msg) return { reply: { taskResult: { bResult: true, userId: known.userId } } };
   const taskResult = {
     ...data,
     bResult: result === 'ok',
@@ -18,28 +20,47 @@ const asTask = ({ result, msg, data = {} }) => {
   delete taskResult.result;
   return { reply: { taskResult } };
 };
-
-const asRefusal = ({ result }) => (result === 'ok' ? {} : { refuse: true });
+const known = { msg: 'already logined user', userId: 'known' };
 
 function formOf(method) {
   if (method['x-writtenByAccountLibrary']) return asReply;
   if (method['x-answer'] === 'library thread') return asTask;
   const { type } = method.result.schema.properties?.data ?? {};
-  return [type].flat().includes('string') ? asText : asRefusal;
+  return [type].flat().includes('string') ? asText : asOwn;
 }
 
-/** What the mock is told so that it answers one call as recorded: lists of scripts by operation. */
-function scriptOf(method, got) {
+// What the framework says when the account library has no service, and what that is got with.
+const getters = new Map([
+  ['accessbaseService is nullptr', 'getAccessbaseService'],
+  ['account is nullptr', 'getAccount'],
+  ['domainMgr is null', 'getDomainMgr'],
+  ['factory is nullptr', 'getCookieFactory'],
+  ['scheduler is null', 'getScheduler'],
+  ['scheduler is nullptr', 'getScheduler'],
+  ['sercice is nullptr', 'getLoginService'],
+]);
+const signing = /^account\.(getJwk|sign|generatePKCE)/;
+
+// What it says before it asks the account library.
+const before =
+  /^(deviceCode|event, data or busyType|param) is empty$|not support thread safe$|not found$/;
+
+function getterOf(method, msg) {
+  if (msg !== 'service is nullptr') return getters.get(msg);
+  return signing.test(method) ? 'getSignService' : 'getLoginService';
+}
+
+/** How the operation that a call reaches has to answer: { operation: step }; empty for as usual. */
+function stepOf(method, got) {
   const described = methods.get(method);
   const operation = described?.['x-operations'].at(-1);
-  if (operation === undefined || got.error !== undefined || got.cut) return {};
-  if (/ is empty$/.test(got.msg)) return {}; // refused before the account library is asked
-  const { reply: _, ...reply } = got;
-  const script = { [operation]: [formOf(described)(reply)] };
-  if (method === 'account.quickLogin') {
-    script.grantAuthorizeCodeOffice = [{ reply: { taskResult: { bResult: true } } }];
-  }
-  return script;
+  const { reply: _, msg, ...rest } = got ?? {};
+  if (operation === undefined || before.test(msg) || getterOf(method, msg)) return {};
+  const form = formOf(described);
+  if (got === undefined || got.error !== undefined) return { [operation]: { reply: {}, times: 0 } };
+  if (got.cut) return { [operation]: form({ result: 'ok' }) };
+  if (/ (asynCall|call) failed$/.test(msg)) return { [operation]: { throw: 'recorded' } };
+  return { [operation]: form(msg === undefined ? rest : { ...rest, msg }) };
 }
 
 /** What the mock has to know for a reply that the framework puts together itself. */
@@ -48,6 +69,9 @@ function stateOf(method, got) {
     const accounts = got.data.accountListInfo.map(parsed).filter(({ userid }) => userid);
     const current = accounts.find((account) => 'keep_online' in account || account.is_current);
     return { accounts, currentUserId: current?.userid ?? '' };
+  }
+  if (method === 'account.getOfficeUserInfo' && got.msg === known.msg) {
+    return { accounts: [{ userid: known.userId }] };
   }
   if (method === 'account.queryWebviewCookies' && Array.isArray(got.data?.cookieList)) {
     const cookies = got.data.cookieList.map(parsed).map((cookie) => ({
@@ -66,6 +90,12 @@ function stateOf(method, got) {
   return undefined;
 }
 
+/** What the mock is told before a call, so that it is answered as it was. */
+function preparation(method, got = {}) {
+  const getter = getterOf(method, got.msg);
+  return getter ? { script: { [getter]: [{ refuse: true }] } } : stateOf(method, got);
+}
+
 /** Task types whose messages are what the account library collects. */
 const collecting = description['x-tasks']
   .filter(({ examples }) => examples.every(({ mock }) => 'collect' in mock))
@@ -79,40 +109,60 @@ function commandOf(got) {
   return { message: { msgType: dataType, ...data } };
 }
 
-function merge(into, script) {
-  for (const [operation, steps] of Object.entries(script)) {
-    into[operation] = [...(into[operation] ?? []), ...steps];
+/** Ids of the calls that were answered after a later call of their method. */
+function overtaken(lines, methodOf) {
+  const late = new Set();
+  const waiting = new Map(); // method -> ids, in the order of the calls
+  for (const { id, got } of lines) {
+    const ids = waiting.get(methodOf.get(id ?? got?.reply)) ?? [];
+    if (got === undefined && id !== undefined) {
+      waiting.set(methodOf.get(id), [...ids, id]);
+    } else if (ids.includes(got?.reply)) {
+      for (const before of ids.splice(0, ids.indexOf(got.reply) + 1).slice(0, -1)) late.add(before);
+    }
   }
-}
-
-/** The lines that tell the mock something, and then the line itself. */
-function withCommands(line, replies) {
-  const { number, got } = line;
-  const command =
-    got === undefined ? stateOf(line.async ?? line.call, replies.get(line.id) ?? {}) : undefined;
-  const heard = got !== undefined && got.reply === undefined ? commandOf(got) : undefined;
-  return [command, heard].flatMap((mock) => (mock ? [{ number, mock }] : [])).concat(line);
+  return late;
 }
 
 /**
  * Turns a recording made with the real libraries into one for the mock, which answers as they did:
- * its answers are the recorded ones, in the order of the calls. Others stay as they are.
+ * each operation gives the recorded answers in the order of the calls. Others stay as they are.
  */
 function forMock({ header, lines }) {
   if (header.libraries === 'mock') return { header, lines };
-  const replies = new Map(
-    lines.flatMap(({ got }) => (got?.reply === undefined ? [] : [[got.reply, got]])),
-  );
-  const script = {};
-  for (const line of lines) {
-    const got = replies.get(line.id);
-    if (got) merge(script, scriptOf(line.async ?? line.call, got));
+  const replies = new Map();
+  const methodOf = new Map();
+  for (const { id, got, call, async: queued } of lines) {
+    if (got?.reply !== undefined) replies.set(got.reply, got);
+    if (id !== undefined) methodOf.set(id, call ?? queued);
   }
+  const late = overtaken(lines, methodOf);
+  const held = []; // ids of the calls whose answers the mock holds
+  const script = {};
+  const converted = lines.flatMap((line) => {
+    const { number, id, got, call, async: queued } = line;
+    const told = (mock) => (mock ? [{ number, mock }, line] : [line]);
+    if (got?.reply !== undefined) {
+      const place = held.indexOf(got.reply);
+      if (place >= 0) held.splice(place, 1);
+      return told(place >= 0 && { releaseNth: place });
+    }
+    if (got !== undefined) return told(commandOf(got));
+    const method = call ?? queued;
+    if (method === undefined) return [line];
+    for (const [operation, step] of Object.entries(stepOf(method, replies.get(id)))) {
+      const isHeld = late.has(id) && held.push(id);
+      script[operation] = [...(script[operation] ?? []), isHeld ? { ...step, hold: true } : step];
+      if (method === 'account.quickLogin') {
+        const grants = script.grantAuthorizeCodeOffice ?? [];
+        const grant = { reply: { taskResult: { bResult: true } } };
+        script.grantAuthorizeCodeOffice = [...grants, grant];
+      }
+    }
+    return told(preparation(method, replies.get(id)));
+  });
   const settings = { ...header.settings, standin: { initFinishedAfterMs: -1, script } };
-  return {
-    header: { ...header, libraries: 'mock', settings },
-    lines: lines.flatMap((line) => withCommands(line, replies)),
-  };
+  return { header: { ...header, libraries: 'mock', settings }, lines: converted };
 }
 
 module.exports = { forMock };

@@ -1,72 +1,31 @@
 'use strict';
 
 const fs = require('node:fs');
-const { setTimeout: pause } = require('node:timers/promises');
+const { channel } = require('node:diagnostics_channel');
 const { ElectronFramework, mock } = require('zelectronframework');
+const { Arrivals } = require('./arrivals.cjs');
 const { Comparison } = require('./compare.cjs');
 const { forMock } = require('./mockscript.cjs');
 const { readRecording, RecordingError } = require('./recording.cjs');
 const { Secrets } = require('./secrets.cjs');
-const packages = { framework: require('zelectronframework/package.json').version };
 
-const settleMilliseconds = 50;
-const mostSettleMilliseconds = 5000;
+const version = require('zelectronframework/package.json').version;
+const heard = channel('zelectronframework:event'); // says how many events one stands for
+const mostFindings = 1000; // that are kept; the others are counted
+// Asynchronous calls reach the account library in their order: when this one is answered, all have.
+const marker = 'utils.getLogPath';
 
 const short = (value) => {
   const text = value === undefined ? 'nothing' : JSON.stringify(value);
   return text.length > 200 ? `${text.slice(0, 200)}…` : text;
 };
 
-/** What arrives, by where it belongs: the replies of one method, one event, one task type. */
-class Arrivals {
-  #queues = new Map();
-  #wake = () => {};
-  #count = 0;
-  isEarly = true; // before the first line; then nothing need be expected
+const subjectOf = (key) => key.replace(/^(reply of|event|task) /, '');
 
-  add(key, value) {
-    const queue = this.#queues.get(key) ?? [];
-    this.#queues.set(key, queue);
-    queue.push({ key, value, order: this.#count++, isEarly: this.isEarly });
-    this.#wake();
-  }
-
-  /** \returns the oldest arrival of a key, or undefined when none has come in that time. */
-  async next(key, milliseconds) {
-    const end = Date.now() + milliseconds;
-    while (!this.#queues.get(key)?.length) {
-      const left = end - Date.now();
-      if (left <= 0) return undefined;
-      await new Promise((resolve) => {
-        const timer = setTimeout(resolve, left);
-        this.#wake = () => {
-          clearTimeout(timer);
-          resolve();
-        };
-      });
-    }
-    return this.#queues.get(key).shift();
-  }
-
-  forget() {
-    this.#queues.clear();
-  }
-
-  /** Waits until nothing more comes. A machine that is busy elsewhere needs longer to tell. */
-  async settle() {
-    const end = Date.now() + mostSettleMilliseconds;
-    for (let isQuiet = false; !isQuiet && Date.now() < end; ) {
-      const [count, begin] = [this.#count, Date.now()];
-      await pause(settleMilliseconds);
-      const isInTime = Date.now() - begin < 2 * settleMilliseconds;
-      isQuiet = isInTime && count === this.#count && !mock().busy;
-    }
-  }
-
-  left() {
-    return [...this.#queues.values()].flat().sort((a, b) => a.order - b.order);
-  }
-}
+/** What makes the mock do what a line says. */
+const commandOf = ({ mock: command, raise, office }) =>
+  command ??
+  (raise === undefined ? { message: office } : { signal: raise.replace(/^account\./, '') });
 
 class Replay {
   #recording;
@@ -75,40 +34,52 @@ class Replay {
   #arrivals = new Arrivals();
   #comparison;
   #methods = new Map(); // id of a recorded call -> its method
-  #unanswered = new Set(); // ids of calls that no reply was recorded of
-  #lastOrder = -1;
+  #answered = new Set(); // ids of calls of which a reply was recorded
+  #isOnItsWay = false; // an asynchronous call that may not have reached the account library
   #secrets = new Secrets();
+  differ = 0;
   failures = [];
   warnings = [];
   lines = []; // as they would be recorded now
 
   constructor(recording, { timeout = 5000 } = {}) {
+    const { header, lines } = recording;
     this.#recording = recording;
     this.#limit = timeout;
-    const given = recording.lines.map(({ params, mock: told, office }) => [params, told, office]);
-    this.#comparison = new Comparison([recording.header.settings, given]);
-    for (const line of recording.lines) {
-      const method = line.async ?? line.call;
-      if (method === undefined) continue;
-      this.#methods.set(line.id, method);
-      this.#unanswered.add(line.id);
-    }
-    for (const { got } of recording.lines) {
-      if (got?.error === undefined) this.#unanswered.delete(got?.reply);
+    const given = lines.map(({ params, mock: told, office }) => [params, told, office]);
+    this.#comparison = new Comparison(header.mayDiffer, [header.settings, given]);
+    for (const { id, async: queued, call = queued, got } of lines) {
+      if (id !== undefined) this.#methods.set(id, call);
+      if (got?.reply !== undefined && got.error === undefined) this.#answered.add(got.reply);
     }
   }
 
   async run() {
     const { header, lines } = this.#recording;
-    this.#warnOfHeader(header);
-    for (const event of names(lines, 'event', 'listen')) {
-      this.#framework.on(event, () => this.#arrivals.add(`event ${event}`, {}));
+    if (header.framework !== version) {
+      this.#warn(header.number, `recorded with version ${header.framework}, this is ${version}`);
     }
-    if (isMockRunning()) throw new Error('replay: the mock runs in this process already');
-    await this.#framework.init(header.settings);
+    const subscribe = (name, line, how) => {
+      try {
+        how(name);
+      } catch (error) {
+        this.#fail(line, { text: error.message });
+      }
+    };
+    const events = named(lines, 'event', 'listen');
+    for (const [event, line] of events) {
+      subscribe(event, line, () => this.#framework.on(event, () => {}));
+    }
+    startFromNothing();
+    const take = ({ name, count }) => {
+      for (let i = 0; i < count; ++i) this.#arrivals.add(`event ${name}`, { body: {} });
+    };
+    heard.subscribe(take);
     try {
-      for (const task of names(lines, 'task', 'task')) {
-        this.#framework.onTask(task, (message) => this.#arrivals.add(`task ${task}`, message));
+      await this.#framework.init(header.settings);
+      for (const [task, line] of named(lines, 'task', 'task')) {
+        const keep = (message) => this.#arrivals.add(`task ${task}`, { body: { message } });
+        subscribe(task, line, () => this.#framework.onTask(task, keep));
       }
       await this.#arrivals.settle();
       this.#arrivals.isEarly = false;
@@ -118,16 +89,8 @@ class Replay {
       await this.#arrivals.settle();
       this.#judgeRest();
     } finally {
+      heard.unsubscribe(take);
       await this.#framework.close();
-    }
-  }
-
-  #warnOfHeader({ number, framework }) {
-    if (framework !== packages.framework) {
-      this.warnings.push({
-        line: number,
-        text: `recorded with version ${framework}, this is ${packages.framework}`,
-      });
     }
   }
 
@@ -135,21 +98,19 @@ class Replay {
     const { number, ...content } = line;
     this.lines.push(content);
     if (line.got) await this.#expect(line);
-    else if (line.gap)
-      this.warnings.push({ line: number, text: `${line.gap} entries are missing here` });
-    else if (line.mock) this.#command(line, line.mock);
-    else if (line.raise) this.#command(line, { signal: line.raise.replace(/^account\./, '') });
-    else if (line.office) this.#command(line, { message: line.office });
+    else if (line.gap) this.#warn(number, `${line.gap} entries are missing here`);
+    else if (line.mock ?? line.raise ?? line.office) await this.#command(line);
     else if (line.async ?? line.call) this.#ask(line);
   }
 
   #ask({ id, call, async: queued, params }) {
     const method = queued ?? call;
-    const take = (reply) => {
-      if (!this.#unanswered.has(id)) this.#arrivals.add(`reply of ${method}`, { id, reply });
+    const take = (body) => {
+      if (this.#answered.has(id)) this.#arrivals.add(`reply of ${method}`, { id, body });
     };
     const refuse = (error) => take({ error: error.code, msg: error.message });
     if (call === undefined) {
+      this.#isOnItsWay = true;
       this.#framework.call(method, params, { raw: true }).then(take, refuse);
       return;
     }
@@ -160,92 +121,93 @@ class Replay {
     }
   }
 
-  #command({ number }, command) {
+  async #command(line) {
     try {
+      if (this.#isOnItsWay)
+        await this.#framework.call(marker, {}, { raw: true, timeout: this.#limit });
+      this.#isOnItsWay = false;
+      const command = commandOf(line);
+      if ('release' in command || 'releaseNth' in command) await this.#arrivals.idle(this.#limit);
       mock(command);
     } catch (error) {
-      this.#fail(number, { text: error.message });
+      this.#fail(line.number, { text: error.message });
     }
   }
 
   async #expect({ number, got }) {
-    if (got.reply !== undefined && this.#unanswered.has(got.reply)) return;
+    if (got.reply !== undefined && !this.#answered.has(got.reply)) return;
     const key = keyOf(got, this.#methods);
     const arrival = await this.#arrivals.next(key, this.#limit);
-    if (!arrival) {
-      this.lines.pop();
-      const near = this.#arrivals.left()[0];
-      const text = `nothing came within ${this.#limit} ms: ${key}`;
-      this.#fail(number, { text, nearest: near && `${near.key} ${short(near.value)}` });
+    if (arrival) {
+      this.#judge(number, got, arrival.value, key);
       return;
     }
-    if (arrival.order < this.#lastOrder) {
-      this.warnings.push({ line: number, text: `${key} came earlier than recorded` });
-    }
-    this.#lastOrder = arrival.order;
-    this.#judge(number, got, arrival, key);
+    this.lines.pop();
+    const [near] = this.failures.length < mostFindings ? this.#arrivals.left() : [];
+    const text = `nothing came within ${this.#limit} ms: ${key}`;
+    this.#fail(number, { text, nearest: near && `${near.key} ${short(near.value.body)}` });
   }
 
-  #judge(number, got, { value }, key) {
-    const { reply: id, event, task: _, cut, ...rest } = got;
-    const expected = event !== undefined ? {} : id === undefined ? rest.message : rest;
-    const actual = id === undefined ? value : value.reply;
-    if (id !== undefined && value.id !== id) {
-      this.#fail(number, { text: `${key}: the answer of call ${value.id} came first` });
+  #judge(number, got, { id: answered, body }, key) {
+    const { reply: id, event, task: _, cut, ...expected } = got;
+    if (answered !== id) {
+      this.#fail(number, { text: `${key}: the answer of call ${answered} came first` });
     }
     if (cut) {
-      this.warnings.push({ line: number, text: `${key} was too long to be recorded` });
+      this.#warn(number, `${key} was too long to be recorded`);
       return;
     }
-    const rules = (this.#recording.header.mayDiffer ?? [])
-      .filter(
-        ({ path, method, task }) =>
-          typeof path === 'string' && (method ?? task ?? subjectOf(key)) === subjectOf(key),
-      )
-      .map((rule) => ({ ...rule, path: rule.path.replace(/^(got|message)\.?/, '') }));
-    const differences = this.#comparison.differences(expected, actual, rules);
+    const wanted = event === undefined ? expected : {};
+    const differences = this.#comparison.differences(subjectOf(key), wanted, body);
     for (const difference of differences) this.#fail(number, { text: key, ...difference });
-    if (differences.length > 0) this.lines[this.lines.length - 1].got = this.#recorded(got, value);
+    if (differences.length > 0) this.lines[this.lines.length - 1].got = this.#recorded(got, body);
   }
 
   #judgeRest() {
     const last = this.#recording.lines.at(-1)?.number ?? 1;
     for (const { key, value, isEarly } of this.#arrivals.left()) {
       if (isEarly) continue;
-      this.#fail(last, { text: `${key} came, which is not in the recording`, actual: value });
-      this.lines.push({ got: this.#recorded(gotOf(key, value), value) });
+      const { body } = value;
+      this.#fail(last, { text: `${key} came, which is not in the recording`, actual: body });
+      this.lines.push({ got: this.#recorded(gotOf(key, value), body) });
     }
   }
 
   /** The "got" of what came now, without its secrets. */
-  #recorded(got, value) {
-    const { reply, event, task } = got;
+  #recorded({ reply, event, task }, body) {
     if (event !== undefined) return { event };
-    const now = this.#comparison.withPlaceholders(reply === undefined ? value : value.reply);
-    const text = JSON.stringify(now);
-    if (reply === undefined) {
-      const masked = this.#secrets.masked({ kind: 'task', name: task, text });
-      return { task, message: JSON.parse(masked.text) };
-    }
-    const entry = { kind: 'call', name: this.#methods.get(reply), reply: text };
-    const isMasked = this.#recording.header.masked;
-    return { reply, ...JSON.parse(isMasked ? this.#secrets.masked(entry).reply : text) };
+    const now = this.#comparison.withPlaceholders(body);
+    const entry =
+      reply === undefined
+        ? { kind: 'task', name: task, text: JSON.stringify(now.message) }
+        : { kind: 'call', name: this.#methods.get(reply), reply: JSON.stringify(now) };
+    const shown = this.#recording.header.masked ? this.#secrets.masked(entry) : entry;
+    return reply === undefined
+      ? { task, message: JSON.parse(shown.text) }
+      : { reply, ...JSON.parse(shown.reply) };
+  }
+
+  #warn(line, text) {
+    this.warnings.push({ line, text });
   }
 
   #fail(line, failure) {
-    this.failures.push({ line, ...failure });
+    this.differ += 1;
+    if (this.failures.length < mostFindings) this.failures.push({ line, ...failure });
   }
 }
 
-function isMockRunning() {
+/** What a replay before this one told the mock is none of this one's. */
+function startFromNothing() {
   try {
-    return mock().running;
-  } catch {
-    return false; // it is not loaded
+    mock({ reset: true });
+  } catch (error) {
+    if (error.code === 'ZEF_MOCK_REFUSED') {
+      throw new Error('replay: the mock runs in this process already');
+    }
+    // Otherwise it is not loaded.
   }
 }
-
-const subjectOf = (key) => key.replace(/^(reply of|event|task) /, '');
 
 function keyOf({ reply, event, task }, methods) {
   if (event !== undefined) return `event ${event}`;
@@ -258,11 +220,14 @@ function gotOf(key, { id }) {
   return key.startsWith('task') ? { task: subject } : { reply: id };
 }
 
-/** Names that lines of a recording listen to or heard. */
-function names(lines, got, verb) {
-  return new Set(
-    lines.flatMap((line) => [line.got?.[got], line[verb]]).filter((name) => name !== undefined),
-  );
+/** Names that lines of a recording listen to or got -> the first of these lines. */
+function named(lines, got, verb) {
+  const names = new Map();
+  for (const line of lines) {
+    const name = line.got?.[got] ?? line[verb];
+    if (name !== undefined && !names.has(name)) names.set(name, line.number);
+  }
+  return names;
 }
 
 function textOf({ line, text, path, expected, actual, nearest }) {
@@ -279,15 +244,16 @@ function textOf({ line, text, path, expected, actual, nearest }) {
  * \param source path of the file, or { text }
  * \param options timeout: milliseconds that each answer, event or message may take; update: writes
  *        the file again as things are now
- * \returns { ok, calls, compared, failures, warnings, report }
+ * \returns { ok, calls, compared, differ, failures, warnings, report }
  */
-async function replay(source, { timeout, update = false } = {}) {
+async function replay(source, { timeout = 5000, update = false } = {}) {
+  if (!(timeout >= 0 && timeout < 2 ** 31)) throw new RangeError('replay: timeout is milliseconds');
   const text = source.text ?? fs.readFileSync(source, 'utf8');
   const recording = forMock(readRecording(text));
   const run = new Replay(recording, { timeout });
   await run.run();
-  const { failures, warnings } = run;
-  if (update && failures.length > 0) {
+  const { differ, failures, warnings } = run;
+  if (update && differ > 0) {
     const { number: _, ...header } = recording.header;
     const content = [header, ...run.lines].map((line) => `${JSON.stringify(line)}\n`).join('');
     fs.writeFileSync(source, content, { mode: 0o600 });
@@ -297,9 +263,9 @@ async function replay(source, { timeout, update = false } = {}) {
   const report = [
     ...warnings.map((warning) => `warning, ${textOf(warning)}`),
     ...failures.map(textOf),
-    `${calls} calls, ${compared} answers, events and messages compared: ${failures.length} differ`,
+    `${calls} calls, ${compared} answers, events and messages compared: ${differ} differ`,
   ].join('\n');
-  return { ok: failures.length === 0, calls, compared, failures, warnings, report };
+  return { ok: differ === 0, calls, compared, differ, failures, warnings, report };
 }
 
 module.exports = { replay, forMock, readRecording, RecordingError };

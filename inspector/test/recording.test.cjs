@@ -5,8 +5,15 @@ const fs = require('node:fs');
 const path = require('node:path');
 const { spawnSync } = require('node:child_process');
 const { test } = require('node:test');
-const { readRecording, forMock } = require('../index.cjs');
-const { scratch, started, until } = require('./support.cjs');
+const { ElectronFramework, mock } = require('zelectronframework');
+const {
+  attach,
+  forMock,
+  readRecording,
+  replay: replayHere,
+  RecordingError,
+} = require('../index.cjs');
+const { client, scratch, settings, started, until } = require('./support.cjs');
 
 const program = path.join(__dirname, '../bin/inspector.cjs');
 
@@ -143,10 +150,73 @@ test('a masked recording replays green, a changed one red at its line', () => {
   }
 });
 
-test('the recording of the examples replays as zefhost replays it', () => {
+/** \returns [name, verdict, recording] of the table that tests/host/tst_zefhost.cpp reads too. */
+function table() {
+  const text = fs
+    .readFileSync(path.join(__dirname, '../../tests/host/replays.txt'), 'utf8')
+    .replaceAll('CR\n', '\r\n')
+    .replaceAll('LONG', 'a'.repeat(300_000));
+  const [top, ...rows] = text.split('\n== ');
+  const header = top.trim().split('\n').at(-1);
+  return rows.map((row) => {
+    const [, name, verdict, rules, lines] =
+      /^([^\n]*): ([^\n]*)\n(?:mayDiffer ([^\n]*)\n)?(.*)$/s.exec(row);
+    const own = rules ? `${header.slice(0, -1)},"mayDiffer":${rules}}` : header;
+    return [name, verdict, `${own}\n${lines}`];
+  });
+}
+
+test('recordings are judged as by zefhost', async () => {
+  for (const [name, verdict, text] of table()) {
+    let found;
+    try {
+      const { ok, failures } = await replayHere({ text }, { timeout: 1000 });
+      found = ok ? 'green' : `red ${failures[0].line}`;
+    } catch (error) {
+      if (!(error instanceof RecordingError)) throw error;
+      found = `refused ${error.line}`;
+    }
+    assert.equal(found, verdict, name);
+  }
   const example = fs.readFileSync(path.join(__dirname, '../../examples/recording.jsonl'), 'utf8');
-  const { status, report } = replay(example);
-  assert.equal(status, 0, report);
+  const { report } = await replayHere({ text: example });
+  assert.match(report, /^8 calls, 23 .* 0 differ$/);
+});
+
+test('the page replays recordings of any length, one at a time', async (t) => {
+  const { api } = await started(t);
+  const [, , text] = table()[0];
+  const long = text + `{"note":"${'x'.repeat(1000)}"}\n`.repeat(17_000); // more than JSON may have
+  const answers = await Promise.all([api.postLines('replay', long), api.post('replay', { text })]);
+  assert.deepEqual(answers.map(({ status }) => status).sort(), [200, 409]);
+  const { ok } = answers.find(({ status }) => status === 200);
+  assert.equal(ok, true);
+  assert.equal(
+    (await api.post('replay', { text: `${text}{` })).error,
+    '-: line 5: not a JSON object',
+  );
+});
+
+test('what is told later is no sooner, and one that began before the start is of the mock', async (t) => {
+  const framework = new ElectronFramework({ mock: true });
+  const inspector = await attach(framework);
+  t.after(() => framework.close());
+  t.after(() => inspector.close());
+  const api = client(inspector.url);
+  await api.post('startRecording');
+  await framework.init(settings());
+  await framework.call('account.logout', [1]).catch(() => {}); // which does not reach the library
+  for (const afterMs of [2 ** 31, -1, 'x']) {
+    const told = await api.post('mock', { command: { signal: 'cookieUpdated' }, afterMs });
+    assert.equal(told.status, 400);
+  }
+  assert.equal((await api.post('mock')).status, 400);
+  const { header, lines } = readRecording((await api.post('stopRecording')).text);
+  assert.equal(header.libraries, 'mock');
+  assert.deepEqual(
+    lines.filter(({ got, note }) => note || got?.reply).map(({ note }) => note),
+    ['account.logout was refused: ZEF_BAD_ARGUMENT'],
+  );
 });
 
 test('answers of one method are compared in their order', () => {
@@ -173,18 +243,48 @@ test('--update writes a recording as things are now', () => {
   for (const secret of Object.values(canaries)) assert.ok(!text.includes(secret), secret);
 });
 
-test('a recording of real libraries becomes a script for the mock', () => {
+test('a recording of real libraries becomes a script for the mock', async (t) => {
   // As recorded elsewhere: answers that the honest mock would not give.
+  const real = (text) =>
+    text
+      .replace('"libraries":"mock"', '"libraries":"real"')
+      .replace(/"standin":.*?"initFinishedAfterMs":-1\}/, '"standin":{}')
+      .split('\n')
+      .filter((line) => !line.startsWith('{"mock"'))
+      .join('\n');
   const strange = recording
-    .replace('"libraries":"mock"', '"libraries":"real"')
-    .replace(/"standin":.*?"initFinishedAfterMs":-1\}/, '"standin":{}')
     .replaceAll('"sign-in refused"', '"blocked until tomorrow"')
     .replaceAll('Ada', 'Zoe');
-  const lines = strange.split('\n').filter((line) => !line.startsWith('{"mock"'));
-  const result = replay(lines.join('\n'));
+  const result = replay(real(strange));
   assert.equal(result.status, 0, result.report);
-  const { script } = forMock(readRecording(lines.join('\n'))).header.settings.standin;
+  const { script } = forMock(readRecording(real(strange))).header.settings.standin;
   assert.equal(script.loginCallback[1].reply.msg, 'blocked until tomorrow');
+
+  const { framework, api } = await started(t, { standin });
+  const idle = () => until(() => !mock().busy, 'all that the mock does');
+  await idle();
+  await api.post('startRecording');
+  const [one, hold] = [[{ refuse: true }], { hold: true, reply: { result: 'ok', msg: 'first' } }];
+  const getters = ['Sign', 'Accessbase', 'Login'].map((name) => [`get${name}Service`, one]);
+  mock({ script: { ...Object.fromEntries(getters), getCookieFactory: one } });
+  mock({ script: { getDeviceHeader: [{ throw: 'x' }], switchAccount: [{ times: 0 }, hold] } });
+  const call = (method, params = {}, options = {}) =>
+    framework.call(`account.${method}`, params, options).catch(() => {});
+  await call('getJwkPublicKeyStr');
+  await call('getJwkPublicKeyStr');
+  await call('queryWebviewCookies', { url: 'https://account.example.com' });
+  await call('logout');
+  await framework.call('accessbase.getDeviceInfo').catch(() => {});
+  await framework.call('accessbase.getDeviceHeader', { deviceCode: { a: 1 } }).catch(() => {});
+  await call('switchAccount', {}, { timeout: 50 });
+  const overtaken = call('switchAccount');
+  await call('switchAccount');
+  mock({ release: true });
+  await overtaken;
+  await idle();
+  const all = replay(real((await api.post('stopRecording')).text));
+  assert.equal(all.status, 0, all.report);
+  assert.equal(all.calls, 9);
 });
 
 test('what is no recording is refused with its line', () => {

@@ -35,6 +35,8 @@ private Q_SLOTS:
     void promptTakesCommandsFromInput();
     void recordingsAreCompared_data();
     void recordingsAreCompared();
+    void recordingsAreJudgedAsByTheInspector_data();
+    void recordingsAreJudgedAsByTheInspector();
     void examplesRun();
 
 private:
@@ -137,7 +139,10 @@ void tst_Zefhost::badScriptLinesAreNamed()
     QFETCH(QByteArray, line);
     QFETCH(QString, error);
 
-    const QString script = write("script", "# a note\n\n{\"note\":\"never shown\"}\n" + line);
+    const bool isHeader = line.startsWith("{\"recording\"");
+    const QByteArray before =
+        isHeader ? "# a note\n\n\n" : "# a note\n\n{\"note\":\"never shown\"}\n";
+    const QString script = write("script", before + line);
     const ChildResult result = run({"run", script});
     VERIFY_EXIT(result, 2);
     VERIFY_CONTAINS(result.errors, script + ":4: ");
@@ -355,6 +360,48 @@ void tst_Zefhost::recordingsAreCompared()
     const ChildResult result = run({"--timeout", "1", "run", write("recording.jsonl", recording)});
     VERIFY_EXIT(result, finding.isEmpty() ? 0 : 1);
     VERIFY_CONTAINS(result.output, finding);
+}
+
+void tst_Zefhost::recordingsAreJudgedAsByTheInspector_data()
+{
+    QTest::addColumn<QByteArray>("recording");
+    QTest::addColumn<QString>("verdict");
+
+    QFile file(QStringLiteral(ZEF_SOURCE_DIR "/tests/host/replays.txt"));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QString table = QString::fromUtf8(file.readAll())
+                              .replace("CR\n", "\r\n")
+                              .replace("LONG", QString(300000, 'a'));
+    QStringList rows = table.split("\n== ");
+    const QString header = rows.takeFirst().trimmed().section('\n', -1);
+    for (const QString &row : rows) {
+        const QString title = row.section('\n', 0, 0);
+        QString lines = row.section('\n', 1);
+        QString own = header;
+        if (lines.startsWith("mayDiffer ")) {
+            own.chop(1);
+            own += R"(,"mayDiffer":)" + lines.section('\n', 0, 0).mid(10) + '}';
+            lines = lines.section('\n', 1);
+        }
+        QTest::newRow(qPrintable(title.section(": ", 0, -2)))
+            << (own + '\n' + lines).toUtf8() << title.section(": ", -1);
+    }
+}
+
+void tst_Zefhost::recordingsAreJudgedAsByTheInspector()
+{
+    QFETCH(QByteArray, recording);
+    QFETCH(QString, verdict);
+
+    const QString file = write("recording.jsonl", recording);
+    const ChildResult result = run({"--timeout", "1", "run", file});
+    const QStringList words = verdict.split(' ');
+    VERIFY_EXIT(result, QStringList({"green", "red", "refused"}).indexOf(words[0]));
+    if (words[0] == "red") {
+        VERIFY_CONTAINS(result.output, "line " + words[1] + ' ');
+    } else if (words[0] == "refused") {
+        VERIFY_CONTAINS(result.errors, file + ':' + words[1] + ": ");
+    }
 }
 
 void tst_Zefhost::examplesRun()
