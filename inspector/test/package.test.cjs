@@ -25,6 +25,12 @@ test('the package works where it is installed, as its README says', () => {
     .filter((name) => !name.startsWith('.'));
   assert.deepEqual(installed.sort(), ['zelectronframework', 'zelectronframework-inspector']);
 
+  const dist = path.join(app, 'node_modules/zelectronframework-inspector/dist');
+  const notices = fs.readFileSync(path.join(dist, 'NOTICES.txt'), 'utf8');
+  for (const name of ['preact', 'uplot']) {
+    assert.match(notices, new RegExp(`^${name} [\\d.]+ \\(MIT\\)\\n[^]*?copyright notice`, 'm'));
+  }
+
   const [attached] = /^```js\n([\s\S]*?)^```$/m.exec(readme).slice(1);
   fs.writeFileSync(path.join(app, 'attached.cjs'), attached);
   assert.match(
