@@ -53,4 +53,12 @@ function readLogLine(text) {
   return parts;
 }
 
-module.exports = { readLogLine };
+/** The method that a log line names, or undefined. */
+function methodOf(text) {
+  const form = forms.find(([beginning]) => text.startsWith(beginning));
+  if (form?.[1] !== 'method') return undefined;
+  const end = text.indexOf(form[2]);
+  return end < 0 ? undefined : text.slice(form[0].length, end);
+}
+
+module.exports = { methodOf, readLogLine };

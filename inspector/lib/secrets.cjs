@@ -1,8 +1,8 @@
 'use strict';
 
 const { parsed } = require('./compare.cjs');
-const { isSecretive, methods, rules, words } = require('./description.cjs');
-const { readLogLine } = require('./logforms.cjs');
+const { isSecretive, rules, words } = require('./description.cjs');
+const { methodOf, readLogLine } = require('./logforms.cjs');
 const { Occurrences } = require('./occurrences.cjs');
 const { textBytes } = require('./store.cjs');
 
@@ -60,9 +60,11 @@ class Secrets {
 
   /** Takes note of the secrets of an entry. Cheap for those that can have none. */
   learn(entry) {
-    const { kind, name } = entry;
-    const isTold = kind === 'call' || kind === 'late';
-    if (kind === 'event' || (isTold && !isSecretive(name) && name !== 'init')) return;
+    const { kind, name, text } = entry;
+    if (kind === 'event' || kind === 'note') return;
+    const isCall = kind === 'call' || kind === 'late';
+    const method = isCall ? name : kind === 'log' && text ? methodOf(text) : undefined;
+    if (method !== undefined && method !== 'init' && !isSecretive(method)) return;
     this.#entry(entry, same);
   }
 
@@ -96,8 +98,7 @@ class Secrets {
   #logLine(text, known) {
     const parts = readLogLine(text);
     if (!parts) return known(text);
-    const method = parts.find(({ name }) => name === 'method')?.value;
-    if (known === same && methods.has(method) && !isSecretive(method)) return text;
+    const method = methodOf(text);
     const shown = {
       params: (value) => this.#jsonText(value, rules.params(method), known),
       // Which method an asynchronous reply belongs to is not said.
