@@ -40,6 +40,7 @@ class ReplayApart {
     const running = new AbortController();
     this.#running = running;
     gone.addEventListener('abort', () => running.abort());
+    if (gone.aborted) running.abort();
     try {
       return await this.#result(lines, running.signal);
     } finally {
