@@ -3,6 +3,7 @@
 const { isMainThread } = require('node:worker_threads');
 const { description, eventNames, taskNames } = require('./description.cjs');
 const { HeadStream, headOf } = require('./heads.cjs');
+const { LogTies } = require('./logties.cjs');
 const { Measures } = require('./measures.cjs');
 const { MockLog } = require('./mocklog.cjs');
 const { MockPanel, isMock, mockState } = require('./mockpanel.cjs');
@@ -41,6 +42,7 @@ class Inspector {
   #server;
   #streams = new Set();
   #log;
+  #ties = new LogTies();
   #runs = new Map(); // id that the page gave -> AbortController
   #subscriptions = new Map();
   #unfollow;
@@ -102,26 +104,30 @@ class Inspector {
       const { path: folder } = this.#watch.muted(() =>
         this.#framework.callSync('utils.getLogPath'),
       );
-      this.#log = new MockLog(folder, this.#store.startedAt, (line) => {
-        const { time, level, thread, module, message } = line;
-        const t = time - this.#store.startedAt;
-        // Lines of the framework begin with the name of one of its functions, never with a value.
-        const [word] = module === 'zelectronframework' ? (/^[A-Za-z]+/.exec(message) ?? []) : [];
-        const name = word ?? module;
-        this.#store.add({
-          t,
-          kind: 'log',
-          name,
-          outcome: level.toLowerCase(),
-          thread,
-          text: message,
-        });
-      });
+      this.#log = new MockLog(folder, this.#store.startedAt, (line) => this.#takeLine(line));
     };
     this.#unfollow = this.#store.onChange((entry) => {
+      this.#ties.note(entry);
       if (entry.name === 'init' && entry.outcome === 'ok') setImmediate(look);
     });
     look();
+  }
+
+  #takeLine({ time, level, thread, module, message }) {
+    const t = time - this.#store.startedAt;
+    const isOfMain = thread === process.pid;
+    const call = isOfMain === isMainThread ? this.#ties.callOf(t, message) : undefined;
+    // Lines of the framework begin with the name of one of its functions, never with a value.
+    const [word] = module === 'zelectronframework' ? (/^[A-Za-z]+/.exec(message) ?? []) : [];
+    this.#store.add({
+      t: Math.max(t, call?.at ?? t), // the two clocks are not quite the same
+      kind: 'log',
+      name: word ?? module,
+      of: call?.seq,
+      outcome: level.toLowerCase(),
+      thread: isOfMain ? 0 : thread,
+      text: message,
+    });
   }
 
   // ---- what leaves the process
