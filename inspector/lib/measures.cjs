@@ -5,6 +5,7 @@ const { createHistogram, monitorEventLoopDelay } = require('node:perf_hooks');
 const sampleMilliseconds = 1000;
 const mostSamples = 3600;
 const binsPerDoubling = 2;
+const mostMethods = 200; // names of which there is no end
 const bins = 56; // the last one from 2^27 us, two minutes, on
 
 const inMilliseconds = (nanoseconds) => nanoseconds / 1e6;
@@ -56,15 +57,32 @@ class Measures {
     if (entry.kind !== 'call' || entry.ms === undefined || entry.isMeasured) return;
     entry.isMeasured = true;
     this.#calls += 1;
-    let method = this.#methods.get(entry.name);
+    const isNew = !this.#methods.has(entry.name);
+    const name = isNew && this.#methods.size >= mostMethods ? '(others)' : entry.name;
+    let method = this.#methods.get(name);
     if (!method) {
-      method = { histogram: createHistogram(), fails: 0, counts: new Array(bins).fill(0) };
-      this.#methods.set(entry.name, method);
+      const counts = new Array(bins).fill(0);
+      method = { histogram: createHistogram(), recent: createHistogram(), fails: 0, counts };
+      this.#methods.set(name, method);
     }
     const microseconds = Math.max(1, entry.ms * 1000);
-    method.histogram.record(Math.max(1, Math.round(entry.ms * 1e6)));
+    const nanoseconds = Math.max(1, Math.round(entry.ms * 1e6));
+    method.histogram.record(nanoseconds);
+    method.recent.record(nanoseconds);
     method.counts[Math.min(bins - 1, Math.floor(Math.log2(microseconds) * binsPerDoubling))] += 1;
     if (entry.outcome !== 'ok') method.fails += 1;
+  }
+
+  /** Of the methods that were called in the last second: how often, and percentiles. */
+  #recent() {
+    const methods = {};
+    for (const [name, { recent }] of this.#methods) {
+      if (recent.max === 0) continue;
+      const [p50, p99] = [50, 99].map((part) => inMilliseconds(recent.percentile(part)));
+      methods[name] = { p50, p99 };
+      recent.reset();
+    }
+    return methods;
   }
 
   #sample() {
@@ -77,6 +95,7 @@ class Measures {
       rss: rss / 2 ** 20,
       heap: heapUsed / 2 ** 20,
       kept: this.#store.bytes / 2 ** 20,
+      methods: this.#recent(),
     });
     if (this.#samples.length > mostSamples) this.#samples.shift();
     this.#calls = 0;

@@ -27,6 +27,7 @@ class MockPanel {
   #secrets;
   #plans = new Map(); // what the mock is to do later: id -> { at, command, timer }
   #lastPlan = 0;
+  #scripted = new Map(); // operation -> the steps that it was told here last
 
   constructor(store, secrets) {
     this.#store = store;
@@ -46,7 +47,7 @@ class MockPanel {
       in: at - Date.now(),
       command: this.#secrets.state(command),
     }));
-    return { state: this.#secrets.state(state), plans };
+    return { state: this.#secrets.state(state), plans, steps: this.#stepsLeft(state.scripts) };
   }
 
   tell({ command, afterMs = 0 }) {
@@ -65,6 +66,23 @@ class MockPanel {
     clearTimeout(this.#plans.get(id)?.timer);
     this.#plans.delete(id);
     return this.read();
+  }
+
+  /** What is left of the steps, by operation; not of those that the application scripted itself. */
+  #stepsLeft(scripts) {
+    const steps = {};
+    for (const [operation, told] of this.#scripted) {
+      const all = told.reduce((sum, { count }) => sum + count, 0);
+      let done = all - (scripts[operation] ?? 0);
+      if (done >= 0) steps[operation] = [];
+      else this.#scripted.delete(operation);
+      for (const step of done >= 0 ? told : []) {
+        const count = step.count - Math.max(0, done);
+        if (count > 0) steps[operation].push({ ...step, count });
+        done -= step.count;
+      }
+    }
+    return this.#secrets.state(steps);
   }
 
   #plan(command, afterMs) {
@@ -86,6 +104,14 @@ class MockPanel {
   #carryOut(command) {
     const known = this.#secrets.withSecrets(command);
     mock(known);
+    for (const [operation, steps] of Object.entries(command.script ?? {})) {
+      if (!Array.isArray(steps)) this.#scripted.delete(operation);
+      else
+        this.#scripted.set(
+          operation,
+          steps.map((step) => ({ count: 1, ...step })),
+        );
+    }
     const name = Object.keys(command).join(', ');
     this.#store.add({ kind: 'mock', name, text: JSON.stringify(known) });
   }
