@@ -7,8 +7,10 @@ const { LogTies } = require('./logties.cjs');
 const { Measures } = require('./measures.cjs');
 const { MockLog } = require('./mocklog.cjs');
 const { MockPanel, isMock, mockState } = require('./mockpanel.cjs');
+const { previewOf } = require('./previews.cjs');
 const { Recorder } = require('./recorder.cjs');
 const { ReplayApart } = require('./replayapart.cjs');
+const { Search } = require('./search.cjs');
 const { Secrets } = require('./secrets.cjs');
 const { Refusal, Server } = require('./server.cjs');
 const { slices } = require('./slices.cjs');
@@ -16,10 +18,19 @@ const { Store } = require('./store.cjs');
 const { Watch } = require('./watch.cjs');
 
 const version = require('zelectronframework/package.json').version;
-const mostFound = 5000;
 const mostHeads = 5000;
+const mostPreviews = 200;
 
 const number = (text, otherwise) => (/^\d{1,15}$/.test(text ?? '') ? Number(text) : otherwise);
+
+/** \returns the texts of a JSON list */
+function listOf(text) {
+  try {
+    return JSON.parse(text).map(String);
+  } catch {
+    throw new Refusal(400, 'a JSON list of texts is needed');
+  }
+}
 
 /** The application's own frames of a call: what is above them publishes it. */
 function framesOf({ stack }) {
@@ -43,6 +54,7 @@ class Inspector {
   #streams = new Set();
   #log;
   #ties = new LogTies();
+  #search;
   #runs = new Map(); // id that the page gave -> AbortController
   #subscriptions = new Map();
   #unfollow;
@@ -60,6 +72,7 @@ class Inspector {
     this.#secrets.state(options.settings ?? {}); // an init that was not seen was given these
     this.#mock = new MockPanel(this.#store, this.#secrets);
     this.#recorder = new Recorder(this.#store, this.#secrets, options);
+    this.#search = new Search(this.#store, this.#secrets);
     this.#server = new Server({
       reads: this.#reads(),
       actions: this.#actions(),
@@ -108,7 +121,9 @@ class Inspector {
     };
     this.#unfollow = this.#store.onChange((entry) => {
       this.#ties.note(entry);
-      if (entry.name === 'init' && entry.outcome === 'ok') setImmediate(look);
+      if (entry.name !== 'init' || entry.outcome === 'open') return;
+      this.#tell({ session: this.#changing() });
+      setImmediate(look);
     });
     look();
   }
@@ -175,24 +190,22 @@ class Inspector {
     return { first: this.#store.first, next: this.#store.next, heads };
   }
 
-  /** In masked texts only: a search must not tell whether a secret has a certain value. */
-  async #search({ q = '' }) {
+  async #find({ words = '[]', from, open = '' }) {
     await this.#learnAll();
-    const wanted = q.toLowerCase();
-    const found = [];
-    const holds = (entry) =>
-      [entry.name, entry.params, entry.reply, entry.error, entry.text].some((text) =>
-        text?.toLowerCase().includes(wanted),
-      );
-    const isPlaceholder = wanted.includes('{{');
+    const seqs = open.split(',').map((seq) => number(seq, -1));
+    return this.#search.find(listOf(words), number(from, 0), seqs);
+  }
+
+  async #previews({ seqs = '' }) {
+    await this.#learnAll();
     const otherThings = slices();
-    for (let seq = this.#store.first; seq < this.#store.next && found.length < mostFound; ++seq) {
+    const previews = [];
+    for (const seq of seqs.split(',', mostPreviews)) {
       await otherThings();
-      const entry = this.#store.get(seq);
-      if (entry && (isPlaceholder || holds(entry)) && holds(this.#secrets.masked(entry)))
-        found.push(seq);
+      const entry = this.#store.get(number(seq, -1));
+      if (entry) previews.push({ seq: entry.seq, ...previewOf(this.#secrets.masked(entry)) });
     }
-    return { found, isAll: found.length < mostFound };
+    return { previews };
   }
 
   #reveal({ value }) {
@@ -205,13 +218,21 @@ class Inspector {
     return {
       description,
       version,
-      running: this.#framework.running,
+      ...this.#changing(),
+      startedAt: this.#store.startedAt,
       isReadOnly: Boolean(this.#options.readOnly),
-      isMock: isMock(this.#framework.running),
-      isRecording: this.#recorder.isRecording,
       hasFolder: this.#options.recordings !== undefined,
       subscribed: [...this.#subscriptions.keys()],
-      process: `${process.title} ${process.pid}`,
+      process: `${process.title.replace(/^.*\//, '')} ${process.pid}`,
+    };
+  }
+
+  /** What changes of the state while pages look at it. */
+  #changing() {
+    return {
+      running: this.#framework.running,
+      isMock: isMock(this.#framework.running),
+      isRecording: this.#recorder.isRecording,
     };
   }
 
@@ -274,14 +295,14 @@ class Inspector {
 
   #startRecording() {
     this.#recorder.start(this.#framework.running);
-    this.#tell({ recording: true });
+    this.#tell({ session: this.#changing() });
   }
 
   #stopRecording(body) {
     return this.#recorder.stop(body, {
       isRunning: this.#framework.running,
       learn: () => this.#learnAll(),
-      ended: () => this.#tell({ recording: false }),
+      ended: () => this.#tell({ session: this.#changing() }),
     });
   }
 
@@ -291,7 +312,8 @@ class Inspector {
     return new Map([
       ['/api/entry', (query) => this.#entry(query)],
       ['/api/heads', (query) => this.#heads(query)],
-      ['/api/search', (query) => this.#search(query)],
+      ['/api/previews', (query) => this.#previews(query)],
+      ['/api/search', (query) => this.#find(query)],
       ['/api/measures', ({ since }) => this.#measures.read(number(since, -1))],
       ['/api/mock', () => this.#mock.read()],
     ]);

@@ -22,12 +22,26 @@ export function get(name, query = {}) {
   return fetch(`/api/${name}?${new URLSearchParams(query)}`, { headers }).then(answerOf);
 }
 
+function send(name, type, body) {
+  const options = { method: 'POST', headers: { ...headers, 'Content-Type': type }, body };
+  return fetch(`/api/${name}`, options);
+}
+
 export function post(name, body = {}) {
-  return fetch(`/api/${name}`, {
-    method: 'POST',
-    headers: { ...headers, 'Content-Type': 'application/json' },
-    body: JSON.stringify(body),
-  }).then(answerOf);
+  return send(name, 'application/json', JSON.stringify(body)).then(answerOf);
+}
+
+/** Sends a file, whatever its size. */
+export function upload(name, file) {
+  return send(name, 'application/jsonl', file).then(answerOf);
+}
+
+/** Like post(), where a file comes. \returns { file, savedAs } */
+export async function download(name, body) {
+  const response = await send(name, 'application/json', JSON.stringify(body));
+  if (!response.ok) return answerOf(response);
+  const savedAs = response.headers.get('Saved-As');
+  return { file: await response.blob(), savedAs: savedAs && decodeURIComponent(savedAs) };
 }
 
 /** Calls take(message) for each line of the live stream, until that ends. */

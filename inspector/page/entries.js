@@ -1,33 +1,52 @@
 import { useEffect, useState } from 'preact/hooks';
 import { follow, get } from './connection.js';
+import { Order } from './order.js';
 
 const most = 200_000; // heads that the page keeps
+const block = 10_000; // so many fall out at once
+const atOnce = 5000; // as many as one request answers
 
 /**
- * The heads of all entries, and what the stream says of the session. Listeners are called at most
- * once for each picture that the browser draws.
+ * The heads of the latest entries, and what the stream says of the session. Listeners are called at
+ * most once for each picture that the browser draws.
  */
 class Entries {
-  heads = []; // by seq - first
-  first = 0;
-  next = 0;
-  lost = 0;
+  first = 0; // seq of the oldest head; those before have fallen out
+  order = new Order((seq) => this.head(seq).t);
+  missing = 0; // heads that did not come
   session = null;
   status = 'connecting';
   isPaused = false;
-  version = 0; // counts up with each change of the list
-  touched = []; // seqs of the heads that came or changed, until the list has taken them
+  isLoading = false;
+  version = 0; // counts up with each change
+  #heads = []; // by seq - first
   #listeners = new Set();
+  #watchers = new Set();
   #isPlanned = false;
-  #held = [];
+  #held; // { from, to } of what came or changed during a pause
+
+  /** seq of the next entry. */
+  get next() {
+    return this.first + this.#heads.length;
+  }
+
+  /** How many came during a pause. */
+  get held() {
+    return Math.max(0, (this.#held?.to ?? 0) - this.next);
+  }
+
+  head(seq) {
+    return this.#heads[seq - this.first];
+  }
 
   subscribe(listener) {
     this.#listeners.add(listener);
     return () => this.#listeners.delete(listener);
   }
 
-  head(seq) {
-    return this.heads[seq - this.first];
+  /** Calls watcher({ added, changed }) with seqs, at once. */
+  watch(watcher) {
+    this.#watchers.add(watcher);
   }
 
   changed() {
@@ -35,6 +54,7 @@ class Entries {
     this.#isPlanned = true;
     requestAnimationFrame(() => {
       this.#isPlanned = false;
+      this.version += 1;
       for (const listener of this.#listeners) listener();
     });
   }
@@ -44,20 +64,17 @@ class Entries {
     this.changed();
   }
 
+  /** A pause keeps the list as it is; what comes meanwhile is fetched at its end. */
   pause(isPaused) {
     this.isPaused = isPaused;
-    if (!isPaused) this.#take(this.#held.splice(0));
+    if (!isPaused) this.#fetchHeld();
     this.changed();
-  }
-
-  get held() {
-    return this.#held.length;
   }
 
   async start() {
     try {
       await follow((messages) => this.#receive(messages));
-      this.status = 'ended: the process is gone';
+      this.status = 'ended';
     } catch (error) {
       this.status = error.message;
     }
@@ -69,59 +86,110 @@ class Entries {
     for (const message of messages) {
       if (message.seq !== undefined) heads.push(message);
       else if (message.hello) this.#begin(message.hello);
-      else if (message.gap)
-        this.lost += message.gap; // all others arrive, however late
-      else if ('recording' in message) this.setSession({ isRecording: message.recording });
+      else if (message.gap) this.#skip(message);
+      else if (message.session) this.setSession(message.session);
     }
-    if (this.isPaused) this.#held.push(...heads);
+    if (this.isPaused) for (const { seq } of heads) this.#hold(seq, seq + 1);
     else this.#take(heads);
+  }
+
+  /** Takes note of entries that the process dropped before the stream could send them. */
+  #skip({ from, to }) {
+    if (this.isPaused) this.#hold(from, to + 1);
+    else this.#fill(to + 1);
   }
 
   #begin(hello) {
     this.session = hello;
     this.status = 'live';
-    this.first = hello.first;
-    this.next = hello.first;
-    this.heads = [];
-    this.#load(hello.first, hello.next);
-    this.changed();
+    this.first = Math.max(hello.first, hello.next - most);
+    this.#fill(hello.next);
+    this.#load(this.first, hello.next);
   }
 
   #take(heads) {
-    if (heads.length === 0) return;
-    for (const head of heads) this.#put(head);
-    const excess = this.heads.length - most;
-    if (excess > 0) {
-      this.heads.splice(0, excess);
-      this.first += excess;
+    this.#dropOldest();
+    const [added, changed] = [[], []];
+    for (const head of heads) {
+      if (head.seq < this.first) continue;
+      this.#fill(head.seq);
+      const at = head.seq - this.first;
+      const isNew = this.#heads[at] === undefined;
+      if (isNew && at < this.#heads.length) this.missing -= 1;
+      this.#heads[at] = head;
+      (isNew ? added : changed).push(head.seq);
     }
-    this.version += 1;
+    this.order.add(added);
+    for (const watcher of this.#watchers) watcher({ added, changed });
     this.changed();
   }
 
-  #put(head) {
-    if (head.seq < this.first) return;
-    while (this.next < head.seq) this.heads[this.next++ - this.first] = undefined;
-    this.heads[head.seq - this.first] = head;
-    this.next = Math.max(this.next, head.seq + 1);
-    this.touched.push(head.seq);
+  /** Makes room for heads up to a seq, which may come later. */
+  #fill(next) {
+    if (next - this.next > most) this.#restart(next - most);
+    while (this.next < next) {
+      this.#heads.push(undefined);
+      this.missing += 1;
+    }
   }
 
+  #restart(first) {
+    Object.assign(this, { first, missing: 0 });
+    this.#heads = [];
+    this.#forget();
+  }
+
+  #dropOldest() {
+    if (this.#heads.length < most + block) return;
+    for (const head of this.#heads.splice(0, block)) this.missing -= head === undefined ? 1 : 0;
+    this.first += block;
+    this.#forget();
+  }
+
+  #forget() {
+    this.order.keepFrom(this.first);
+    for (const watcher of this.#watchers) watcher({ added: [], changed: [] });
+  }
+
+  /** The newest first: they are looked at. */
   async #load(from, to) {
-    for (let at = from; at < to; ) {
-      const { heads, first } = await get('heads', { from: at, to });
-      this.#take(heads);
-      at = Math.max(at, first) + heads.length;
-      if (heads.length === 0) return;
+    this.isLoading = true;
+    try {
+      for (let end = to; end > Math.max(from, this.first); end -= atOnce) {
+        const { heads } = await get('heads', { from: Math.max(from, end - atOnce), to: end });
+        this.#take(heads);
+      }
+    } catch {
+      // What did not come is counted as missing.
     }
+    this.isLoading = false;
+    this.changed();
+  }
+
+  #hold(from, to) {
+    const held = this.#held ?? { from, to };
+    this.#held = { from: Math.min(from, held.from), to: Math.max(to, held.to) };
+    this.changed();
+  }
+
+  #fetchHeld() {
+    if (!this.#held) return;
+    const { from, to } = this.#held;
+    this.#held = undefined;
+    this.#fill(to);
+    this.#load(from, to);
   }
 }
 
 export const entries = new Entries();
 
-/** Draws the component again when the entries or the session have changed. */
-export function useEntries() {
-  const [, draw] = useState(0);
-  useEffect(() => entries.subscribe(() => draw((count) => count + 1)), []);
+/** Draws the component again when what it picks of the entries has changed; by default, anything. */
+export function useEntries(pick = ({ version }) => version) {
+  const [, draw] = useState();
+  useEffect(() => entries.subscribe(() => draw(pick(entries))), []);
   return entries;
+}
+
+export function useSession() {
+  return useEntries(({ session }) => session).session;
 }

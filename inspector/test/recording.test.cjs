@@ -66,7 +66,7 @@ test('secrets leave the process only when they are asked for', async (t) => {
   recording = (await api.post('stopRecording')).text;
 
   // Log lines hold the parameters of the calls.
-  await until(async () => (await api.get('search?q=mystery')).found.length > 1, 'the log');
+  await until(async () => (await api.get('search?words=["mystery"]')).found.length > 1, 'the log');
   const { heads } = await api.get('heads');
   const shown = [JSON.stringify(heads), recording, JSON.stringify(await api.get('mock'))];
   for (const { seq } of heads) shown.push(JSON.stringify(await api.get(`entry?seq=${seq}`)));
@@ -81,7 +81,7 @@ test('secrets leave the process only when they are asked for', async (t) => {
     for (const writing of writings(secret))
       assert.ok(!all.includes(writing), `${name}: ${writing}`);
   }
-  assert.deepEqual((await api.get('search?q=canary')).found, [], 'a search tells nothing');
+  assert.deepEqual((await api.get('search?words=["canary"]')).found, [], 'a search tells nothing');
   const placeholder = /"mystery":"(\{\{mystery:\d\}\})"/.exec(recording)[1];
   assert.equal((await api.post('reveal', { value: placeholder })).value, canaries.passedOn);
   // The same secret is the same everywhere: in what was asked and in the mock's own state.

@@ -176,6 +176,6 @@ test('nothing is told of other threads and processes, or of what was before', as
     assert.doesNotMatch(shown.join('\n'), /canary/);
     assert.match(shown.join('\n'), /"error":"account.logout: not \{\{ssid:\d\}\}"/);
   }
-  const lines = async (q) => (await api.get(`search?q=${q}`)).found.length;
+  const lines = async (q) => (await api.get(`search?words=["${q}"]`)).found.length;
   assert.equal(await lines('loginWithSsid'), 1, 'the line of the worker, none of the process');
 });
