@@ -2,16 +2,19 @@
 //
 // Joins what the code says of the interface (FACTS, the output of zef_interface) with
 // interface/description.json and writes what is made of the two: interface/modules.json, the typings
-// and the method table of the Node package, and the marked parts of documents. interface/mock.json
+// and the tables of the Node package, and the marked parts of documents; for one of these it reads the
+// package's own typings, node/index.d.cts, as well. interface/mock.json
 // describes the mock of that package. With --check it writes nothing and fails where a file is not
 // fresh.
 import { readFileSync, writeFileSync } from 'node:fs';
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
+import { apiPages } from './apipage.mjs';
 import { modulesPages, readmeParts } from './markdown.mjs';
 import { openRpc } from './openrpc.mjs';
 import { mockPages, packageMethods } from './packagepages.mjs';
 import { secretsTable } from './secrets.mjs';
+import { shapes } from './shapes.mjs';
 import { methodTable, typings } from './typings.mjs';
 
 const root = join(dirname(fileURLToPath(import.meta.url)), '..');
@@ -43,8 +46,8 @@ function checkMethod({ name, threadSafe }, method) {
 /** The names in a table of secrets, with their places. */
 function secretNames(node, at = '') {
   if (Array.isArray(node)) return node.map((name) => `${at}${name}`);
-  return Object.entries(node)
-    .filter(([key]) => key !== 'described')
+  return Object.entries(node ?? { everything: [''] })
+    .filter(([key]) => key !== 'described' && key !== 'harmless')
     .flatMap(([key, part]) => secretNames(part, `${at}${key} `));
 }
 
@@ -103,9 +106,11 @@ const files = {
   'docs/MODULES.md': withParts('docs/MODULES.md', modulesPages(document)),
   'README.md': withParts('README.md', readmeParts(document)),
   'node/docs/methods.md': withParts('node/docs/methods.md', packageMethods(document)),
+  'node/docs/api.md': withParts('node/docs/api.md', apiPages(document, read('node/index.d.cts'))),
   'node/docs/mock.md': withParts('node/docs/mock.md', mockPages(document, mock)),
   'node/lib/interface.d.cts': typings(document, mock),
   'node/lib/methods.cjs': methodTable(document),
+  'node/lib/shapes.json': `${JSON.stringify(shapes(document, mock))}\n`,
   'node/lib/secrets.json': `${JSON.stringify(secrets, null, 2)}\n`,
 };
 

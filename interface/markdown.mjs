@@ -41,7 +41,7 @@ export function typeName(schema) {
     .join(' or ');
 }
 
-const link = (name) => `[${name}](#${name.toLowerCase()})`;
+const link = (name, page = '') => `[${name}](${page}#${name.toLowerCase()})`;
 
 /** Where a schema refers to a described type, by itself, in a list or inside a text. */
 function typesIn(schema) {
@@ -61,7 +61,7 @@ function fieldRows(schema) {
       : field.type === 'array' && types.length > 0
         ? 'list of texts (JSON)'
         : typeName(field);
-    const refers = types.length > 0 && `See ${types.map(link).join(', ')}.`;
+    const refers = types.length > 0 && `See ${types.map((name) => link(name)).join(', ')}.`;
     return [`\`${name}\``, type, sentence(field.description, refers, marks(field))];
   });
 }
@@ -157,7 +157,7 @@ export function typePages(document) {
     .join('\n\n');
 }
 
-function messageRows(schema) {
+export function messageRows(schema) {
   return (schema.oneOf ?? []).map((message) => {
     const { dataType, data } = message.properties;
     const fields = Object.entries(data?.properties ?? {}).map(
@@ -187,11 +187,12 @@ function taskPages(document) {
     .join('\n\n');
 }
 
-function settingsRows(schema, path = '') {
+/** \param page where the types are described, if not on the same page */
+export function settingsRows(schema, path = '', page = '') {
   return Object.entries(schema.properties).flatMap(([name, field]) => {
     const at = path ? `${path}.${name}` : name;
-    if (field.properties) return settingsRows(field, at);
-    const refers = typesIn(field).map(link);
+    if (field.properties) return settingsRows(field, at, page);
+    const refers = typesIn(field).map((name) => link(name, page));
     const needed = schema.required?.includes(name)
       ? 'required, not empty'
       : 'default' in field
@@ -208,7 +209,7 @@ function settingsRows(schema, path = '') {
   });
 }
 
-const eventRows = (document) =>
+export const eventRows = (document) =>
   document['x-events'].map(({ name, summary }) => [`\`${name}\``, summary]);
 
 export function modulesPages(document) {

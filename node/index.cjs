@@ -4,6 +4,7 @@ const { FrameworkError } = require('./lib/errors.cjs');
 const { ElectronFramework } = require('./lib/framework.cjs');
 const { Subscription } = require('./lib/subscription.cjs');
 const { diagnose } = require('./lib/diagnose.cjs');
+const { doctor } = require('./lib/doctor.cjs');
 const { followDebug } = require('./lib/debug.cjs');
 const { mask } = require('./lib/mask.cjs');
 const { mock } = require('./lib/mock.cjs');
@@ -19,6 +20,7 @@ module.exports = {
   FrameworkError,
   Subscription,
   diagnose,
+  doctor,
   mask,
   mock,
 };

@@ -80,6 +80,8 @@ export type ErrorCode =
   | 'ZEF_NOT_THE_LIBRARY'
   | 'ZEF_OTHER_LIBRARY'
   | 'ZEF_LIBRARY_NAME'
+  | 'ZEF_BAD_FILE'
+  | 'ZEF_ADDONS_DISABLED'
   | 'ZEF_LOAD';
 
 /** A FrameworkError as plain values. */
@@ -119,31 +121,41 @@ export class FrameworkError extends Error {
   static fromJSON(serialized: SerializedError): FrameworkError;
 }
 
+/** What `new ElectronFramework()` takes. */
 export interface FrameworkOptions {
   /** Uses the mock of the two closed libraries that the package brings along. */
   mock?: boolean;
-  /** Path of the framework library, where it is not the one of the package. */
+  /** Path of the framework library, where it is not the one of the package: a newer one, for example. */
   libraryPath?: string;
   /** Path of the account library, where it is not in the same folder as the framework library. */
   accountLibrary?: string;
   /** Path of the log library, where it is not in the same folder as the framework library. */
   logLibrary?: string;
-  /** Milliseconds for every call() that names none of its own. */
+  /** Milliseconds for every call() that names none of its own. Without it there is no limit. */
   timeout?: number;
 }
 
-export interface InitOptions {
-  /** Takes the framework as it runs, whatever its settings are; starts it where none runs. */
-  join?: boolean;
-}
-
+/** What `on()`, `subscribe()`, `onTask()` and `tasks()` take. */
 export interface SignalOptions {
-  /** Ends the waiting or the subscription when it aborts. */
+  /** Ends the subscription when it aborts. */
   signal?: AbortSignal;
 }
 
-export interface CallOptions extends SignalOptions {
-  /** Milliseconds until the call rejects with ZEF_TIMEOUT. Without it there is no limit. */
+/** What `init()` takes besides the settings. */
+export interface InitOptions {
+  /** Takes the framework as it runs, whatever its settings are; starts it where none runs. */
+  join?: boolean;
+  /** When it aborts, init() rejects with ZEF_ABORTED, and what was started is stopped again. */
+  signal?: AbortSignal;
+  /** Milliseconds until init() rejects with ZEF_TIMEOUT, and what was started is stopped again. */
+  timeout?: number;
+}
+
+/** What `call()` takes besides method and parameters. */
+export interface CallOptions {
+  /** When it aborts, the call rejects with ZEF_ABORTED. */
+  signal?: AbortSignal;
+  /** Milliseconds until the call rejects with ZEF_TIMEOUT; Infinity: never. */
   timeout?: number;
   /** Resolves to the whole reply, "fail" ones included, with JSON texts in it left as texts. */
   raw?: boolean;
@@ -155,7 +167,8 @@ type Parameters<M extends MethodName, Options> = undefined extends Methods[M]['p
 
 type Raw<Options> = Options & { raw: true };
 type NotRaw<Options> = Options & { raw?: false };
-interface SyncOptions {
+/** What `callSync()` takes besides method and parameters. */
+export interface SyncOptions {
   /** Returns the whole reply, "fail" ones included, with JSON texts in it left as texts. */
   raw?: boolean;
 }
@@ -170,24 +183,27 @@ export class Subscription {
 
 /**
  * The framework. A process has it once; objects of this class, in workers too, share it, and the
- * last one to close stops it. Nothing has to be closed for the process to end.
+ * last one to close stops it. Nothing has to be closed for the process to end. Listeners run in the
+ * asynchronous context (AsyncLocalStorage) in which they were added.
  */
 export class ElectronFramework extends EventEmitter {
   /** Costs nothing and loads nothing; init() does. */
   constructor(options?: FrameworkOptions);
 
-  /** Whether init() has succeeded and close() was not called since. */
+  /** Whether the framework runs: after init() has resolved, until close() is called. */
   readonly running: boolean;
 
   /**
    * Starts the framework, or joins the one that runs with the same libraries and settings.
-   * Rejects with a FrameworkError that says what is missing.
+   * Starts and stops take place one after the other, in the order of the calls of init() and close().
+   * @returns this object, which runs then. Rejects with a FrameworkError that says what is missing.
    */
   init(settings: Settings, options?: InitOptions): Promise<this>;
 
   /**
-   * Ends calls that are open with ZEF_CLOSED, delivers nothing more, and stops the framework unless
-   * another object uses it. Never rejects; may be repeated.
+   * Ends calls that are open with ZEF_CLOSED and loops over tasks(), delivers nothing more, ends what
+   * ref() began, and stops the framework unless another object uses it. Never rejects; may be
+   * repeated. Counts for what was begun before it: an init() that follows starts anew.
    */
   close(): Promise<void>;
   [Symbol.asyncDispose](): Promise<void>;
@@ -197,7 +213,7 @@ export class ElectronFramework extends EventEmitter {
    * in the library; only its answer is dropped.
    * @param method "module.method"; the comments of `Methods` say what each one does
    * @param params for a method without parameters nothing or `{}`
-   * @returns rejects with a FrameworkError when the method answers "fail", unless `raw` is set
+   * @returns the data; rejects with a FrameworkError when the reply is "fail", unless `raw` is set
    */
   call<M extends MethodName>(
     method: M,
@@ -233,17 +249,19 @@ export class ElectronFramework extends EventEmitter {
     options: SyncOptions,
   ): Methods[M]['data'] | ReplyOf<M>;
 
-  /** Listeners may be added before init() and stay. An event that is still waiting stands for all that follow. */
+  /**
+   * Listeners may be added before init() and stay. An event that is still waiting stands for all that
+   * follow. All other functions of an EventEmitter are there as well.
+   */
   on(event: EventName, listener: () => void, options?: SignalOptions): this;
   once(event: EventName, listener: () => void, options?: SignalOptions): this;
   off(event: EventName, listener: () => void): this;
   addListener(event: EventName, listener: () => void, options?: SignalOptions): this;
-  prependListener(event: EventName, listener: () => void): this;
-  prependOnceListener(event: EventName, listener: () => void): this;
+  prependListener(event: EventName, listener: () => void, options?: SignalOptions): this;
+  prependOnceListener(event: EventName, listener: () => void, options?: SignalOptions): this;
   removeListener(event: EventName, listener: () => void): this;
   removeAllListeners(event?: EventName): this;
   listenerCount(event: EventName): number;
-  /** Calls the listeners as if the event had come. */
   emit(event: EventName): boolean;
 
   /** As on(), for `using` and for listeners that nobody else has to know. */
@@ -260,13 +278,20 @@ export class ElectronFramework extends EventEmitter {
     options?: SignalOptions,
   ): Subscription;
 
-  /** Task messages for `for await`, from now on; ends with `break` or its signal. */
+  /**
+   * Task messages for `for await`, from now on. The loop ends with `break`, its signal or close().
+   * It keeps up to 64 MB of messages that it has not taken; further ones are dropped with a process
+   * warning of the code ZEF_DROPPED. Like a listener it does not keep the process running: see ref().
+   */
   tasks<T extends TaskType>(
     type: T,
     options?: SignalOptions,
   ): AsyncIterableIterator<TaskMessages[T]>;
 
-  /** Lets the process run on for events and task messages; without it they keep nothing alive. */
+  /**
+   * Keeps the process running for events and task messages, until unref() or close(). Without it only
+   * open calls do.
+   */
   ref(): this;
   /** Ends what ref() began. */
   unref(): this;
@@ -274,6 +299,8 @@ export class ElectronFramework extends EventEmitter {
 
 /** Something that diagnose() found missing or unusable. */
 export interface Finding {
+  /** With a warning the framework starts nevertheless. */
+  severity: 'error' | 'warning';
   /** What it is. */
   code: ErrorCode;
   /** The same in words. */
@@ -284,7 +311,7 @@ export interface Finding {
 
 /** What diagnose() saw. A path or a version that is absent was not found. */
 export interface Diagnosis {
-  /** Whether nothing was found that keeps the framework from starting. */
+  /** Whether nothing was found that keeps the framework from starting: no finding but warnings. */
   ok: boolean;
   /** For example "linux-x64". */
   platform: string;
@@ -321,6 +348,21 @@ export const frameworkVersion: string;
 
 /** Says what of the library and its needs was found; starts nothing and throws nothing. */
 export function diagnose(options?: FrameworkOptions): Diagnosis;
+
+/** What doctor() saw. */
+export interface Examination extends Diagnosis {
+  /** How a start with the mock went, where the options ask for the mock. */
+  roundTrip?: string;
+  /** All of it for a person, as `npx zelectronframework doctor` prints it. */
+  text: string;
+}
+
+/**
+ * A diagnosis for a person, from within a process: Electron's main process, for example. With the
+ * option `mock` it starts the framework with the mock, asks it something and stops it; that process
+ * has the mock as its account library from then on. Never rejects.
+ */
+export function doctor(options?: FrameworkOptions): Promise<Examination>;
 
 /**
  * What the channels `tracing:zelectronframework.call:*` of `node:diagnostics_channel` publish: one
@@ -377,8 +419,9 @@ export interface LateContext {
 
 /**
  * A copy of a context without its secrets, for programs that show or keep what they watch: the
- * values that the interface calls secret, whatever else is passed on to the account library, and
- * both wherever they occur again in the reply or in the words of an error.
+ * values that the interface calls secret, whatever it does not describe in parameters, replies and
+ * messages of the account library, and both wherever they occur again in the reply or in the words of
+ * an error.
  * @param replace gives the replacement of a value, `***` by default
  */
 export function mask<Context extends object>(

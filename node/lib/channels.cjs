@@ -5,7 +5,10 @@
 
 const { channel } = require('node:diagnostics_channel');
 
-/** A traced operation: five channels, one context object for each run of it. */
+/**
+ * A traced operation: five channels, one context object for each run of it. A subscriber may have
+ * frozen that object, so it is written to without throwing.
+ */
 class Trace {
   #start;
   #end;
@@ -44,11 +47,11 @@ class Trace {
     };
     promise.then(
       (result) => {
-        context.result = result;
+        Reflect.set(context, 'result', result);
         settled();
       },
       (error) => {
-        context.error = error;
+        Reflect.set(context, 'error', error);
         this.#error.publish(context);
         settled();
       },
@@ -59,10 +62,11 @@ class Trace {
   sync(context, run) {
     this.#start.publish(context);
     try {
-      context.result = run(context);
-      return context.result;
+      const result = run(context);
+      Reflect.set(context, 'result', result);
+      return result;
     } catch (error) {
-      context.error = error;
+      Reflect.set(context, 'error', error);
       this.#error.publish(context);
       throw error;
     } finally {

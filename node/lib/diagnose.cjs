@@ -4,17 +4,12 @@ const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
 const { FrameworkError } = require('./errors.cjs');
-const { explainLoad, floors, highestVersion } = require('./loadfailure.cjs');
+const { explainLoad, fileError, floors, highestVersion } = require('./loadfailure.cjs');
 const { native, platform } = require('./native.cjs');
 const { checkedOptions } = require('./options.cjs');
 const { closedLibrary, librariesOf } = require('./start.cjs');
 
-const logRemedy =
-  'put it beside libzelectronframework.so or name it with the option logLibrary; without it nothing is logged';
-const accountRemedy =
-  'put it beside libzelectronframework.so, name it with the option accountLibrary, or use mock: true';
-
-/** Loads what can be loaded and says what was found; starts nothing. */
+/** Loads what can be loaded and says what was found; starts nothing and throws nothing. */
 function diagnose(options) {
   const report = {
     platform,
@@ -24,37 +19,33 @@ function diagnose(options) {
     system: `${os.type()} ${os.release()}`,
     findings: [],
   };
-  const note = (error) => {
+  const note = (error, severity = 'error') => {
     const { code, message, remedy } = error;
-    report.findings.push({ code, message, remedy });
+    report.findings.push({ severity, code, message, remedy });
   };
   try {
     Object.assign(report, inspected(options, note));
-  } catch (error) {
-    if (!(error instanceof FrameworkError)) throw error;
-    note(error);
+  } catch (thrown) {
+    note(FrameworkError.from(thrown));
   }
-  report.ok = report.findings.length === 0;
+  report.ok = report.findings.every(({ severity }) => severity !== 'error');
   return report;
 }
 
 function inspected(options, note) {
   const libraries = librariesOf(checkedOptions('diagnose', 'framework', options));
   const before = native().inspect('libglib-2.0.so.0', false);
-  const framework = native().inspect(libraries.library, true);
-  if (framework.error) {
-    note(explainLoad(libraries.library, framework.error).described());
-  }
+  const framework = found('framework', libraries.library, note);
   const { folder, glibc, qt } = native().state();
   const addon = path.join(folder, 'zelectronframework.node');
-  const [log, account] = closedLibraries(libraries);
-  noteMissing(log, 'ZEF_LOG_LIBRARY_MISSING', 'log', logRemedy, note);
-  noteMissing(account, 'ZEF_ACCOUNT_LIBRARY_MISSING', 'account', accountRemedy, note);
+  // Without a log library the framework starts, but not with a wrong one that was named.
+  const logLibrary = closed('log', 'libvemolog.so', libraries, note, 'warning');
+  const accountLibrary = closed('account', 'libzaccountlite.so', libraries, note);
   return {
     addon,
-    framework: framework.path || libraries.library,
-    logLibrary: log.error ? undefined : log.file,
-    accountLibrary: account.error ? undefined : account.file,
+    framework: framework ?? libraries.library,
+    logLibrary,
+    accountLibrary,
     glibc: { found: glibc, needed: highestOf('GLIBC', addon, libraries.library) },
     libstdcxx: {
       found: highestOf('GLIBCXX', loadedFile('libstdc++.so.6')),
@@ -65,27 +56,31 @@ function inspected(options, note) {
   };
 }
 
-function closedLibraries({ library, closed }) {
-  return ['libvemolog.so', 'libzaccountlite.so'].map((name) => {
-    const named = closed.find((each) => each.name === name);
-    const file = named?.file ?? closedLibrary(name, library);
-    const { path: found, error } = native().inspect(file, true);
-    return { name, file: found || file, error };
-  });
+function closed(role, name, libraries, note, severity) {
+  const named = libraries.closed.find((each) => each.name === name);
+  return named
+    ? found(named.role, named.file, note)
+    : found(role, closedLibrary(name, libraries.library), note, severity);
 }
 
-function noteMissing({ name, error }, code, role, remedy, note) {
-  if (error) {
-    const message = `the ${role} library ${name} cannot be loaded: ${error}`;
-    note(new FrameworkError(code, message, { remedy }));
-  }
+/** \returns where a library was found; otherwise undefined, after the reason was noted. */
+function found(role, file, note, severity) {
+  const error = path.isAbsolute(file) ? fileError(role, file) : undefined;
+  const inspection = error ? {} : native().inspect(file, true);
+  if (!error && !inspection.error) return inspection.path;
+  note(error ?? explainLoad(role, file, inspection.error), severity);
+  return undefined;
 }
 
 /** The file of a library that this process has loaded; its name where it has not. */
 function loadedFile(name) {
-  const maps = fs.readFileSync('/proc/self/maps', 'latin1').split('\n');
-  const line = maps.find((each) => each.includes(`/${name}`));
-  return line?.slice(line.indexOf('/')) ?? name;
+  try {
+    const maps = fs.readFileSync('/proc/self/maps', 'latin1').split('\n');
+    const line = maps.find((each) => each.includes(`/${name}`));
+    return line?.slice(line.indexOf('/')) ?? name;
+  } catch {
+    return name; // where the process must not read that
+  }
 }
 
 function highestOf(kind, ...files) {

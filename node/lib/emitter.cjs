@@ -1,18 +1,24 @@
 'use strict';
 
+const { AsyncResource } = require('node:async_hooks');
 const { EventEmitter } = require('node:events');
 const { FrameworkError } = require('./errors.cjs');
+const { whenAborted } = require('./limits.cjs');
 const { events } = require('./methods.cjs');
+const { didYouMean, shown } = require('./names.cjs');
 const { checkedOptions, checkListener } = require('./options.cjs');
 const { Subscription } = require('./subscription.cjs');
 
 /** Events that every emitter has; they come from the emitter itself. */
 const emitterEvents = new Set(['error', 'newListener', 'removeListener']);
 
-/** An emitter of the framework's events, whose registrations may end with a signal. */
+/**
+ * An emitter of the framework's events. A registration may end with a signal, and its listener runs in
+ * the asynchronous context in which it was registered.
+ */
 class FrameworkEmitter extends EventEmitter {
   #changed;
-  #releases = new WeakMap(); // listener with a signal -> function that lets the signal go
+  #releases = new WeakMap(); // registered function -> function that lets its signal go
 
   /** \param changed is told the event whose listeners may have changed. */
   constructor(changed) {
@@ -21,29 +27,23 @@ class FrameworkEmitter extends EventEmitter {
   }
 
   on(event, listener, options) {
-    const signal = this.#checked('on', event, listener, options);
-    if (!signal?.aborted) {
-      super.on(event, signal ? this.#withSignal(event, listener, signal, false) : listener);
-      this.#changed(event);
-    }
-    return this;
-  }
-
-  once(event, listener, options) {
-    const signal = this.#checked('once', event, listener, options);
-    if (!signal) return super.once(event, listener); // through on()
-    return signal.aborted ? this : this.on(event, this.#withSignal(event, listener, signal, true));
+    return this.#add('on', event, listener, options);
   }
 
   addListener(event, listener, options) {
-    return this.on(event, listener, options);
+    return this.#add('addListener', event, listener, options);
   }
 
-  prependListener(event, listener) {
-    this.#checked('prependListener', event, listener);
-    super.prependListener(event, listener);
-    this.#changed(event);
-    return this;
+  once(event, listener, options) {
+    return this.#add('once', event, listener, options);
+  }
+
+  prependListener(event, listener, options) {
+    return this.#add('prependListener', event, listener, options);
+  }
+
+  prependOnceListener(event, listener, options) {
+    return this.#add('prependOnceListener', event, listener, options);
   }
 
   off(event, listener) {
@@ -69,35 +69,38 @@ class FrameworkEmitter extends EventEmitter {
   }
 
   subscribe(event, listener, options) {
-    const signal = this.#checked('subscribe', event, listener, options);
+    checkListener('subscribe', listener);
     const own = (...values) => listener(...values); // the same listener may subscribe again
-    return new Subscription(
-      () => this.off(event, own),
-      signal,
-      () => this.on(event, own),
-    );
+    this.#add('subscribe', event, own, options);
+    return new Subscription(() => this.off(event, own));
   }
 
   /** \returns the signal. */
   #checked(where, event, listener, options) {
     if (!events.has(event) && !emitterEvents.has(event)) {
-      throw new FrameworkError('ZEF_UNKNOWN_EVENT', `there is no event ${String(event)}`);
+      const message = `there is no event ${shown(event)}${didYouMean(event, events)}`;
+      throw new FrameworkError('ZEF_UNKNOWN_EVENT', message);
     }
     checkListener(where, listener);
     return checkedOptions(where, 'listener', options).signal;
   }
 
-  /** A listener of its own for each registration, which off(listener) finds as it finds one of once. */
-  #withSignal(event, listener, signal, isOnce) {
-    const own = (...values) => {
-      if (isOnce) this.off(event, own);
-      return Reflect.apply(listener, this, values);
-    };
-    own.listener = listener;
+  /** Adds a function of its own for each registration, which off(listener) finds as it finds one of once. */
+  #add(where, event, listener, options) {
+    const signal = this.#checked(where, event, listener, options);
+    if (signal?.aborted) return this;
+    const isOnce = /once/i.test(where);
     const end = () => this.off(event, own);
-    signal.addEventListener('abort', end, { once: true });
-    this.#releases.set(own, () => signal.removeEventListener('abort', end));
-    return own;
+    const own = AsyncResource.bind((...values) => {
+      if (isOnce) end();
+      return Reflect.apply(listener, this, values);
+    });
+    own.listener = listener;
+    if (signal) this.#releases.set(own, whenAborted(signal, end));
+    if (where.startsWith('prepend')) super.prependListener(event, own);
+    else super.on(event, own);
+    this.#changed(event);
+    return this;
   }
 }
 

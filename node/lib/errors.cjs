@@ -5,6 +5,8 @@
  * there was one, `remedy` says what to do where that is known.
  */
 class FrameworkError extends Error {
+  #isOwn = true; // recognised without looking at anything that may throw
+
   constructor(code, message, { method, reply, remedy, cause } = {}) {
     super(message, cause === undefined ? undefined : { cause });
     this.name = code === 'ZEF_ABORTED' ? 'AbortError' : 'FrameworkError';
@@ -24,26 +26,53 @@ class FrameworkError extends Error {
   static fromJSON({ code, message, method, reply, remedy }) {
     return new FrameworkError(code, message, { method, reply, remedy });
   }
+
+  static #isOne(value) {
+    return typeof value === 'object' && value !== null && #isOwn in value;
+  }
+
+  /** Whatever was thrown, by our code or by that of a caller, as an error of ours. Never throws. */
+  static from(thrown, code = 'ZEF_INTERNAL', where = undefined) {
+    if (FrameworkError.#isOne(thrown)) return thrown;
+    const words = wordsOf(thrown);
+    const remedy = code === 'ZEF_INTERNAL' ? internalRemedy(words) : undefined;
+    const message = where === undefined ? words : `${where}: ${words}`;
+    return new FrameworkError(code, message, { cause: thrown, remedy });
+  }
 }
 
-const framesKept = 3; // each costs a good part of a microsecond
+function wordsOf(thrown) {
+  try {
+    return String(thrown?.message ?? thrown);
+  } catch {
+    return 'something was thrown that cannot be read';
+  }
+}
+
+function internalRemedy(words) {
+  return /memory|address|bad_alloc|thread|Resource/i.test(words)
+    ? "raise the process's limits of memory, address space and threads (ulimit -a)"
+    : "report it with the output of 'npx zelectronframework doctor'";
+}
+
+const { captureStackTrace } = Error;
 
 /** Remembers who called `operation`; only what fails later looks at it. */
 function callerOf(operation) {
   const caller = {};
-  const limit = Error.stackTraceLimit;
-  const isTooMuch = limit > framesKept;
-  // Not by assignment, which throws where the built-in objects are frozen.
-  if (isTooMuch) Reflect.set(Error, 'stackTraceLimit', framesKept);
-  Error.captureStackTrace(caller, operation);
-  if (isTooMuch) Reflect.set(Error, 'stackTraceLimit', limit);
+  captureStackTrace(caller, operation);
   return caller;
 }
 
-/** Gives an error that was made later, in another turn of the event loop, the stack of its caller. */
+/** Gives an error the stack of its caller, where that can be had. Never throws. */
 function calledFrom(caller, error) {
-  const [, ...frames] = caller.stack.split('\n');
-  error.stack = [`${error.name}: ${error.message}`, ...frames].join('\n');
+  try {
+    // An application's Error.prepareStackTrace may give anything here, or throw.
+    const [, ...frames] = caller.stack.split('\n');
+    error.stack = [`${error.name}: ${error.message}`, ...frames].join('\n');
+  } catch {
+    // The error keeps its own stack.
+  }
   return error;
 }
 

@@ -1,91 +1,114 @@
 'use strict';
 
-const { on, EventEmitter } = require('node:events');
+const { AsyncResource } = require('node:async_hooks');
 const { calls, starts, heardEvents, heardTasks } = require('./channels.cjs');
 const { FrameworkEmitter } = require('./emitter.cjs');
 const { FrameworkError, callerOf, calledFrom } = require('./errors.cjs');
-const { methods, events, taskTypes } = require('./methods.cjs');
+const { run, startLimits, whenAborted } = require('./limits.cjs');
+const { events, taskTypes } = require('./methods.cjs');
+const { didYouMean, shown } = require('./names.cjs');
 const { native } = require('./native.cjs');
-const { checkedOptions, checkListener, startTimer } = require('./options.cjs');
-const { checkMethodName, paramsText, readReply } = require('./replies.cjs');
-const { Session, run, asFrameworkError } = require('./session.cjs');
-const { librariesOf, settingsText, startFailure, taskRefused } = require('./start.cjs');
+const { checkedOptions, checkListener } = require('./options.cjs');
+const { readReply } = require('./replies.cjs');
+const { callRequest, startRequest } = require('./requests.cjs');
+const { Session, notRunning, warnOfDropped } = require('./session.cjs');
+const { checkLibraries, librariesOf, startFailure, taskRefused } = require('./start.cjs');
 const { Subscription } = require('./subscription.cjs');
+const { MessageLoop } = require('./tasks.cjs');
+const { Turns } = require('./turns.cjs');
 
 class ElectronFramework extends FrameworkEmitter {
   #options;
-  #state = 'closed'; // 'starting', 'running', 'closing'
-  #session; // unless closed
+  #turns = new Turns(); // starts and stops
+  #session; // from the beginning of a start to the end of the stop
+  #isRunning = false;
   #settings; // as text, of the session
-  #starting;
-  #closing;
-  #openCalls = Object.create(null); // id -> function that ends the call because of close()
   #listening = new Map(); // event or task type -> id, for what the session listens to
-  #taskListeners = new Map(); // task type -> set of functions
+  #taskListeners = new Map(); // task type -> set of functions that take a text
+  #loops = new Set();
   #isReferenced = false;
 
   constructor(options) {
     super((event) => this.#followListeners(event));
-    this.#options = { ...checkedOptions('new ElectronFramework', 'framework', options) };
+    this.#options = checkedOptions('new ElectronFramework', 'framework', options);
   }
 
   get running() {
-    return this.#state === 'running';
+    return this.#isRunning;
   }
 
   init(settings, options) {
-    if (this.#state === 'closing') return this.#closing.then(() => this.init(settings, options));
-    if (!starts.isWatched) return this.#begin(settings, options);
-    const text = ifPossible(() => settingsText(settings));
-    const context = { id: ifPossible(() => native().newId()), settings: text };
-    return starts.async(context, () => this.#begin(settings, options, context));
+    if (!ElectronFramework.#isOne(this)) return Promise.reject(detached('init'));
+    const caller = callerOf(init);
+    const request = startRequest(settings, options, this.#options);
+    if (!starts.isWatched) return this.#begin(caller, request);
+    const context = { id: newIdIfPossible(), settings: request.text };
+    return starts.async(context, () => this.#begin(caller, request, context));
   }
 
-  async #begin(settings, options, context) {
-    const { join = false } = checkedOptions('init', 'init', options);
-    if (this.#state === 'closed') {
-      this.#starting = this.#start(settingsText(settings), join, context);
-    } else if (!join && settingsText(settings) !== this.#settings) {
-      throw startFailure('settings', {});
-    }
-    return this.#starting;
+  /** Takes its turn. Who is not waited for any more is not started, or is stopped again. */
+  #begin(caller, request, context) {
+    return new Promise((resolve, reject) => {
+      let isGivenUp = false;
+      const fail = (thrown) => {
+        isGivenUp = true;
+        reject(calledFrom(caller, FrameworkError.from(thrown)));
+      };
+      const start = async () => {
+        if (isGivenUp) return;
+        const isRunning = this.#isRunning;
+        if (!isRunning) await this.#start(request, context);
+        else if (!request.join && request.text !== this.#settings)
+          throw startFailure('settings', {});
+        if (isGivenUp && !isRunning) await this.#stopSession();
+      };
+      try {
+        if (request.error) throw request.error;
+        const release = startLimits('init', request, fail);
+        const started = this.#turns.take(start);
+        started.then(() => resolve(this), fail).then(release);
+      } catch (thrown) {
+        fail(thrown);
+      }
+    });
   }
 
-  async #start(settings, isJoining, context) {
+  async #start({ text, join = false }, context) {
     const libraries = librariesOf(this.#options);
+    checkLibraries(libraries);
     const session = new Session();
-    if (context) context.instance = session.id;
+    if (context) Reflect.set(context, 'instance', session.id);
     this.#session = session;
-    this.#settings = settings;
-    this.#state = 'starting';
+    this.#settings = text;
     try {
-      const early = (names, receive) =>
-        names.map((name) => {
-          const id = receive(name);
-          this.#listening.set(name, id);
-          return [name, id];
-        });
       const outcome = await session.start(
         libraries,
-        settings,
-        isJoining,
-        early(this.#heard(events), (event) => this.#receiveEvent(event)),
-        early(this.#heard(taskTypes), (type) => this.#receiveTask(type)),
+        text,
+        join,
+        this.#early(events, (event) => this.#receiveEvent(event)),
+        this.#early(taskTypes, (type) => this.#receiveTask(type)),
       );
-      if (context) context.reply = outcome;
+      if (context) Reflect.set(context, 'reply', outcome);
       const failure = startFailure(outcome, libraries);
       if (failure) throw failure;
       // Whoever came meanwhile.
       for (const type of this.#heard(taskTypes)) this.#subscribeTask(type);
-      this.#state = 'running';
+      this.#isRunning = true;
       for (const event of events) this.#followListeners(event);
+      if (this.#isReferenced) session.hold();
     } catch (error) {
-      await session.stop();
-      this.#forgetSession();
-      throw asFrameworkError(error);
+      await this.#stopSession();
+      throw FrameworkError.from(error);
     }
-    if (this.#isReferenced) session.hold();
-    return this;
+  }
+
+  /** \returns for those of the names that somebody listens to the id that receives them. */
+  #early(names, receive) {
+    return this.#heard(names).map((name) => {
+      const id = receive(name);
+      this.#listening.set(name, id);
+      return [name, id];
+    });
   }
 
   /** Those of the names that somebody listens to. */
@@ -96,117 +119,82 @@ class ElectronFramework extends FrameworkEmitter {
   }
 
   close() {
-    if (this.#state === 'starting') {
-      return this.#starting.then(
-        () => this.close(),
-        () => {},
-      );
-    }
-    if (this.#state === 'running') this.#closing = this.#stop();
-    return this.#closing ?? Promise.resolve();
+    if (!ElectronFramework.#isOne(this)) return Promise.reject(detached('close'));
+    this.unref();
+    return this.#turns.take(() => this.#stop());
   }
 
   async #stop() {
-    this.#state = 'closing';
-    for (const end of Object.values(this.#openCalls)) end();
-    await this.#session.stop();
-    this.#forgetSession();
+    for (const loop of this.#loops) loop.end();
+    if (this.#session) await this.#stopSession();
   }
 
-  #forgetSession() {
+  async #stopSession() {
+    this.#isRunning = false;
+    try {
+      await this.#session.stop();
+    } catch (error) {
+      process.emitWarning(FrameworkError.from(error));
+    }
     this.#session = undefined;
     this.#listening.clear();
-    this.#state = 'closed';
   }
 
   call(method, params, options) {
-    const caller = callerOf(this.call);
-    if (!calls.isWatched) return this.#ask(caller, method, params, options);
-    const context = this.#contextOf('async', method, params, options);
-    return calls.async(context, () => this.#ask(caller, method, params, options, context));
+    if (!ElectronFramework.#isOne(this)) return Promise.reject(detached('call'));
+    const caller = callerOf(call);
+    const request = callRequest('call', method, params, options, this.#options);
+    if (!calls.isWatched) return this.#ask(caller, request);
+    const context = this.#contextOf('async', request);
+    return calls.async(context, () => this.#ask(caller, request, context));
   }
 
-  #contextOf(mode, method, params, options) {
-    const { signal, timeout } = options ?? {};
-    const text = ifPossible(() => paramsText(method, params));
-    const id = ifPossible(() => native().newId());
+  #contextOf(mode, request) {
+    request.id = newIdIfPossible();
+    const { id, method, text, signal, timeout } = request;
     return { id, instance: this.#session?.id, method, mode, params: text, signal, timeout };
   }
 
-  #ask(caller, method, params, options, context) {
+  #ask(caller, request, context) {
     return new Promise((resolve, reject) => {
-      const fail = (error) => reject(calledFrom(caller, asFrameworkError(error)));
-      try {
-        this.#send(method, params, options, context, resolve, fail);
-      } catch (error) {
-        fail(error);
-      }
+      const settle = (reply, error) => {
+        try {
+          if (error) throw error;
+          resolve(readReply(request, reply));
+        } catch (thrown) {
+          reject(calledFrom(caller, FrameworkError.from(thrown)));
+        }
+        if (context && reply !== undefined) Reflect.set(context, 'reply', reply);
+      };
+      if (request.error) settle(undefined, request.error);
+      else if (!this.#isRunning) settle(undefined, notRunning(request.method));
+      else this.#session.ask(request, settle);
     });
   }
 
-  #send(method, params, options, context, resolve, fail) {
-    checkMethodName(method);
-    const given = checkedOptions(method, 'call', options);
-    const { signal, timeout = this.#options.timeout, raw } = given;
-    this.#mustRun(method);
-    const text = context?.params ?? paramsText(method, params);
-    if (signal?.aborted) throw aborted(method, signal);
-
-    const session = this.#session;
-    const id = context?.id ?? native().newId();
-    if (!native().asynCall(session.id, id, method, text)) throw notRunning(method);
-    const finish = () => {
-      session.forget(id);
-      delete this.#openCalls[id];
-      clearTimeout(timer);
-      signal?.removeEventListener('abort', abort);
-      session.letGo();
-    };
-    const end = (error) => {
-      finish();
-      fail(error);
-    };
-    const abort = () => end(aborted(method, signal));
-    const receiver = (reply) => {
-      finish();
-      if (context) context.reply = reply;
-      try {
-        resolve(readReply(method, reply, raw));
-      } catch (error) {
-        fail(error);
-      }
-    };
-    session.receive(receiver, id);
-    session.hold();
-    this.#openCalls[id] = () => end(closed(method));
-    signal?.addEventListener('abort', abort, { once: true });
-    const timer = startTimer(timeout, () => end(timedOut(method, timeout)));
-  }
-
   callSync(method, params, options) {
-    if (!calls.isWatched) return this.#askNow(method, params, options);
-    const context = this.#contextOf('sync', method, params, options);
-    return calls.sync(context, () => this.#askNow(method, params, options, context));
+    if (!ElectronFramework.#isOne(this)) throw detached('callSync');
+    const request = callRequest('callSync', method, params, options, this.#options);
+    if (!calls.isWatched) return this.#askNow(request);
+    const context = this.#contextOf('sync', request);
+    return calls.sync(context, () => this.#askNow(request, context));
   }
 
-  #askNow(method, params, options, context) {
-    if (methods.get(method)?.isSync !== true) throw notSynchronous(method);
-    const { raw } = checkedOptions(method, 'callSync', options);
-    this.#mustRun(method);
-    const text = context?.params ?? paramsText(method, params);
-    const reply = callNow(method, text);
-    if (reply === undefined) throw notRunning(method);
-    if (context) context.reply = reply;
-    return readReply(method, reply, raw);
-  }
-
-  #mustRun(method) {
-    if (this.#state !== 'running') throw notRunning(method);
+  #askNow(request, context) {
+    try {
+      if (request.error) throw request.error;
+      const reply = this.#isRunning ? native().call(request.method, request.text) : undefined;
+      if (reply === undefined) throw notRunning(request.method);
+      if (context) Reflect.set(context, 'reply', reply);
+      return readReply(request, reply);
+    } catch (thrown) {
+      throw calledFrom(callerOf(callSync), FrameworkError.from(thrown));
+    }
   }
 
   /** Listens at the library exactly while somebody listens here. */
   #followListeners(event) {
-    if (!this.running || !events.has(event)) return;
+    if (!this.#isRunning || !events.has(event)) return;
     const id = this.#listening.get(event);
     if (this.listenerCount(event) > 0) {
       if (id !== undefined) return;
@@ -231,20 +219,29 @@ class ElectronFramework extends FrameworkEmitter {
   }
 
   onTask(type, listener, options) {
-    const where = `onTask ${String(type)}`;
-    if (!taskTypes.has(type)) {
-      throw new FrameworkError('ZEF_UNKNOWN_TASK', `there is no task type ${String(type)}`);
-    }
+    const where = `onTask ${shown(type)}`;
+    checkTask(type);
     checkListener(where, listener);
     const { signal } = checkedOptions(where, 'listener', options);
+    const own = AsyncResource.bind((text) => listener(JSON.parse(text)));
+    return this.#listenToTask(type, signal, own);
+  }
+
+  /** \param own takes the texts of messages; a function of this registration alone. */
+  #listenToTask(type, signal, own, ended) {
     const listeners = this.#taskListeners.get(type) ?? new Set();
     this.#taskListeners.set(type, listeners);
-    const own = (message) => listener(message); // the same listener may listen twice
-    const begin = () => {
-      if (this.running) this.#subscribeTask(type);
-      listeners.add(own);
-    };
-    return new Subscription(() => listeners.delete(own), signal, begin);
+    let release;
+    const subscription = new Subscription(() => {
+      listeners.delete(own);
+      release?.();
+      ended?.();
+    });
+    if (signal?.aborted) return subscription;
+    if (this.#isRunning) this.#subscribeTask(type);
+    release = signal && whenAborted(signal, subscription.dispose);
+    listeners.add(own);
+    return subscription;
   }
 
   /** Once in a session; that nobody listens any more costs next to nothing. */
@@ -261,45 +258,46 @@ class ElectronFramework extends FrameworkEmitter {
   #receiveTask(type) {
     const session = this.#session;
     return session.receive((text) => {
+      if (text === null) return warnOfDropped(1); // longer than JavaScript's longest text
       if (heardTasks.hasSubscribers) heardTasks.publish({ instance: session.id, type, text });
-      for (const listener of [...this.#taskListeners.get(type)]) run(listener, JSON.parse(text));
+      for (const listener of [...this.#taskListeners.get(type)]) run(listener, text);
     });
   }
 
   /** The messages of a task type, for `for await`. */
   tasks(type, options) {
-    const { signal } = checkedOptions(`tasks ${String(type)}`, 'listener', options);
-    const arrivals = new EventEmitter();
-    const subscription = this.onTask(type, (message) => arrivals.emit('message', message), options);
-    const iterator = on(arrivals, 'message', { signal });
-    return {
-      async next() {
-        const { value, done } = await iterator.next();
-        return { value: value?.[0], done };
-      },
-      return() {
-        subscription.dispose();
-        return iterator.return();
-      },
-      [Symbol.asyncIterator]() {
-        return this;
-      },
-    };
+    checkTask(type);
+    const { signal } = checkedOptions(`tasks ${type}`, 'listener', options);
+    const loop = new MessageLoop(() => {
+      this.#loops.delete(loop);
+      subscription.dispose();
+    });
+    const add = (text) => loop.add(text);
+    const subscription = this.#listenToTask(type, signal, add, () => loop.end());
+    this.#loops.add(loop);
+    if (signal?.aborted) loop.end();
+    return loop;
   }
 
   /** Keeps the process running for events and task messages, until unref() or close(). */
   ref() {
-    if (!this.#isReferenced && this.running) this.#session.hold();
+    if (!this.#isReferenced && this.#isRunning) this.#session.hold();
     this.#isReferenced = true;
     return this;
   }
 
   unref() {
-    if (this.#isReferenced && this.running) this.#session.letGo();
+    if (this.#isReferenced && this.#isRunning) this.#session.letGo();
     this.#isReferenced = false;
     return this;
   }
+
+  static #isOne(value) {
+    return typeof value === 'object' && value !== null && #session in value;
+  }
 }
+
+const { init, call, callSync } = ElectronFramework.prototype;
 
 if (Symbol.asyncDispose) {
   Object.defineProperty(ElectronFramework.prototype, Symbol.asyncDispose, {
@@ -309,50 +307,24 @@ if (Symbol.asyncDispose) {
   });
 }
 
-/** \returns undefined for what is refused in a moment. */
-function ifPossible(make) {
+function newIdIfPossible() {
   try {
-    return make();
+    return native().newId();
   } catch {
-    return undefined;
+    return undefined; // what keeps the addon from being loaded is told by init()
   }
 }
 
-function callNow(method, text) {
-  try {
-    return native().call(method, text);
-  } catch (error) {
-    throw asFrameworkError(error);
-  }
+function checkTask(type) {
+  if (taskTypes.has(type)) return;
+  const message = `there is no task type ${shown(type)}${didYouMean(type, taskTypes)}`;
+  throw new FrameworkError('ZEF_UNKNOWN_TASK', message);
 }
 
-function notSynchronous(method) {
-  checkMethodName(method);
-  return new FrameworkError(
-    methods.has(method) ? 'ZEF_NOT_THREAD_SAFE' : 'ZEF_UNKNOWN_METHOD',
-    `${method} cannot be called synchronously`,
-    { method, remedy: 'use call()' },
-  );
-}
-
-function notRunning(method) {
-  return new FrameworkError('ZEF_NOT_RUNNING', `${method}: the framework is not running`, {
-    method,
-    remedy: 'await init() first',
-  });
-}
-
-function timedOut(method, timeout) {
-  return new FrameworkError('ZEF_TIMEOUT', `${method}: no answer within ${timeout} ms`, { method });
-}
-
-function closed(method) {
-  const message = `${method}: the framework was closed before the answer came`;
-  return new FrameworkError('ZEF_CLOSED', message, { method });
-}
-
-function aborted(method, signal) {
-  return new FrameworkError('ZEF_ABORTED', `${method}: aborted`, { method, cause: signal.reason });
+/** What is rejected with where `this` is no framework: a method was taken off its object. */
+function detached(operation) {
+  const message = `${operation}() was called without its framework: write framework.${operation}(...)`;
+  return new FrameworkError('ZEF_BAD_ARGUMENT', message);
 }
 
 module.exports = { ElectronFramework };

@@ -269,7 +269,7 @@ export interface Methods {
       userId?: string;
       /** Stay signed in. Default: `false`. */
       keepOnline?: boolean;
-      /** Passed to the login service. Default: `{}`. */
+      /** Passed to the login service. Default: `{}`. Secret. */
       extParam?: JsonLike;
     } | undefined;
     data: JsonObject | undefined;
@@ -386,7 +386,12 @@ export interface Methods {
       /** Also forget the account. */
       removeAccount?: boolean;
     } | undefined;
-    data: JsonObject | undefined;
+    data: JsonObject & {
+      /** Who was signed out. */
+      userId?: string;
+      /** Who is the current user now. */
+      currentUserId?: string;
+    } | undefined;
   };
 
   /**
@@ -581,7 +586,7 @@ export interface Methods {
       event: string;
       /** Kind of busy state; passed on unchanged. */
       busyType: string;
-      /** Further status data; passed on unchanged. */
+      /** Further status data; passed on unchanged. Secret. */
       data: JsonLike;
     };
     data: undefined;

@@ -2,31 +2,64 @@
 
 const fs = require('node:fs');
 const { FrameworkError } = require('./errors.cjs');
+const { faultOf } = require('./libraryfile.cjs');
 
-const machines = { 62: 'x64', 183: 'arm64' };
+const isArchived = /\.asar/.test(__dirname);
+const unpack = 'unpack node_modules/zelectronframework from the archive (see docs/packaging.md)';
+const beside = (name, option) =>
+  `put ${name} in the same folder as libzelectronframework.so, or name the right file with the option ${option}`;
 
-class LoadFailure {
-  constructor(code, reason, remedy) {
-    Object.assign(this, { code, reason, remedy });
-  }
+/** What a file is meant to be: what it is called, its code where it is missing, what to do then. */
+const roles = {
+  addon: {
+    name: 'the addon of zelectronframework',
+    code: 'ZEF_ADDON_MISSING',
+    remedy: isArchived ? unpack : 'reinstall the package',
+  },
+  framework: {
+    name: 'the framework library',
+    code: 'ZEF_LIBRARY_MISSING',
+    remedy: isArchived
+      ? unpack
+      : 'reinstall the package, or name the right file with the option libraryPath',
+  },
+  account: {
+    name: 'the account library',
+    code: 'ZEF_ACCOUNT_LIBRARY_MISSING',
+    remedy: `${beside('libzaccountlite.so', 'accountLibrary')}; for development use mock: true`,
+  },
+  log: {
+    name: 'the log library',
+    code: 'ZEF_LOG_LIBRARY_MISSING',
+    remedy: `${beside('libvemolog.so', 'logLibrary')}; without one nothing is logged`,
+  },
+  mock: {
+    name: 'the mock',
+    code: 'ZEF_MOCK_MISSING',
+    remedy: isArchived
+      ? unpack
+      : 'reinstall the package; a release that leaves the mock out has none',
+  },
+};
 
-  described(cause) {
-    const message = `zelectronframework cannot be loaded: ${this.reason}\n  Remedy: ${this.remedy}`;
-    return new FrameworkError(this.code, message, { remedy: this.remedy, cause });
-  }
+function loadError(role, code, reason, remedy, cause) {
+  const message = `${roles[role].name} cannot be loaded: ${reason}\n  Remedy: ${remedy}`;
+  return new FrameworkError(code, message, { remedy, cause });
 }
 
-/** \returns 'x64', 'arm64', 'machine N', or undefined for what is no shared object. */
-function architectureOf(file) {
-  let header;
-  try {
-    header = fs.readFileSync(file).subarray(0, 20);
-  } catch {
-    return undefined;
-  }
-  if (header.length < 20 || header.toString('latin1', 1, 4) !== 'ELF') return undefined;
-  const machine = header.readUInt16LE(18);
-  return machines[machine] ?? `machine ${machine}`;
+/** \returns the error of a file that the loader need not even try, or undefined. */
+function fileError(role, file, cause) {
+  const fault = faultOf(file);
+  if (!fault) return undefined;
+  const { code, remedy } = roles[role];
+  if (fault.kind === 'missing') return loadError(role, code, fault.reason, remedy, cause);
+  const isOurs = role === 'addon' || role === 'framework' || role === 'mock';
+  const rightOne = isOurs
+    ? `take the file from the folder linux-${process.arch} of the package`
+    : `take the file that was built for ${process.arch}`;
+  return fault.kind === 'architecture'
+    ? loadError(role, 'ZEF_ARCHITECTURE', fault.reason, rightOne, cause)
+    : loadError(role, 'ZEF_BAD_FILE', fault.reason, remedy, cause);
 }
 
 /** The highest version of a kind that a file asks of its libraries, as 'GLIBC_2.34'. */
@@ -86,39 +119,24 @@ const causes = [
   },
 ];
 
-/** From the loader's words to one cause and one remedy. */
-function explainLoad(file, text) {
-  if (!fs.existsSync(file)) {
-    return new LoadFailure(
-      file.endsWith('.node') ? 'ZEF_ADDON_MISSING' : 'ZEF_LIBRARY_MISSING',
-      `${file} does not exist`,
-      /\.asar/.test(__dirname)
-        ? 'unpack node_modules/zelectronframework from the archive (see the README, packaging)'
-        : 'reinstall the package, or name the right file with the option libraryPath',
-    );
-  }
-  const architecture = architectureOf(file);
-  if (architecture !== process.arch) {
-    return new LoadFailure(
-      'ZEF_ARCHITECTURE',
-      architecture
-        ? `${file} is built for ${architecture}, this process is ${process.arch}`
-        : `${file} is no shared library`,
-      `take the file from the folder linux-${process.arch} of the package`,
-    );
-  }
+/**
+ * From the loader's words to one cause and one remedy.
+ * \param file its path, or a bare name that the loader looks for
+ */
+function explainLoad(role, file, text, cause) {
+  const isPath = file.includes('/');
+  const fault = isPath ? fileError(role, file, cause) : undefined;
+  if (fault) return fault;
   for (const { pattern, code, reason, remedy } of causes) {
     const match = pattern.exec(text);
     // The file's own name in the loader's words is not the name of something that it needs.
-    if (match && !file.endsWith(`/${match[1]}`)) {
-      return new LoadFailure(code, `${file}: ${reason(match)} (${text})`, remedy);
+    if (match && match[1] !== file && !file.endsWith(`/${match[1]}`)) {
+      return loadError(role, code, `${file}: ${reason(match)} (${text})`, remedy, cause);
     }
   }
-  return new LoadFailure(
-    'ZEF_LOAD',
-    `${file}: ${text}`,
-    "run 'npx zelectronframework doctor' and read what it finds",
-  );
+  if (!isPath) return loadError(role, roles[role].code, text, roles[role].remedy, cause);
+  const remedy = "run 'npx zelectronframework doctor' and read what it finds";
+  return loadError(role, 'ZEF_LOAD', `${file}: ${text}`, remedy, cause);
 }
 
-module.exports = { LoadFailure, floors, explainLoad, highestVersion, architectureOf };
+module.exports = { floors, fileError, explainLoad, highestVersion, loadError };

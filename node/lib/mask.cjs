@@ -1,9 +1,15 @@
 'use strict';
 
+const { FrameworkError } = require('./errors.cjs');
 const { methods } = require('./methods.cjs');
+const { kindOf } = require('./objects.cjs');
 const secrets = require('./secrets.json');
 
 const shortest = 4; // a shorter text is found again in too much that is not secret
+
+function refuse(reason) {
+  throw new FrameworkError('ZEF_BAD_ARGUMENT', `mask: ${reason}`);
+}
 
 /** Replaces secrets in one context; what was found once is replaced wherever it occurs later. */
 class Masking {
@@ -69,35 +75,58 @@ const among = (names = []) => {
   const set = new Set(names);
   return (name) => set.has(name);
 };
+const isHarmless = among(secrets.harmless);
+const isEnvelope = among(['result', 'msg', 'data']);
+const everything = () => 'whole';
 
 /** Of what is passed on to the account library, or to a newer library's method, nobody knows it all. */
-function secretParams(method, { params, described } = {}) {
+function secretParams(method, { params, whole, described } = {}) {
   const isMarked = among(params);
+  const isWhole = among(whole);
   const isDescribed = described || !methods.has(method) ? among(described) : () => true;
-  return (name, isTop) => isMarked(name) || (isTop && !isDescribed(name) && 'whole');
+  return (name, isTop) =>
+    isMarked(name) || ((isWhole(name) || (isTop && !isDescribed(name))) && 'whole');
+}
+
+/** Of what the account library writes, what has a name that is described nowhere may be anything. */
+function secretData(method, { data, isOpen } = {}, isReply = false) {
+  const isMarked = among(data);
+  if (!isOpen && methods.has(method)) return isMarked;
+  const isKnown = (name, isTop) => isHarmless(name) || (isReply && isTop && isEnvelope(name));
+  return (name, isTop) => isMarked(name) || (!isKnown(name, isTop) && 'whole');
 }
 
 /**
  * \returns a copy of what a channel published with its secrets replaced, for programs that show or
- * keep it: those of the interface, everything undescribed that is passed on to the account library,
- * and both wherever they occur again in the reply or in the words of an error.
+ * keep it: those of the interface, everything undescribed that the account library gets or writes, and
+ * both wherever they occur again in the reply or in the words of an error.
  * \param replace gives the replacement from the value's name and text
  */
 function mask(context, replace = () => '***') {
+  if (typeof replace !== 'function')
+    refuse(`the replacement must be a function, not ${kindOf(replace)}`);
+  if (typeof context !== 'object' || context === null) {
+    refuse(`a context is an object, not ${kindOf(context)}`);
+  }
   const masking = new Masking(replace);
   const { method, type, params, settings, text, reply, result, error } = context;
   const entry = secrets.methods[method];
-  const isSecret = among(type === undefined ? entry?.data : secrets.tasks[type]);
+  const inReply = secretData(method, entry, true);
+  const inMessage = secrets.tasks[type] ? among(secrets.tasks[type]) : everything;
   const copy = { ...context };
   // First what the caller gave, which is looked for in all that follows.
   if (params !== undefined) copy.params = masking.text(params, secretParams(method, entry));
   if (settings !== undefined) copy.settings = masking.text(settings, among(secrets.settings));
-  if (text !== undefined) copy.text = masking.text(text, isSecret);
-  if (reply !== undefined) copy.reply = masking.text(reply, isSecret);
+  if (text !== undefined) copy.text = masking.text(text, inMessage);
+  if (reply !== undefined) copy.reply = masking.text(reply, inReply);
   // That of init is the framework object.
-  if (result !== undefined && method !== undefined) copy.result = masking.value(result, isSecret);
+  if (result !== undefined && method !== undefined) {
+    copy.result = masking.value(result, secretData(method, entry));
+  }
   if (error !== undefined) {
-    copy.error = masking.value(error.toJSON?.() ?? { message: String(error) }, isSecret);
+    const values = error?.toJSON?.() ?? { message: String(error) };
+    if (values.reply) values.reply = masking.value(values.reply, inReply);
+    copy.error = masking.value(values, () => false);
   }
   return copy;
 }

@@ -2,12 +2,12 @@
 
 const fs = require('node:fs');
 const path = require('node:path');
-const { explainLoad, LoadFailure } = require('./loadfailure.cjs');
+const { explainLoad, fileError, loadError } = require('./loadfailure.cjs');
 
 const platform = `${process.platform}-${process.arch}`;
 const packageFolder = path.join(__dirname, '..');
 
-/** Electron reads inside app.asar, but the system's loader finds only what lies unpacked beside. */
+/** Electron reads inside app.asar, but the system's loader finds only what was unpacked from it. */
 function unpacked(file) {
   const outside = file.replace(/\.asar(?=[\\/])/, '.asar.unpacked');
   return fs.existsSync(outside) ? outside : file;
@@ -24,26 +24,27 @@ function requireAddon() {
       return require('../prebuilds/linux-x64/zelectronframework.node');
     case 'linux-arm64':
       return require('../prebuilds/linux-arm64/zelectronframework.node');
-    default:
-      throw new LoadFailure(
-        'ZEF_PLATFORM',
-        `there is no build for ${platform}`,
-        'use Linux on x64 or arm64',
-      );
+    default: {
+      const reason = `there is no build for ${platform}`;
+      throw loadError('addon', 'ZEF_PLATFORM', reason, 'use Linux on x64 or arm64');
+    }
   }
 }
 
 function loadAddon() {
-  const file = path.join(packageFolder, 'prebuilds', platform, 'zelectronframework.node');
+  const file = unpacked(path.join(packageFolder, 'prebuilds', platform, 'zelectronframework.node'));
+  const error = isFile(file) ? fileError('addon', file) : undefined; // elsewhere in a bundle
+  if (error) throw error;
   try {
-    return requireAddon();
-  } catch (error) {
-    if (error instanceof LoadFailure) throw error.described();
-    const outside = unpacked(file);
-    if (outside !== file && isFile(outside)) {
-      return require(outside);
+    return file.includes('.asar.unpacked') ? require(file) : requireAddon();
+  } catch (cause) {
+    if (cause.code?.startsWith('ZEF_')) throw cause;
+    if (cause.code === 'ERR_DLOPEN_DISABLED') {
+      const reason = 'this process must not load addons (--no-addons or --permission)';
+      const remedy = 'start it without --no-addons, or with --permission --allow-addons';
+      throw loadError('addon', 'ZEF_ADDONS_DISABLED', reason, remedy, cause);
     }
-    throw explainLoad(file, error.message).described(error);
+    throw explainLoad('addon', file, cause.message, cause);
   }
 }
 
@@ -63,7 +64,7 @@ function native() {
   return addon;
 }
 
-/** Where the framework library is looked for: beside the addon that was really loaded. */
+/** Where the framework library is looked for: in the folder of the addon that was really loaded. */
 function defaultLibrary() {
   return path.join(native().state().folder, 'libzelectronframework.so');
 }
@@ -71,19 +72,13 @@ function defaultLibrary() {
 /** The stand-ins, in the order in which they need each other. */
 function mockLibraries() {
   const folder = unpacked(path.join(packageFolder, 'mock', platform));
-  const libraries = ['libvemolog.so', 'libzaccountkeeper.so', 'libzaccountlite.so'].map((name) => ({
+  return ['libvemolog.so', 'libzaccountkeeper.so', 'libzaccountlite.so'].map((name) => ({
+    role: 'mock',
     name,
     file: path.join(folder, name),
   }));
-  const missing = libraries.find(({ file }) => !isFile(file));
-  if (missing) {
-    throw new LoadFailure(
-      'ZEF_MOCK_MISSING',
-      `the mock is not complete: ${missing.file} is missing`,
-      'reinstall the package; if the application is packaged, unpack node_modules/zelectronframework',
-    ).described();
-  }
-  return libraries;
 }
 
-module.exports = { native, defaultLibrary, mockLibraries, unpacked, platform };
+const hasMock = () => mockLibraries().every(({ file }) => isFile(file));
+
+module.exports = { native, defaultLibrary, hasMock, mockLibraries, unpacked, platform };

@@ -1,14 +1,16 @@
 'use strict';
 
 const { FrameworkError } = require('./errors.cjs');
-
-const longestTimer = 2 ** 31 - 1; // beyond it a timer of Node.js fires at once
+const { didYouMean } = require('./names.cjs');
+const { isPlain, kindOf } = require('./objects.cjs');
 
 const isBoolean = (value) => typeof value === 'boolean';
-const isPath = (value) => typeof value === 'string' && value !== '';
+const isPath = (value) => typeof value === 'string' && value !== '' && !value.includes('\0');
 /** By its looks, because other realms have signals of their own. */
 const isSignal = (value) =>
-  typeof value?.aborted === 'boolean' && typeof value.addEventListener === 'function';
+  typeof value?.aborted === 'boolean' &&
+  typeof value.addEventListener === 'function' &&
+  typeof value.removeEventListener === 'function';
 const isTimeout = (value) => typeof value === 'number' && value >= 0;
 
 const kinds = {
@@ -24,7 +26,7 @@ const kinds = {
 
 const accepted = {
   framework: ['mock', 'libraryPath', 'accountLibrary', 'logLibrary', 'timeout'],
-  init: ['join'],
+  init: ['join', 'signal', 'timeout'],
   call: ['signal', 'timeout', 'raw'],
   callSync: ['raw'],
   listener: ['signal'],
@@ -35,32 +37,42 @@ function refuse(where, reason) {
   throw new FrameworkError('ZEF_BAD_ARGUMENT', `${where}: ${reason}`);
 }
 
-/** \returns the options, after what is wrong with them was refused. */
+/** \returns a copy of the options, each read once, after what is wrong with them was refused. */
 function checkedOptions(where, operation, options) {
   if (options === undefined) return none;
-  if (typeof options !== 'object' || options === null) refuse(where, 'options must be an object');
-  const names = accepted[operation];
-  for (const name of Object.keys(options)) {
-    if (!names.includes(name)) {
-      refuse(where, `there is no option ${name}, only ${names.join(', ')}`);
+  try {
+    return copied(where, accepted[operation], options);
+  } catch (thrown) {
+    throw FrameworkError.from(thrown, 'ZEF_BAD_ARGUMENT', where); // from a getter of the caller's
+  }
+}
+
+function copied(where, names, options) {
+  if (!isPlain(options)) {
+    refuse(where, `options must be a plain object like { ${names[0]} }, not ${kindOf(options)}`);
+  }
+  for (const name in options) {
+    if (!names.includes(name) && !(name in Object.prototype)) {
+      refuse(
+        where,
+        `there is no option ${name}, only ${names.join(', ')}${didYouMean(name, names)}`,
+      );
     }
   }
+  const copy = {};
   for (const name of names) {
     const value = options[name];
     const [accepts, rule] = kinds[name];
     if (value !== undefined && !accepts(value)) refuse(where, `option ${name} ${rule}`);
+    copy[name] = value;
   }
-  return options;
+  return copy;
 }
 
 function checkListener(where, listener) {
-  if (typeof listener !== 'function') refuse(where, 'a function is needed as listener');
+  if (typeof listener !== 'function') {
+    refuse(where, `a function is needed as listener, not ${kindOf(listener)}`);
+  }
 }
 
-/** \returns a timer, or undefined where there is no limit. */
-function startTimer(milliseconds, end) {
-  if (milliseconds === undefined || milliseconds === Infinity) return undefined;
-  return setTimeout(end, Math.min(milliseconds, longestTimer));
-}
-
-module.exports = { checkedOptions, checkListener, startTimer };
+module.exports = { checkedOptions, checkListener };

@@ -3,33 +3,11 @@
 const { FrameworkError } = require('./errors.cjs');
 const { methods } = require('./methods.cjs');
 
-/** Methods that take nothing are called without a text. */
-function paramsText(method, params) {
-  if (params === undefined || params === null) return undefined;
-  if (typeof params !== 'object' || Array.isArray(params)) {
-    throw new FrameworkError('ZEF_BAD_ARGUMENT', `${method}: parameters must be an object`, {
-      method,
-    });
-  }
-  try {
-    return JSON.stringify(params);
-  } catch (cause) {
-    throw new FrameworkError('ZEF_BAD_ARGUMENT', `${method}: ${cause.message}`, { method, cause });
-  }
-}
-
-function checkMethodName(method) {
-  if (typeof method !== 'string' || method.includes('\0')) {
-    throw new FrameworkError('ZEF_BAD_ARGUMENT', 'the method must be a text without NUL');
-  }
-}
-
 /** Whether the framework itself said this, because it has no such method. */
 function isUnknownMethod(method, message) {
   if (methods.has(method)) return false;
   const [module, name] = method.split('.');
   return [
-    'Wrong number of arguments',
     `${module} not found`,
     `method:${name} call failed`,
     `method:${name} asynCall failed`,
@@ -60,7 +38,7 @@ function parsed(value) {
 }
 
 /** \returns what a call resolves to: the data, or with `raw` the reply as it came. */
-function readReply(method, text, raw) {
+function readReply({ method, raw }, text) {
   if (text === null) {
     const message = `${method}: the reply is longer than JavaScript's longest text`;
     throw new FrameworkError('ZEF_REPLY_TOO_LONG', message, { method });
@@ -78,4 +56,4 @@ function readReply(method, text, raw) {
   return data;
 }
 
-module.exports = { checkMethodName, paramsText, readReply };
+module.exports = { readReply };

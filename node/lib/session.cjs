@@ -3,22 +3,12 @@
 const { setImmediate } = require('node:timers'); // not one that a test has replaced
 const { lateReplies } = require('./channels.cjs');
 const { FrameworkError } = require('./errors.cjs');
+const { run, startLimits } = require('./limits.cjs');
 const { native } = require('./native.cjs');
 
 function warnOfDropped(count) {
   const message = `${count} task messages were dropped: more than 64 MB of them were waiting`;
   process.emitWarning(message, { code: 'ZEF_DROPPED' });
-}
-
-/** What a listener throws goes to 'uncaughtException', as from any callback, and stops nothing. */
-function run(listener, value) {
-  try {
-    listener(value);
-  } catch (error) {
-    process.nextTick(() => {
-      throw error;
-    });
-  }
 }
 
 /** One run of a framework object at the addon: where its deliveries arrive, by their ids. */
@@ -27,6 +17,7 @@ class Session {
   // id -> function. Not a Map: under many short-lived entries the tables that it has outgrown keep
   // each other alive, and garbage collections of less than a millisecond take ten and more.
   #receivers = Object.create(null);
+  #calls = Object.create(null); // id -> function that settles the call
   #holders = 0;
   #isSilent = false;
   #isOpen = true;
@@ -51,13 +42,41 @@ class Session {
 
   /** The event loop goes on while there is a hold that was not let go. */
   hold() {
+    if (this.#holders === 0 && this.#isOpen) native().keepAlive(this.#id, true);
     this.#holders += 1;
-    if (this.#holders === 1 && this.#isOpen) native().keepAlive(this.#id, true);
   }
 
   letGo() {
     this.#holders -= 1;
     if (this.#holders === 0 && this.#isOpen) native().keepAlive(this.#id, false);
+  }
+
+  /**
+   * Queues a call. Everything that can fail comes before the addon has it.
+   * \param settle is called once, with the reply or else with an error.
+   */
+  ask(request, settle) {
+    const { method, text, id = native().newId() } = request;
+    let release;
+    const end = (reply, error) => {
+      if (!this.#calls[id]) return;
+      delete this.#calls[id];
+      try {
+        settle(reply, reply === undefined ? (error ?? closed(method)) : undefined);
+      } finally {
+        release?.();
+        this.letGo();
+      }
+    };
+    this.hold();
+    this.#calls[id] = end;
+    try {
+      release = startLimits(method, request, (error) => end(undefined, error));
+      if (!this.#calls[id]) release();
+      else if (!native().asynCall(this.#id, id, method, text)) throw notRunning(method);
+    } catch (thrown) {
+      end(undefined, FrameworkError.from(thrown));
+    }
   }
 
   /** \returns the outcome in the addon's words. */
@@ -71,9 +90,10 @@ class Session {
     });
   }
 
-  /** Nothing is delivered from here on; ends what start() began. */
+  /** Nothing is delivered from here on; ends the calls that are open and what start() began. */
   async stop() {
     this.#isSilent = true;
+    for (const end of Object.values(this.#calls)) end();
     await this.#outcome(() => native().stop(this.#id));
     this.close();
   }
@@ -108,7 +128,7 @@ class Session {
   };
 
   #deliver(id, text) {
-    const receiver = this.#receivers[id];
+    const receiver = this.#calls[id] ?? this.#receivers[id];
     if (this.#isSilent && id !== this.#id) return;
     if (receiver) run(receiver, text);
     else if (id === 0) warnOfDropped(text);
@@ -119,10 +139,16 @@ class Session {
   }
 }
 
-/** What went wrong, as an error of ours. */
-function asFrameworkError(error) {
-  if (error instanceof FrameworkError) return error;
-  return new FrameworkError('ZEF_INTERNAL', error.message, { cause: error });
+function notRunning(method) {
+  return new FrameworkError('ZEF_NOT_RUNNING', `${method}: the framework is not running`, {
+    method,
+    remedy: 'await init() first',
+  });
 }
 
-module.exports = { Session, run, asFrameworkError };
+function closed(method) {
+  const message = `${method}: the framework was closed before the answer came`;
+  return new FrameworkError('ZEF_CLOSED', message, { method });
+}
+
+module.exports = { Session, notRunning, warnOfDropped };

@@ -3,17 +3,27 @@
 const fs = require('node:fs');
 const path = require('node:path');
 const { FrameworkError } = require('./errors.cjs');
-const { explainLoad } = require('./loadfailure.cjs');
+const { explainLoad, fileError } = require('./loadfailure.cjs');
 const { defaultLibrary, mockLibraries, unpacked } = require('./native.cjs');
+const { objectText } = require('./objects.cjs');
+const { checkShape } = require('./shapes.cjs');
 
 const requiredTexts = ['appName', 'productName', 'version', 'localStoragePath'];
 
+function refuse(reason) {
+  throw new FrameworkError('ZEF_SETTINGS', `init: ${reason}`);
+}
+
+/** An object with its keys in order, so that equal settings are equal texts. */
+function sorted(_key, value) {
+  if (typeof value !== 'object' || value === null || Array.isArray(value)) return value;
+  return Object.fromEntries(Object.entries(value).sort(([a], [b]) => (a < b ? -1 : 1)));
+}
+
 /** \returns the settings as text, after what the framework would refuse was refused in words. */
-function settingsText(settings) {
-  const refuse = (reason) => {
-    throw new FrameworkError('ZEF_SETTINGS', `init: ${reason}`);
-  };
-  if (typeof settings?.app !== 'object' || settings.app === null) {
+function settingsText(given, isMock) {
+  const settings = JSON.parse(objectText('ZEF_SETTINGS', 'init', 'settings', given), sorted);
+  if (typeof settings.app !== 'object' || settings.app === null) {
     refuse(`settings.app with ${requiredTexts.join(', ')} is required`);
   }
   for (const key of requiredTexts) {
@@ -22,11 +32,10 @@ function settingsText(settings) {
       refuse(`settings.app.${key} must be a text that is not empty`);
     }
   }
-  try {
-    return JSON.stringify(settings);
-  } catch (cause) {
-    throw new FrameworkError('ZEF_SETTINGS', `init: ${cause.message}`, { cause });
+  if (isMock && settings.standin !== undefined) {
+    checkShape('MockSettings', settings.standin, 'settings.standin', refuse);
   }
+  return JSON.stringify(settings);
 }
 
 /** The file itself, so that two ways to it are one. */
@@ -35,7 +44,7 @@ function real(file) {
   return fs.existsSync(outside) ? fs.realpathSync(outside) : outside;
 }
 
-/** Where the framework looks for a closed library that nobody named: beside itself first. */
+/** Where the framework looks for a closed library that nobody named: in its own folder first. */
 function closedLibrary(name, library) {
   const beside = path.join(path.dirname(library), name);
   return fs.existsSync(beside) ? beside : name;
@@ -51,36 +60,41 @@ function librariesOf({ mock = false, libraryPath, accountLibrary, logLibrary }) 
   }
   const library = libraryPath ? real(libraryPath) : defaultLibrary();
   const named = [
-    ['libvemolog.so', logLibrary],
-    ['libzaccountlite.so', accountLibrary],
-  ].filter(([, file]) => file !== undefined);
+    { role: 'log', name: 'libvemolog.so', file: logLibrary },
+    { role: 'account', name: 'libzaccountlite.so', file: accountLibrary },
+  ].filter(({ file }) => file !== undefined);
   return {
     library,
-    closed: mock ? mockLibraries() : named.map(([name, file]) => ({ name, file: real(file) })),
+    closed: mock ? mockLibraries() : named.map((each) => ({ ...each, file: real(each.file) })),
     account: mock || accountLibrary ? '' : closedLibrary('libzaccountlite.so', library),
   };
+}
+
+/** Refuses files that are not there or that are no libraries. */
+function checkLibraries({ library, closed, account }) {
+  const files = [['framework', library], ...closed.map(({ role, file }) => [role, file])];
+  if (path.isAbsolute(account)) files.push(['account', account]);
+  for (const [role, file] of files) {
+    const error = fileError(role, file);
+    if (error) throw error;
+  }
 }
 
 const described = (code, message, remedy) =>
   new FrameworkError(code, `${message}\n  Remedy: ${remedy}`, { remedy });
 
+const listed = (files) => files.join(', ') || 'those in the folder of the framework library';
+
 /** What each outcome of the addon stands for; its particulars are a reason or a file. */
 const failures = {
-  load: (reason, { library }) => explainLoad(library, reason).described(),
+  load: (reason, { library }) => explainLoad('framework', library, reason),
 
   preload: (reason, { closed }) => {
-    const { file } = closed.find((each) => reason.includes(each.file)) ?? closed[0];
-    return explainLoad(file, reason).described();
+    const [file, ...words] = reason.split('\n');
+    return explainLoad(closed.find((each) => each.file === file).role, file, words.join('\n'));
   },
 
-  account: (reason, { account }) =>
-    path.isAbsolute(account)
-      ? explainLoad(account, reason).described()
-      : described(
-          'ZEF_ACCOUNT_LIBRARY_MISSING',
-          `init: the account library ${account} cannot be loaded: ${reason}`,
-          'put it beside libzelectronframework.so, name it with the option accountLibrary, or use mock: true',
-        ),
+  account: (reason, { account }) => explainLoad('account', account, reason),
 
   name: (file, { closed }) => {
     const { name } = closed.find((each) => each.file === file);
@@ -107,11 +121,11 @@ const failures = {
       'use one installed copy of this package and one libraryPath in a process',
     ),
 
-  closed: (file, { closed }) =>
+  closed: (files, { closed }) =>
     described(
       'ZEF_OTHER_LIBRARY',
-      `init: this process has started with other closed libraries (${file}) than ` +
-        `${closed.at(-1)?.file ?? 'those beside the framework library'}`,
+      `init: the closed libraries of this process are ${listed(files.trim().split('\n'))}, ` +
+        `and cannot be ${listed(closed.map(({ file }) => file))}`,
       'use the same mock, accountLibrary and logLibrary in the whole process, or another process',
     ),
 
@@ -142,4 +156,11 @@ function taskRefused(type) {
   return new FrameworkError('ZEF_TASK_REFUSED', `the account library refused ${type}`);
 }
 
-module.exports = { settingsText, librariesOf, startFailure, taskRefused, closedLibrary };
+module.exports = {
+  settingsText,
+  librariesOf,
+  checkLibraries,
+  startFailure,
+  taskRefused,
+  closedLibrary,
+};

@@ -1,23 +1,16 @@
 'use strict';
 
-/** Something that was subscribed to; ends once, with its signal, and with `using` at the end of the block. */
+/** Something that was subscribed to; ends once, and with `using` at the end of the block. */
 class Subscription {
   #end;
-  #signal;
 
-  /** \param begin is called, and afterwards `end`, unless the signal is aborted already. */
-  constructor(end, signal, begin) {
-    if (signal?.aborted) return;
-    begin();
+  constructor(end) {
     this.#end = end;
-    this.#signal = signal;
-    signal?.addEventListener('abort', this.dispose, { once: true });
   }
 
   dispose = () => {
     const end = this.#end;
     this.#end = undefined;
-    this.#signal?.removeEventListener('abort', this.dispose);
     end?.();
   };
 }

@@ -82,7 +82,7 @@ std::string LoadedLibraries::add(const NamedLibrary &library)
 {
     void *const handle = dlopen(library.file.c_str(), RTLD_LAZY);
     if (!handle) {
-        return "preload " + lastLoaderError();
+        return "preload " + library.file + '\n' + lastLoaderError();
     }
     m_handles.push_back(handle);
     // By its own name (SONAME), which is what the loader compares.

@@ -47,8 +47,8 @@ public:
     LoadedLibraries(const LoadedLibraries &) = delete;
     LoadedLibraries &operator=(const LoadedLibraries &) = delete;
 
-    /// \return empty, or what is wrong: "preload", followed by a space and the loader's reason, or
-    ///         "name", followed by a space and the file that the loader does not find by that name.
+    /// \return empty, or what is wrong: "preload", a space, the file, a newline and the loader's reason,
+    ///         or "name", a space and the file that the loader does not find by that name.
     std::string add(const NamedLibrary &library);
 
 private:

@@ -36,7 +36,10 @@ std::string SharedFramework::join(const StartRequest &request)
     const std::lock_guard<std::mutex> lock(m_lifecycle);
     std::string failure = load(request.library);
     if (failure.empty() && m_hasClosed && request.closed != m_closed) {
-        failure = "closed " + (m_closed.empty() ? "none" : m_closed.back().file);
+        failure = "closed ";
+        for (const NamedLibrary &library : m_closed) {
+            failure += library.file + '\n';
+        }
     }
     if (!failure.empty()) {
         return failure;

@@ -2,13 +2,14 @@
 
 const assert = require('node:assert/strict');
 const { createPublicKey } = require('node:crypto');
+const { getEventListeners } = require('node:events');
 const fs = require('node:fs');
 const { test } = require('node:test');
 const { inspect } = require('node:util');
-const { ElectronFramework, FrameworkError } = require('../index.cjs');
+const { ElectronFramework, FrameworkError, diagnose } = require('../index.cjs');
 const { methods } = require('../lib/methods.cjs');
 const { native } = require('../lib/native.cjs');
-const { standin, settings, started, until, failure } = require('./support.cjs');
+const { standin, settings, started, until, failure, catchUncaught } = require('./support.cjs');
 
 test('both ways of calling give the data of the reply', async (t) => {
   const framework = await started(t);
@@ -74,10 +75,33 @@ test('an account that is not found is no method that is not found', async (t) =>
     framework.call('account.switchAccount', { userId: 'nobody' }),
     failure('ZEF_REPLY_FAIL', { message: 'account.switchAccount: account not found' }),
   );
-  for (const method of ['', 'utils', 'Utils.getLogPath', 'utils.getlogpath', 'a.b.c']) {
-    await assert.rejects(framework.call(method), failure('ZEF_UNKNOWN_METHOD'), method);
-    assert.throws(() => framework.callSync(method), failure('ZEF_UNKNOWN_METHOD'), method);
+});
+
+test('a name that no method has is refused before anything is sent', async (t) => {
+  const library = await started(t, undefined, { libraryPath: diagnose().framework });
+  const unsent = new ElectronFramework({ mock: true });
+  const rows = [
+    ['utils.getLogpath', /^there is no method utils.getLogpath; did you mean utils.getLogPath\?$/],
+    ['Utils.getLogPath', /did you mean utils.getLogPath\?$/],
+    ['getLogPath', /did you mean utils.getLogPath\?$/],
+    ['utils', /no method utils; a name has the form module.method$/],
+    ['', /module.method$/],
+    ['a.b.c', /module.method$/],
+    ['utils.getLogPath\0', /did you mean/],
+    ['constructor', /module.method$/],
+    ['x'.repeat(1e6), /^.{1,150}$/],
+  ];
+  for (const [method, message] of rows) {
+    const refused = failure('ZEF_UNKNOWN_METHOD', { message, method });
+    await assert.rejects(unsent.call(method, {}, { raw: true }), refused, method);
+    assert.throws(() => unsent.callSync(method), refused, method);
   }
+  // A library that was named may be newer than this package: it is asked.
+  const reply = { result: 'fail', msg: 'method:getUptime asynCall failed' };
+  await assert.rejects(
+    library.call('utils.getUptime'),
+    failure('ZEF_UNKNOWN_METHOD', { message: `utils.getUptime: ${reply.msg}`, reply }),
+  );
 });
 
 test('callSync runs every thread-safe method, and lets no other one through', async (t) => {
@@ -92,32 +116,192 @@ test('callSync runs every thread-safe method, and lets no other one through', as
   }
 });
 
+/** Values that are objects but not plain ones, by the name with which they are refused. */
+const exotic = {
+  Array: [],
+  Map: new Map([['a', 1]]),
+  Set: new Set(),
+  Promise: Promise.resolve(),
+  RegExp: /a/,
+  Buffer: Buffer.from('a'),
+  Date: new Date(),
+  Error: new Error('a'),
+  String: Object('a'),
+  AbortSignal: AbortSignal.abort(),
+  AbortController: new AbortController(),
+  function: () => {},
+  symbol: Symbol('a'),
+  number: 1,
+  string: 'a',
+};
+const thrower = (key, thrown) =>
+  Object.defineProperty({}, key, {
+    enumerable: true,
+    get() {
+      throw thrown;
+    },
+  });
+const noEvents = { aborted: false, addEventListener() {} };
+
 test('what is wrong with a call is refused before anything starts', async (t) => {
   const framework = await started(t);
   const circular = {};
   circular.self = circular;
+  const unreadable = Proxy.revocable({}, {});
+  unreadable.revoke();
+  const params = [
+    ...Object.values(exotic),
+    ...[circular, { big: 1n }, { toJSON() {} }, { toJSON: () => [1] }, { toJSON: () => 'a' }],
+    ...[new Error('x'), null, unreadable.proxy].map((thrown) => thrower('a', thrown)),
+    unreadable.proxy,
+  ];
+  const options = [
+    ...Object.values(exotic),
+    ...[new AbortController(), 'text', true, null, noEvents].map((signal) => ({ signal })),
+    ...[Number.NaN, -1, '1000', null, 1n].map((timeout) => ({ timeout })),
+    ...[null, { raw: 'yes' }, { sginal: AbortSignal.abort() }, Object.create({ timeout: -1 })],
+    ...[Object.create({ sginal: 1 }), thrower('raw', null), unreadable.proxy],
+  ];
   const rows = [
-    ...[1, 'text', [], circular, { big: 1n }].map((params) => ['utils.getLogPath', params]),
-    ...[undefined, 7, 'utils.getLogPath\0'].map((method) => [method]),
-    ...[new AbortController(), 'text', true].map((signal) => ({ signal })),
-    ...[Number.NaN, -1, '1000'].map((timeout) => ({ timeout })),
-    ...[null, 7, { raw: 'yes' }, { sginal: AbortSignal.abort() }],
-  ].map((row) => (Array.isArray(row) ? row : ['utils.getLogPath', {}, row]));
+    ...params.map((each) => ['utils.getLogPath', each]),
+    ...options.map((each) => ['utils.getLogPath', {}, each]),
+    ...[undefined, null, 7, {}, Symbol('a')].map((method) => [method]),
+  ];
   for (const row of rows) {
-    await assert.rejects(framework.call(...row), failure('ZEF_BAD_ARGUMENT'), inspect(row));
+    const call = framework.call(...row); // never throws
+    await assert.rejects(call, failure('ZEF_BAD_ARGUMENT'), () => inspect(row));
   }
-  for (const options of [7, { raw: 1 }, { timeout: 5 }]) {
-    const call = () => framework.callSync('utils.getLogPath', {}, options);
-    assert.throws(call, failure('ZEF_BAD_ARGUMENT'));
+  for (const [name, value] of Object.entries(exotic)) {
+    const words = { message: new RegExp(`\\b${name}\\b`) };
+    await assert.rejects(framework.call('utils.getLogPath', value), words);
+    await assert.rejects(framework.call('utils.getLogPath', {}, value), words);
   }
-  const wrong = [1, { mock: 'false' }, { libraryPath: '' }, { timeout: -1 }, { moch: true }];
-  for (const options of wrong) {
-    assert.throws(() => new ElectronFramework(options), failure('ZEF_BAD_ARGUMENT'));
+  for (const given of [7, { raw: 1 }, { timeout: 5 }, thrower('raw', 1)]) {
+    const call = () => framework.callSync('utils.getLogPath', {}, given);
+    assert.throws(call, failure('ZEF_BAD_ARGUMENT', { method: 'utils.getLogPath' }));
+  }
+  const wrong = [
+    1,
+    { mock: 'false' },
+    { libraryPath: '' },
+    { logLibrary: 'a\0b' },
+    { timeout: -1 },
+  ];
+  for (const given of [...wrong, { moch: true }, thrower('mock', 1), ...Object.values(exotic)]) {
+    assert.throws(() => new ElectronFramework(given), failure('ZEF_BAD_ARGUMENT'));
   }
   assert.equal(native().state().replies, 0);
   for (const timeout of [Number.POSITIVE_INFINITY, 2 ** 40]) {
     assert.ok(await framework.call('utils.getLogPath', {}, { timeout }));
   }
+  class Codes {
+    deviceCode = { a: 'b' };
+  }
+  const asMap = Object.assign(new Map(), { toJSON: () => new Codes() });
+  for (const given of [new Codes(), Object.assign(Object.create(null), new Codes()), asMap]) {
+    const { data } = await framework.call('accessbase.getDeviceHeader', given);
+    assert.equal(data.a, 'b');
+  }
+});
+
+test('a method that was taken off its object says so', async (t) => {
+  const { call, callSync, init, close } = await started(t);
+  for (const operation of [call, init, close]) {
+    await assert.rejects(operation('utils.getLogPath'), failure('ZEF_BAD_ARGUMENT'));
+  }
+  assert.throws(() => callSync('utils.getLogPath'), failure('ZEF_BAD_ARGUMENT'));
+});
+
+test('a call settles and close() resolves, whatever the application does to stacks', async (t) => {
+  const { prepareStackTrace } = Error;
+  t.after(() => {
+    Error.prepareStackTrace = prepareStackTrace;
+    standin.script('logout', '{}');
+  });
+  const prepared = [
+    (_error, frames) => frames,
+    () => undefined,
+    () => {
+      throw new Error('from prepareStackTrace');
+    },
+  ];
+  for (const prepare of prepared) {
+    const framework = await started(t);
+    standin.script('logout', '{"times":0}');
+    const controller = new AbortController();
+    Error.prepareStackTrace = prepare;
+    const calls = [
+      framework.call('account.switchAccount', { userId: 'nobody' }),
+      framework.call('account.logout', {}, { timeout: -1 }),
+      framework.call('account.logout', {}, { timeout: 20 }),
+      framework.call('account.logout', {}, { signal: controller.signal }),
+      framework.call('account.logout'),
+    ];
+    controller.abort();
+    const settled = Promise.allSettled(calls);
+    await Promise.allSettled(calls.slice(0, 4));
+    assert.equal(await framework.close(), undefined);
+    const codes = (await settled).map(({ reason }) => reason.code);
+    Error.prepareStackTrace = prepareStackTrace;
+    assert.deepEqual(codes, [
+      'ZEF_REPLY_FAIL',
+      'ZEF_BAD_ARGUMENT',
+      'ZEF_TIMEOUT',
+      'ZEF_ABORTED',
+      'ZEF_CLOSED',
+    ]);
+  }
+});
+
+test('a signal of another kind is followed, and what it throws leaves no call open', async (t) => {
+  const framework = await started(t);
+  const uncaught = catchUncaught(t);
+  const refuse = () => {
+    throw new Error('from the signal');
+  };
+  const lookAlike = (more) => ({
+    ...noEvents,
+    removeEventListener() {},
+    addEventListener(_name, listener) {
+      this.abort = listener;
+    },
+    ...more,
+  });
+  const ask = (signal, timeout) => framework.call('account.logout', {}, { signal, timeout });
+  standin.script('logout', '{"times":0}');
+  t.after(() => standin.script('logout', '{}'));
+  await assert.rejects(
+    ask(lookAlike({ addEventListener: refuse }), 20),
+    failure('ZEF_INTERNAL', { message: 'from the signal' }),
+  );
+  const rude = lookAlike({ removeEventListener: refuse });
+  await assert.rejects(ask(rude, 20), failure('ZEF_TIMEOUT'));
+  await until(() => uncaught.length === 1, 'what the signal threw');
+  const fine = lookAlike();
+  const call = ask(fine);
+  Object.defineProperty(fine, 'reason', { get: refuse });
+  fine.abort();
+  await assert.rejects(call, { code: 'ZEF_ABORTED', cause: new Error('from the signal') });
+  assert.equal(uncaught.length, 1);
+  await framework.close();
+});
+
+test('many calls may share a signal', async (t) => {
+  const framework = await started(t);
+  const { signal } = new AbortController();
+  const warnings = [];
+  const note = (warning) => warnings.push(warning.message);
+  process.on('warning', note);
+  t.after(() => process.removeListener('warning', note));
+  const calls = Array.from({ length: 30 }, () =>
+    framework.call('utils.getLogPath', {}, { signal }),
+  );
+  framework.subscribe('account.cookieUpdated', () => {}, { signal });
+  assert.equal(getEventListeners(signal, 'abort').length, 1);
+  await Promise.all(calls);
+  framework.removeAllListeners();
+  assert.equal(getEventListeners(signal, 'abort').length, 0);
+  assert.deepEqual(warnings, []);
 });
 
 test('a call ends with its signal, its timeout or close(), whichever is first', async (t) => {
@@ -130,7 +314,12 @@ test('a call ends with its signal, its timeout or close(), whichever is first', 
   const why = new Error('the user left');
   const byTimeout = framework.call('account.logout', {}, { timeout: 20 });
   const byAbort = framework.call('account.logout', {}, { signal: controller.signal });
-  const byClose = framework.call('account.logout', {}, { timeout: 60000 });
+  const limit = Error.stackTraceLimit;
+  Error.stackTraceLimit = 4;
+  const wrapped = (depth) =>
+    depth > 0 ? wrapped(depth - 1) : framework.call('account.logout', {}, { timeout: 60000 });
+  const byClose = wrapped(5);
+  Error.stackTraceLimit = limit;
   await assert.rejects(byTimeout, failure('ZEF_TIMEOUT', { method: 'account.logout' }));
   controller.abort(why);
   await assert.rejects(byAbort, { name: 'AbortError', code: 'ZEF_ABORTED', cause: why });
@@ -141,7 +330,8 @@ test('a call ends with its signal, its timeout or close(), whichever is first', 
   const closed = framework.close();
   await assert.rejects(byClose, (error) => {
     assert.deepEqual([error.code, error.method], ['ZEF_CLOSED', 'account.logout']);
-    assert.match(error.stack.split('\n')[1], /calls\.test\.cjs/, 'the line of the caller');
+    const [, ...frames] = error.stack.split('\n'); // as many as the application wants
+    assert.equal(frames.filter((frame) => /calls\.test\.cjs/.test(frame)).length, 4);
     return true;
   });
   await Promise.all([closed, hasty.close()]);

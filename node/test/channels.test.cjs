@@ -46,7 +46,7 @@ test('a call publishes one context, in the order of a traced operation', async (
     ],
     [
       'async',
-      () => framework.call('accessbase.getDeviceHeader', {}, controller),
+      () => framework.call('accessbase.getDeviceHeader', {}, { signal: controller }),
       'start end error asyncStart asyncEnd',
     ],
     [
@@ -77,6 +77,33 @@ test('a call publishes one context, in the order of a traced operation', async (
     ids.add(context.id);
   }
   assert.equal(ids.size, rows.length);
+});
+
+test('a subscriber that spoils a context spoils no call', async (t) => {
+  const framework = await started(t);
+  const seen = watch(t, 'call');
+  const spoilers = [Object.freeze, (context) => Object.assign(context, { id: 1, params: '[]' })];
+  for (const spoil of spoilers) {
+    const channel = 'tracing:zelectronframework.call:start';
+    diagnostics.subscribe(channel, spoil);
+    t.after(() => diagnostics.unsubscribe(channel, spoil));
+    const deviceCode = { a: 'b' };
+    const call = await framework.call('accessbase.getDeviceHeader', { deviceCode });
+    assert.deepEqual(framework.callSync('accessbase.getDeviceHeader', { deviceCode }), call);
+    assert.equal(call.data.a, 'b');
+    await assert.rejects(framework.call('account.switchAccount', { userId: 'x' }), {
+      code: 'ZEF_REPLY_FAIL',
+    });
+    diagnostics.unsubscribe(channel, spoil);
+  }
+  // What getters of the caller throw is refused as without a subscriber.
+  const options = Object.defineProperty({}, 'raw', {
+    enumerable: true,
+    get: () => assert.fail('x'),
+  });
+  const refused = framework.call('utils.getLogPath', {}, options); // does not throw
+  await assert.rejects(refused, { code: 'ZEF_BAD_ARGUMENT' });
+  assert.equal(seen.at(-1)[1].error.code, 'ZEF_BAD_ARGUMENT');
 });
 
 test('starts, events, task messages and late replies are published', async (t) => {
@@ -150,7 +177,36 @@ test('a masked context keeps its shape and no secret', async (t) => {
     mask({ type: 'meetingDataChangeTask', text: message }).text,
     '{"dataType":"enterMeeting","data":{"meetingUrl":"***","accessCode":"***"}}',
   );
-  assert.equal(mask({ method: 'new.one', params: '{"a":"b"}' }).params, '{"a":"***"}');
+  // What nobody has described may be anything.
+  const hidden = [
+    [{ method: 'new.one', params: '{"a":"b"}' }, { params: '{"a":"***"}' }],
+    [{ method: 'new.one', reply: '{"data":{"a":["b"]}}' }, { reply: '{"data":{"a":["***"]}}' }],
+    [
+      { method: 'account.quickLogin', params: '{"userId":"7","extParam":{"a":{"name":"b"}}}' },
+      { params: '{"userId":"7","extParam":{"a":{"name":"***"}}}' },
+    ],
+    [
+      { method: 'account.quickLogin', reply: '{"data":{"userId":"7","token":{"name":1}}}' },
+      { reply: '{"data":{"userId":"7","token":{"name":"***"}}}' },
+    ],
+    [
+      { method: 'account.logout', result: { currentUserId: '7', data: 'b' } },
+      { result: { currentUserId: '7', data: '***' } },
+    ],
+    [
+      { method: 'meeting.changeMeetingStatus', params: '{"event":"e","data":{"event":"b"}}' },
+      { params: '{"event":"e","data":{"event":"***"}}' },
+    ],
+    [
+      { type: 'accountInfoCollectTask', text: '{"userId":"7","more":[{"name":"b"}]}' },
+      { text: '{"userId":"***","more":[{"name":"***"}]}' },
+    ],
+  ];
+  for (const [context, masked] of hidden)
+    assert.deepEqual(mask(context), { ...context, ...masked });
+  for (const wrong of [[undefined], [null], ['x'], [{}, '***']]) {
+    assert.throws(() => mask(...wrong), { code: 'ZEF_BAD_ARGUMENT' });
+  }
   const start = { ...settings(), network: { proxy: { proxyPassWord: 'p', proxyHost: 'h' } } };
   assert.match(
     mask({ settings: JSON.stringify(start) }).settings,
@@ -165,6 +221,7 @@ test('NODE_DEBUG shows what happens without secrets', () => {
     framework.init(${JSON.stringify(settings())}).then(async () => {
       await framework.call('account.loginWithSsid', { ssid: 'Geheim-7' }).catch(() => {});
       framework.callSync('account.signLoginData', { signData: 'Geheim-8' });
+      await framework.call('account.quickLogin', { extParam: { a: 'Geheim-9' } });
     });`;
   const lines = (debug) => {
     const env = { ...process.env, NODE_DEBUG: debug };

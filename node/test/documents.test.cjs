@@ -3,6 +3,7 @@
 // Every snippet of the README and of docs/ is run: one row for each kind of snippet.
 
 const assert = require('node:assert/strict');
+const { spawnSync } = require('node:child_process');
 const fs = require('node:fs');
 const path = require('node:path');
 const { before, test } = require('node:test');
@@ -170,6 +171,15 @@ const runners = {
   'sh install': () => {},
   'sh doctor': ([{ code }]) =>
     assert.match(run('sh', ['-c', code]), /round trip +with the mock: started/),
+  'sh electron-doctor': ([{ code }]) => {
+    const [, , file, command] = code.trim().split(' ');
+    const { stdout, status } = spawnSync(process.execPath, [file, command], { cwd: app });
+    assert.match(String(stdout), /^round trip +with the mock: started/m);
+    assert.equal(status, 1); // the closed libraries are not there
+  },
+  'js doctor': ([{ code }]) =>
+    assert.match(runProgram(code, 'program.cjs'), /^ZEF_ACCOUNT_LIBRARY_MISSING/m),
+  'ts signature': () => {}, // out of the typings
   js: (all) =>
     all.map((snippet) => assertPrinted(runProgram(snippet.code, 'program.cjs'), snippet)),
   mjs: (all) =>

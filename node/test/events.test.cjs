@@ -1,10 +1,12 @@
 'use strict';
 
 const assert = require('node:assert/strict');
+const { AsyncLocalStorage } = require('node:async_hooks');
 const { getEventListeners, on, once } = require('node:events');
 const { test } = require('node:test');
 const { ElectronFramework } = require('../index.cjs');
 const { events, taskTypes } = require('../lib/methods.cjs');
+const { MessageLoop } = require('../lib/tasks.cjs');
 const { standin, settings, started, until, failure, isEmulated } = require('./support.cjs');
 
 const event = 'account.userInfoChanged';
@@ -92,6 +94,9 @@ test('off, once, signals and disposal end the one registration that they belong 
   framework.once(event, count('once'));
   framework.on(event, count('signal'), { signal });
   framework.once(event, count('onceSignal'), { signal });
+  framework.prependListener(event, count('first'), { signal });
+  framework.prependOnceListener(event, count('onceFirst'), { signal });
+  framework.prependListener(event, count('never'), { signal: AbortSignal.abort() });
   const subscription = framework.subscribe(event, count('disposed'));
   framework.subscribe(event, count('never'), { signal: AbortSignal.abort() });
   framework.on(event, again, { signal });
@@ -103,7 +108,6 @@ test('off, once, signals and disposal end the one registration that they belong 
     await until(() => counts.always === expected, 'an event');
   }
   framework.off(event, removed);
-  assert.equal(getEventListeners(signal, 'abort').length, 1); // off and once let go of theirs
   controller.abort();
   subscription.dispose();
   subscription.dispose();
@@ -114,13 +118,35 @@ test('off, once, signals and disposal end the one registration that they belong 
     once: 1,
     signal: 2,
     onceSignal: 1,
+    first: 2,
+    onceFirst: 1,
     disposed: 2,
     again: 3,
     always: 3,
   });
-  framework.on(event, removed, { signal: new AbortController().signal });
+  const other = new AbortController().signal;
+  for (const add of ['on', 'once', 'subscribe', 'prependListener', 'prependOnceListener']) {
+    framework[add](event, removed, { signal: other });
+    framework.off(event, removed);
+  }
   framework.removeAllListeners();
   assert.deepEqual(framework.eventNames(), []);
+  assert.equal(getEventListeners(other, 'abort').length, 0); // nothing holds on to it
+});
+
+test('listeners run in the asynchronous context in which they were registered', async (t) => {
+  const storage = new AsyncLocalStorage();
+  const framework = await storage.run('init', () => started(t));
+  const heard = [];
+  const note = () => heard.push(storage.getStore());
+  storage.run('on', () => framework.on(event, note));
+  storage.run('once', () => framework.once(event, note));
+  storage.run('subscribe', () => framework.subscribe(event, note));
+  storage.run('onTask', () => framework.onTask('accountInfoCollectTask', note));
+  standin.raise('userInfoChanged', 1, 0);
+  standin.collect('{}');
+  await until(() => heard.length === 4, 'all of them');
+  assert.deepEqual(heard.sort(), ['on', 'onTask', 'once', 'subscribe']);
 });
 
 test('events can be iterated over and end with their signal', async (t) => {
@@ -184,20 +210,37 @@ test('close delivers nothing more, however much is waiting', async (t) => {
   assert.ok(milliseconds < 1000 || isEmulated, `${milliseconds} ms`);
 });
 
-test('wrong events, listeners and options are refused', async (t) => {
+test('wrong events, listeners and options are refused, and say what was meant', async (t) => {
   const framework = await started(t);
-  for (const name of ['userInfoChanged', 'account.nothing', '', Symbol('x'), undefined]) {
-    assert.throws(() => framework.on(name, () => {}), failure('ZEF_UNKNOWN_EVENT'));
-    assert.throws(() => framework.once(name, () => {}), failure('ZEF_UNKNOWN_EVENT'));
-  }
-  for (const operation of ['on', 'once', 'subscribe', 'prependListener', 'onTask']) {
-    const name = operation === 'onTask' ? 'meetingDataChangeTask' : event;
-    for (const args of [[], ['text'], [() => {}, { signal: new AbortController() }]]) {
-      if (operation === 'prependListener' && args.length > 1) continue;
-      assert.throws(() => framework[operation](name, ...args), failure('ZEF_BAD_ARGUMENT'));
+  for (const name of ['userInfoChanged', 'account.userInfoChange', '', Symbol('x'), undefined]) {
+    const isNear = String(name).includes('userInfo');
+    const message = isNear
+      ? /; did you mean account.userInfoChanged\?$/
+      : /^there is no event [^;]*$/;
+    for (const add of ['on', 'once', 'subscribe', 'prependListener']) {
+      const refused = failure('ZEF_UNKNOWN_EVENT', { message });
+      assert.throws(() => framework[add](name, () => {}), refused);
     }
   }
-  assert.throws(() => framework.onTask('noTask', () => {}), failure('ZEF_UNKNOWN_TASK'));
+  const { signal } = new AbortController();
+  const options = [signal, [], new Map(), { signal: new AbortController() }, { sginal: signal }];
+  const wrong = [[], ['text'], ...options.map((each) => [() => {}, each])];
+  const additions = ['on', 'once', 'subscribe', 'prependListener', 'prependOnceListener', 'onTask'];
+  for (const add of additions) {
+    const name = add === 'onTask' ? 'meetingDataChangeTask' : event;
+    for (const args of wrong) {
+      assert.throws(() => framework[add](name, ...args), failure('ZEF_BAD_ARGUMENT'));
+    }
+  }
+  for (const each of options) {
+    const loop = () => framework.tasks('meetingDataChangeTask', each);
+    assert.throws(loop, failure('ZEF_BAD_ARGUMENT'));
+  }
+  const message = 'there is no task type meetingDataChange; did you mean meetingDataChangeTask?';
+  for (const listen of ['onTask', 'tasks']) {
+    const refused = failure('ZEF_UNKNOWN_TASK', { message });
+    assert.throws(() => framework[listen]('meetingDataChange', () => {}), refused);
+  }
   assert.deepEqual(framework.eventNames(), []);
 });
 
@@ -238,21 +281,45 @@ test('meeting messages and collected records reach their tasks', async (t) => {
   assert.equal(messages.length, 3);
 });
 
-test('task messages can be iterated over', async (t) => {
+test('task messages can be iterated over, until break, a signal or close()', async (t) => {
   const framework = await started(t);
   framework.ref();
+  const type = 'accountInfoCollectTask';
   const seen = [];
-  const messages = framework.tasks('accountInfoCollectTask');
+  const messages = framework.tasks(type);
   for (let n = 0; n < 3; n += 1) standin.collect(JSON.stringify({ n })); // none is lost meanwhile
   for await (const { n } of messages) {
     seen.push(n);
     if (n === 2) break;
   }
   assert.deepEqual(seen, [0, 1, 2]);
+  const over = { value: undefined, done: true };
   const controller = new AbortController();
-  const ended = framework.tasks('accountInfoCollectTask', controller).next();
+  const { signal } = controller;
+  const loops = [framework.tasks(type, { signal }), framework.tasks(type)];
+  const waiting = loops.map((loop) => [loop.next(), loop.next()]);
   controller.abort();
-  await assert.rejects(ended, { name: 'AbortError' });
+  assert.deepEqual(await Promise.all(waiting[0]), [over, over]);
+  assert.deepEqual(await framework.tasks(type, { signal }).next(), over);
+  const unread = framework.tasks(type);
+  standin.collect('{"n":3}');
+  const [first, second] = waiting[1];
+  assert.deepEqual(await first, { value: { n: 3 }, done: false });
+  await framework.close();
+  assert.deepEqual(await second, over);
+  assert.deepEqual(await unread.next(), over); // close() drops what was not taken
+});
+
+test('a loop that is too slow gets as many messages as fit, and a warning', async () => {
+  const loop = new MessageLoop(() => {});
+  const warned = once(process, 'warning');
+  const text = JSON.stringify('x'.repeat(2 ** 20 - 2));
+  for (let n = 0; n < 100; n += 1) loop.add(text);
+  const [{ code, message }] = await warned;
+  assert.deepEqual([code, message.includes('64 MB')], ['ZEF_DROPPED', true]);
+  for (let n = 0; n < 64; n += 1) assert.equal((await loop.next()).value.length, 2 ** 20 - 2);
+  loop.add('"after"');
+  assert.deepEqual(await loop.next(), { value: 'after', done: false });
 });
 
 test('a task that the account library refuses is refused, also at init', async (t) => {

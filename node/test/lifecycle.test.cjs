@@ -1,6 +1,7 @@
 'use strict';
 
 const assert = require('node:assert/strict');
+const { spawnSync } = require('node:child_process');
 const fs = require('node:fs');
 const path = require('node:path');
 const { test } = require('node:test');
@@ -14,6 +15,8 @@ const {
   started,
   until,
   failure,
+  catchUncaught,
+  nodeProgram,
   isEmulated,
   scratch,
 } = require('./support.cjs');
@@ -38,8 +41,77 @@ test('init and close may be repeated, overlapped and called in any order', async
   }
   const starting = framework.init(settings());
   await framework.close(); // waits for the start
-  await starting;
+  assert.equal(await starting, framework);
   assert.equal(framework.running, false);
+});
+
+test('starts and stops take place in the order in which they were asked for', async () => {
+  const rows = [
+    'close init close',
+    'init close init',
+    'init init close close init',
+    'close close init init close',
+    'init close init close init close init close',
+  ];
+  for (const row of rows) {
+    for (const begin of ['init', 'close']) {
+      const framework = new ElectronFramework({ mock: true });
+      await framework[begin](settings());
+      const runs = row.split(' ').map(async (operation) => {
+        await framework[operation](settings());
+        return [operation, framework.running];
+      });
+      // After an init() it runs, whatever was asked for behind it.
+      for (const [operation, isRunning] of await Promise.all(runs)) {
+        assert.equal(isRunning, operation === 'init', `${begin}, ${row}`);
+      }
+      assert.equal(framework.running, row.endsWith('init'));
+      await framework.close();
+      assert.equal(native().state().shares, 0);
+    }
+  }
+});
+
+test('close() counts at once for calls, and ends what ref() began', async (t) => {
+  const framework = await started(t);
+  framework.ref();
+  const closed = framework.close();
+  assert.equal(framework.running, false);
+  await assert.rejects(framework.call('utils.getLogPath'), failure('ZEF_NOT_RUNNING'));
+  await closed;
+  const program = `
+    const { ElectronFramework } = require(${JSON.stringify(path.join(__dirname, '..'))});
+    const framework = new ElectronFramework({ mock: true }).ref();
+    const settings = ${JSON.stringify(settings())};
+    framework.init(settings).then(() => framework.close()).then(() => framework.init(settings));`;
+  const { status, signal } = spawnSync(nodeProgram, ['-e', program], { timeout: 20000 });
+  assert.deepEqual([status, signal], [0, null], 'nothing keeps the process running');
+});
+
+test('init() can be given up, and leaves nothing running', async (t) => {
+  const framework = await started(t);
+  await framework.close();
+  standin.script('init', '{"delayMs":200}');
+  t.after(() => standin.script('init', '{}'));
+  const controller = new AbortController();
+  const { signal } = controller;
+  const rows = [
+    ['ZEF_TIMEOUT', { timeout: 20 }],
+    ['ZEF_ABORTED', { signal }],
+    ['ZEF_ABORTED', { signal: AbortSignal.abort() }],
+  ];
+  const given = rows.map(([, options]) => framework.init(settings(), options));
+  controller.abort();
+  const codes = (await Promise.allSettled(given)).map(({ reason }) => reason.code);
+  assert.deepEqual(
+    codes,
+    rows.map(([code]) => code),
+  );
+  await framework.close(); // the first one was under way
+  assert.equal(native().state().shares, 0);
+  await framework.init(settings(), { timeout: 60000, signal: new AbortController().signal });
+  await framework.init(settings(), { timeout: 20 }); // joins what runs
+  assert.ok(framework.running);
 });
 
 test('a slow account library does not hold the event loop up', async (t) => {
@@ -61,15 +133,36 @@ test('a slow account library does not hold the event loop up', async (t) => {
   assert.ok(delay.max < 500e6 || isEmulated, `the event loop was late by ${delay.max / 1e6} ms`);
 });
 
-test('settings that are not complete are refused in words', async () => {
+test('settings that are wrong are refused in words', async () => {
   const framework = new ElectronFramework({ mock: true });
   const { app } = settings();
-  for (const bad of [undefined, null, 1, {}, { app: 1 }, { app: { ...app, version: '' } }]) {
-    await assert.rejects(framework.init(bad), failure('ZEF_SETTINGS'));
-  }
   const circular = { app };
   circular.self = circular;
-  await assert.rejects(framework.init(circular), failure('ZEF_SETTINGS'));
+  const standins = [
+    ['x', /settings.standin must be an object, not "x"/],
+    [{ acounts: [] }, /settings.standin has no key acounts; did you mean accounts\?/],
+    [{ accounts: [{ userid: 7 }] }, /standin.accounts\[0\].userid must be a string, not 7/],
+    [{ accounts: [{}] }, /accounts\[0\].userid is required/],
+    [{ script: { logout: [{ times: -1 }] } }, /script.logout\[0\].times must be 0 or more, not -1/],
+    [{ script: { logot: {} } }, /script has no key logot; did you mean logout\?/],
+    [{ answers: 'inlin' }, /standin.answers is inlin; did you mean inline\?/],
+    [{ office: 7 }, /standin.office must be an object/],
+  ];
+  const rows = [
+    ...[undefined, null, 1, [], new Map([['app', app]]), {}, { app: 1 }].map((bad) => [bad, /./]),
+    [{ app: { ...app, version: '' } }, /settings.app.version must be a text/],
+    [{ app, toJSON() {} }, /plain object/],
+    [circular, /circular/],
+    [{ app, big: 1n }, /BigInt/],
+    [
+      Object.defineProperty({}, 'app', { enumerable: true, get: () => assert.fail('mine') }),
+      /mine/,
+    ],
+    ...standins.map(([standin, message]) => [{ app, standin }, message]),
+  ];
+  for (const [bad, message] of rows) {
+    await assert.rejects(framework.init(bad), failure('ZEF_SETTINGS', { message }));
+  }
   assert.equal(framework.running, false);
 });
 
@@ -136,6 +229,9 @@ test('what cannot be shared is refused', async (t) => {
   await assert.rejects(running.init(other), failure('ZEF_OTHER_SETTINGS'));
   await running.init(other, { join: true });
   await (await init(mock, other, { join: true })).close();
+  const { app, ...rest } = settings();
+  const reordered = { ...rest, app: Object.fromEntries(Object.entries(app).reverse()) };
+  await (await init(mock, reordered)).close(); // the same ones
   await assert.rejects(init(mock, other, { join: 1 }), failure('ZEF_BAD_ARGUMENT'));
 
   const [log, , account] = mockLibraries().map(({ file }) => file);
@@ -161,15 +257,7 @@ test('what cannot be shared is refused', async (t) => {
 
 test('what a listener throws is an uncaught exception and stops nothing', async (t) => {
   const framework = await started(t);
-  const errors = [];
-  const note = (error) => errors.push(error.message);
-  const own = process.listeners('uncaughtException');
-  process.removeAllListeners('uncaughtException');
-  process.on('uncaughtException', note);
-  t.after(() => {
-    process.removeListener('uncaughtException', note);
-    for (const listener of own) process.on('uncaughtException', listener);
-  });
+  const errors = catchUncaught(t);
   framework.on('account.userInfoChanged', () => {
     throw new Error('from a listener');
   });
@@ -177,7 +265,7 @@ test('what a listener throws is an uncaught exception and stops nothing', async 
     standin.raise('userInfoChanged', 1, 0);
     await until(() => errors.length === count, 'an exception');
   }
-  assert.deepEqual(errors, ['from a listener', 'from a listener']);
+  assert.deepEqual(String(errors), 'Error: from a listener,Error: from a listener');
 });
 
 test('disposal closes', { skip: !Symbol.asyncDispose }, async () => {

@@ -35,6 +35,12 @@ function replaceAll(from, to) {
   };
 }
 
+function cutShort(name, length, original = library) {
+  const file = altered(name, () => {}, original);
+  fs.truncateSync(file, length);
+  return file;
+}
+
 const otherMachine = (bytes) => bytes.writeUInt16LE(process.arch === 'x64' ? 183 : 62, 18);
 const notAnElf = (bytes) => bytes.fill('text', 0, 64);
 const newest = (kind) => highestVersion(library, kind);
@@ -47,7 +53,10 @@ const cases = [
     'ZEF_ARCHITECTURE',
     /linux-/,
   ],
-  ['is no library', () => altered('text.so', notAnElf), 'ZEF_ARCHITECTURE', /linux-/],
+  ['is no library', () => altered('text.so', notAnElf), 'ZEF_BAD_FILE', /libraryPath/],
+  ['is a folder', () => scratch, 'ZEF_BAD_FILE', /libraryPath/],
+  ['is cut short', () => cutShort('short.so', 60000), 'ZEF_BAD_FILE', /libraryPath/],
+  ['is cut off in its head', () => cutShort('head.so', 70), 'ZEF_BAD_FILE', /libraryPath/],
   [
     'needs a newer C library',
     () => altered('glibc.so', replaceAll(newest('GLIBC'), 'GLIBC_9.99')),
@@ -101,7 +110,7 @@ test("musl's words name the system", () => {
     'Error loading shared library ld-linux-x86-64.so.2: No such file or directory (needed by a.node)',
     'Error relocating a.node: __register_atfork: symbol not found',
   ]) {
-    const { code, remedy } = explainLoad(library, words);
+    const { code, remedy } = explainLoad('framework', library, words);
     assert.equal(code, 'ZEF_PLATFORM');
     assert.match(remedy, /Alpine/);
   }
@@ -116,8 +125,44 @@ test('the account library is missing, broken, misnamed, named, or replaced by th
   assert.deepEqual([stdout, stderr], ['ZEF_ACCOUNT_LIBRARY_MISSING\n', '']);
   await assert.rejects(init({}), failure('ZEF_ACCOUNT_LIBRARY_MISSING'));
 
-  const broken = altered('libzaccountlite.so', otherMachine);
-  await assert.rejects(init({ accountLibrary: broken }), failure('ZEF_ARCHITECTURE'));
+  // Each wrong file by its own name and with its own remedy; none of them ends the process.
+  const nowhere = path.join(scratch, 'nowhere.so');
+  const log = mock('libvemolog.so');
+  const needy = altered(
+    'needy.so',
+    replaceAll('libzaccountkeeper.so', 'libzaccountkeepxr.so'),
+    mock('libzaccountlite.so'),
+  );
+  const rows = [
+    [{ accountLibrary: nowhere }, 'ZEF_ACCOUNT_LIBRARY_MISSING', /^the account library .*nowhere/],
+    [{ accountLibrary: scratch }, 'ZEF_BAD_FILE', /^the account library .* is a folder/],
+    [
+      { accountLibrary: cutShort('cut.so', 9000, mock('libzaccountlite.so')) },
+      'ZEF_BAD_FILE',
+      /cut short/,
+    ],
+    [
+      { accountLibrary: altered('libzaccountlite.so', otherMachine) },
+      'ZEF_ARCHITECTURE',
+      /^the account/,
+    ],
+    [
+      { logLibrary: nowhere, accountLibrary: nowhere },
+      'ZEF_LOG_LIBRARY_MISSING',
+      /^the log library/,
+    ],
+    [{ logLibrary: log, accountLibrary: needy }, 'ZEF_DEPENDENCY_MISSING', /^the account .*keepxr/],
+  ];
+  for (const [options, code, message] of rows) {
+    await assert.rejects(init(options), failure(code, { message }));
+    const [finding] = diagnose(options).findings.filter((each) => each.code === code);
+    assert.match(finding.message, message);
+    const option = /^the log/.test(finding.message) ? 'logLibrary' : 'accountLibrary';
+    if (code !== 'ZEF_DEPENDENCY_MISSING' && code !== 'ZEF_ARCHITECTURE') {
+      assert.match(finding.remedy, new RegExp(option));
+    }
+    assert.doesNotMatch(finding.remedy, /libraryPath|reinstall/);
+  }
   const rename = replaceAll('libzaccountlite.so', 'libzaccountelse.so');
   diagnose({ mock: true }); // loads what the mock itself needs, which the copy does not find
   const misnamed = altered('renamed.so', rename, mock('libzaccountlite.so'));
@@ -145,14 +190,26 @@ test('a diagnosis finds what is there and names what is not', () => {
   assert.match(whole.qt.found, /^5\./);
   const lacking = diagnose();
   assert.deepEqual(
-    lacking.findings.map(({ code, remedy }) => [code, typeof remedy]),
+    lacking.findings.map(({ code, severity, remedy }) => [code, severity, typeof remedy]),
     [
-      ['ZEF_LOG_LIBRARY_MISSING', 'string'],
-      ['ZEF_ACCOUNT_LIBRARY_MISSING', 'string'],
+      ['ZEF_LOG_LIBRARY_MISSING', 'warning', 'string'],
+      ['ZEF_ACCOUNT_LIBRARY_MISSING', 'error', 'string'],
     ],
   );
+  assert.equal(lacking.ok, false);
+  assert.ok(diagnose({ accountLibrary: mock('libzaccountlite.so') }).ok); // it starts without a log
+  for (const options of [null, { moch: true }, new Map()]) {
+    assert.equal(diagnose(options).findings[0].code, 'ZEF_BAD_ARGUMENT');
+  }
   const broken = diagnose({ mock: true, libraryPath: path.join(scratch, 'nowhere.so') });
   assert.equal(broken.findings[0].code, 'ZEF_LIBRARY_MISSING');
+});
+
+test('a process that must not load addons is told so', () => {
+  const program = `require(${JSON.stringify(packageFolder)}).doctor({ mock: true })
+    .then(({ findings: [{ code, remedy }] }) => console.log(code, remedy))`;
+  const { stdout } = spawnSync(nodeProgram, ['--no-addons', '-e', program], { encoding: 'utf8' });
+  assert.match(stdout, /^ZEF_ADDONS_DISABLED start it without --no-addons/);
 });
 
 after(() => fs.rmSync(scratch, { recursive: true, force: true }));

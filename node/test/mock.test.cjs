@@ -2,8 +2,8 @@
 
 const assert = require('node:assert/strict');
 const { test } = require('node:test');
-const { mock } = require('../index.cjs');
-const { failure, started, until } = require('./support.cjs');
+const { ElectronFramework, doctor, mock } = require('../index.cjs');
+const { failure, settings, started, until } = require('./support.cjs');
 
 test('the mock does while it runs what it is told', async (t) => {
   const framework = await started(t, { initFinishedAfterMs: -1 });
@@ -38,17 +38,37 @@ test('the mock does while it runs what it is told', async (t) => {
   mock({ release: true });
   assert.equal(await first, 'refused');
 
-  for (const command of [
-    { releaseNth: 0 }, // nothing is held
-    { reset: true }, // it runs
-    { unknown: 1 },
-    { script: { logout: [{ odd: 1 }] } },
-    { signal: 'none' },
-  ]) {
-    assert.throws(() => mock(command), failure('ZEF_MOCK_REFUSED'));
-  }
   await framework.close();
   assert.deepEqual(mock({ reset: true }).scripts, {});
+});
+
+test('what the mock cannot do is refused in words', async (t) => {
+  const framework = await started(t);
+  const circular = {};
+  circular.self = circular;
+  const rows = [
+    [{ scripts: {} }, /command has no key scripts; did you mean script\?/],
+    [{ script: 'x' }, /command.script must be an object, not "x"/],
+    [{ script: { logut: {} } }, /command.script has no key logut; did you mean logout\?/],
+    [{ script: { logout: [{ odd: 1 }] } }, /command.script.logout\[0\] has no key odd$/],
+    [{ script: { logout: { times: -1 } } }, /command.script.logout.times must be 0 or more/],
+    [{ script: { logout: { times: 0.5 } } }, /times must be a whole number/],
+    [{ signal: 'account.cookieUpdated' }, /did you mean cookieUpdated\?/],
+    [{ message: { msgType: 'none' } }, /command.message.msgType is none; it must be one of enterM/],
+    [{ message: {} }, /command.message.msgType is required/],
+    [{ office: 7 }, /command.office must be an object, not 7/],
+  ];
+  for (const [command, message] of rows) {
+    assert.throws(() => mock(command), failure('ZEF_MOCK_REFUSED', { message }));
+  }
+  for (const command of [{ releaseNth: 0 }, { reset: true }]) {
+    // Nothing is held, and it runs.
+    assert.throws(() => mock(command), failure('ZEF_MOCK_REFUSED'));
+  }
+  for (const command of [null, 'x', [], new Map(), { a: 1n }, circular, { toJSON() {} }]) {
+    assert.throws(() => mock(command), failure('ZEF_BAD_ARGUMENT', { message: /^mock: / }));
+  }
+  assert.ok(await framework.call('account.getAccountListInfo')); // nothing of it was done
 });
 
 test('the mock takes every key that its description names', async (t) => {
@@ -63,6 +83,21 @@ test('the mock takes every key that its description names', async (t) => {
     ...description.MockKnowledge.properties,
     ...description.MockCommand.properties,
   };
-  const command = Object.entries(state).map(([key, { type }]) => [key, values[type] ?? {}]);
+  const command = Object.entries(state).map(([key, field]) => [
+    key,
+    field.enum?.[0] ?? values[field.type] ?? {},
+  ]);
   assert.deepEqual(mock(Object.fromEntries(command)).accounts, []);
+});
+
+test('the doctor examines from within a process, whatever runs there', async () => {
+  const [whole, lacking, wrong] = [await doctor({ mock: true }), await doctor(), await doctor(7)];
+  assert.match(whole.text, /^round trip +with the mock: started, answered, stopped in \d+ ms$/m);
+  assert.deepEqual([whole.ok, whole.findings], [true, []]);
+  assert.match(lacking.text, /^ZEF_ACCOUNT_LIBRARY_MISSING: /m);
+  assert.deepEqual([lacking.ok, lacking.roundTrip], [false, undefined]);
+  assert.deepEqual([wrong.ok, wrong.findings[0].code], [false, 'ZEF_BAD_ARGUMENT']);
+  const running = await new ElectronFramework({ mock: true }).init(settings({ accounts: [] }));
+  assert.ok((await doctor({ mock: true })).ok);
+  await running.close();
 });

@@ -53,6 +53,20 @@ async function until(condition, what, limit = 5000) {
   }
 }
 
+/** \returns what is thrown where nobody catches it, until the test ends. */
+function catchUncaught(t) {
+  const thrown = [];
+  const note = (error) => thrown.push(error);
+  const own = process.listeners('uncaughtException');
+  process.removeAllListeners('uncaughtException');
+  process.on('uncaughtException', note);
+  t.after(() => {
+    process.removeListener('uncaughtException', note);
+    for (const listener of own) process.on('uncaughtException', listener);
+  });
+  return thrown;
+}
+
 const failure = (code, more = {}) => ({ name: 'FrameworkError', code, ...more });
 
 /** The long forms of the tests run when ZEF_LONG is set. */
@@ -64,6 +78,7 @@ module.exports = {
   started,
   until,
   failure,
+  catchUncaught,
   isLong,
   isEmulated,
   nodeProgram,

@@ -1,9 +1,10 @@
 import { createPublicKey } from 'node:crypto';
 import { on, once } from 'node:events';
-import {
+import zelectronframework, {
   type AccountEntry,
   type CookieEntry,
   diagnose,
+  doctor,
   ElectronFramework,
   type EventName,
   FrameworkError,
@@ -16,6 +17,7 @@ type Equal<A, B> =
   (<T>() => T extends A ? 1 : 2) extends <T>() => T extends B ? 1 : 2 ? true : false;
 const same = <T extends true>(): T => true as T;
 
+const demo = { appName: 'a', productName: 'a', version: '1', localStoragePath: '/tmp' };
 const framework = await new ElectronFramework({ mock: true }).init({
   app: { appName: 'a', productName: 'a', version: '1', localStoragePath: '/tmp' },
   network: { proxy: { proxyType: 1 } },
@@ -86,6 +88,11 @@ try {
     FrameworkError.fromJSON(error.toJSON()).reply?.msg.length;
   }
 }
+same<Equal<typeof zelectronframework.ElectronFramework, typeof ElectronFramework>>();
+const byDefault: zelectronframework.ElectronFramework = framework;
+await byDefault.init({ app: demo }, { timeout: 5, signal: AbortSignal.timeout(5) });
+framework.prependListener('account.cookieUpdated', () => {}, { signal: AbortSignal.timeout(1) });
+(await doctor({ mock: true })).text.split('\n');
 diagnose({ mock: true }).findings.map(({ code, remedy }) => `${code} ${remedy}`);
 await using disposed = framework;
 void disposed;

@@ -116,3 +116,9 @@ mock({ script: { logout: { fail: true } } });
 mock({ signal: 'account.cookieUpdated' });
 // @ts-expect-error no such message
 mock({ message: { msgType: 'leaveMeeting' } });
+
+// limits of init
+// @ts-expect-error not a number
+framework.init({ app }, { timeout: '5s' });
+// @ts-expect-error the controller instead of its signal
+framework.init({ app }, { signal: new AbortController() });

@@ -1,0 +1,46 @@
+'use strict';
+
+const longestShown = 80;
+
+/** A name of the caller's for an error, cut off where it is very long. */
+function shown(name) {
+  const text = String(name);
+  return text.length > longestShown ? `${text.slice(0, longestShown)}…` : text;
+}
+
+/** How many characters have to be added, removed or replaced to make one word of the other. */
+function distance(one, other) {
+  let row = Array.from({ length: other.length + 1 }, (_, index) => index);
+  for (let i = 0; i < one.length; i += 1) {
+    const next = [i + 1];
+    for (let j = 0; j < other.length; j += 1) {
+      next.push(Math.min(row[j + 1] + 1, next[j] + 1, row[j] + (one[i] === other[j] ? 0 : 1)));
+    }
+    row = next;
+  }
+  return row[other.length];
+}
+
+const lastPart = (name) => name.slice(name.lastIndexOf('.') + 1);
+
+/** \returns the known name that was most likely meant, with or without its module; or undefined. */
+function nearest(name, known) {
+  if (typeof name !== 'string' || name.length > longestShown) return undefined;
+  const word = name.toLowerCase();
+  let best;
+  let most = word.length / 3; // characters that may be wrong
+  for (const candidate of known) {
+    const whole = candidate.toLowerCase();
+    const found = Math.min(distance(word, whole), distance(lastPart(word), lastPart(whole)));
+    if (found <= most) [best, most] = [candidate, found - 1];
+  }
+  return best;
+}
+
+/** The words that end the message about a name that is not known. */
+function didYouMean(name, known) {
+  const meant = nearest(name, known);
+  return meant === undefined ? '' : `; did you mean ${meant}?`;
+}
+
+module.exports = { shown, didYouMean };
