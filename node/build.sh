@@ -13,7 +13,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 # shellcheck source=tools/common.sh
 source tools/common.sh
 
-readonly versions=(18 20 22 24) foreign_version=22 tools_version=20
+readonly versions=(18 20 22 24 26) foreign_version=22 tools_version=20
 passed=0
 failed=0
 
@@ -30,8 +30,8 @@ check() {
     log=build/log/node-${what//[^A-Za-z0-9]/-}.log
     say "Testing with $what"
     (cd node && "$@") >"$log" 2>&1 </dev/null || status=$?
-    grep -hE "^# (slowest|callSync|.*(loop delay|lines and a program))" "$log" | grep -v "^# Subtest" | sed "s|^#|   |" || true
-    grep -hE -A 12 '^ *not ok ' "$log" || true
+    grep -ahE "^# (slowest|callSync|[0-9.]+ s, )" "$log" | sed "s|^#|   |" || true
+    grep -ahE -A 12 '^ *not ok ' "$log" || true
     passed=$((passed + $(count pass "$log")))
     failed=$((failed + $(count fail "$log") + $(count cancelled "$log")))
     if ((status)) && (($(count fail "$log") + $(count cancelled "$log") == 0)); then

@@ -27,19 +27,20 @@ class Masking {
     return value === undefined ? this.#known(text) : JSON.stringify(this.value(value, isSecret));
   }
 
-  value(value, isSecret, name, isTop = true, isHidden = false) {
+  /** \param mark what isSecret told of its name, or of a name above it: true, or 'whole' with all in it */
+  value(value, isSecret, name, mark = false, isTop = true) {
     if (Array.isArray(value)) {
-      return value.map((entry) => this.value(entry, isSecret, name, false, isHidden));
+      return value.map((entry) => this.value(entry, isSecret, name, mark, false));
     }
     if (typeof value === 'object' && value !== null) {
       const entries = Object.entries(value).map(([key, member]) => {
-        const hides = isHidden || isSecret(key, isTop) === 'whole';
-        return [key, this.value(member, isSecret, key, false, hides)];
+        const its = mark === 'whole' ? mark : isSecret(key, isTop);
+        return [key, this.value(member, isSecret, key, its, false)];
       });
       return Object.fromEntries(entries);
     }
     if (typeof value === 'number' || typeof value === 'string') {
-      if (value !== '' && (isHidden || isSecret(name, isTop))) return this.#hidden(name, value);
+      if (value !== '' && mark) return this.#hidden(name, value);
       // Entries of a raw reply are JSON texts themselves.
       if (typeof value === 'string') return this.text(value, isSecret);
     }

@@ -14,8 +14,9 @@ using zelectronframeworkspace::IElectronFramework;
 
 namespace {
 
-// A process ends within a second, whatever the account library is doing.
-constexpr std::chrono::milliseconds kLongestWait{500};
+// A process ends within a second, whatever the account library is doing; the framework library itself
+// waits for half a second at most.
+constexpr std::chrono::milliseconds kLongestWait{300};
 
 /// \return where the framework library was loaded from; empty when it was not.
 std::string loadedFramework()
@@ -78,6 +79,7 @@ void SharedFramework::runApart(std::function<void()> change)
     const auto count = [this](int difference) {
         const std::lock_guard<std::mutex> lock(m_changesMutex);
         m_changes += difference;
+        m_isTooSlow = m_isTooSlow && m_changes > 0;
         m_changed.notify_all();
     };
     count(1);
@@ -104,7 +106,9 @@ void SharedFramework::runApart(std::function<void()> change)
 void SharedFramework::settle()
 {
     std::unique_lock<std::mutex> lock(m_changesMutex);
-    m_changed.wait_for(lock, kLongestWait, [this] { return m_changes == 0; });
+    if (!m_isTooSlow) {
+        m_isTooSlow = !m_changed.wait_for(lock, kLongestWait, [this] { return m_changes == 0; });
+    }
 }
 
 void SharedFramework::beforeInspection()

@@ -53,8 +53,8 @@ public:
     /// Runs a join or leave on a thread of its own. Throws when there is no thread to be had.
     void runApart(std::function<void()> change);
 
-    /// Waits for what runs apart, for half a second at most: the exit of the process would destroy
-    /// what it is using. Thread: any.
+    /// Waits for what runs apart, for a moment at most and in vain only once: the exit of the process
+    /// would destroy what it is using. Thread: any.
     void settle();
 
     /// Null before the first join. Thread: any.
@@ -87,9 +87,10 @@ private:
 
     std::atomic<bool> m_isInspected{false}; // whoever loaded the framework library, it was us
 
-    std::mutex m_changesMutex; // guards m_changes
+    std::mutex m_changesMutex; // guards the other three
     std::condition_variable m_changed;
     int m_changes = 0;
+    bool m_isTooSlow = false; // what runs apart was waited for in vain
 
     Replies m_replies;
 

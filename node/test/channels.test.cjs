@@ -186,8 +186,11 @@ test('a masked context keeps its shape and no secret', async (t) => {
       { params: '{"userId":"7","extParam":{"a":{"name":"***"}}}' },
     ],
     [
-      { method: 'account.quickLogin', reply: '{"data":{"userId":"7","token":{"name":1}}}' },
-      { reply: '{"data":{"userId":"7","token":{"name":"***"}}}' },
+      {
+        method: 'account.quickLogin',
+        reply: '{"msg":"m","data":{"userId":"7","token":{"name":1}}}',
+      },
+      { reply: '{"msg":"m","data":{"userId":"7","token":{"name":"***"}}}' },
     ],
     [
       { method: 'account.logout', result: { currentUserId: '7', data: 'b' } },

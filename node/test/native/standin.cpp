@@ -10,6 +10,7 @@
 #include <thread>
 
 #include <dlfcn.h>
+#include <malloc.h>
 
 /// \file
 /// What mock() of the package cannot do for the tests: storms of events that no timer of JavaScript
@@ -119,6 +120,17 @@ napi_value storming(napi_env env, napi_callback_info)
     return number(env, storms);
 }
 
+// allocated() -> bytes that malloc has given out and not taken back
+napi_value allocated(napi_env env, napi_callback_info)
+{
+#if __GLIBC_PREREQ(2, 33)
+    const struct mallinfo2 info = mallinfo2();
+#else
+    const struct mallinfo info = mallinfo();
+#endif
+    return number(env, static_cast<double>(info.uordblks) + static_cast<double>(info.hblkhd));
+}
+
 /// The reply goes where the addon's goes first: nowhere.
 class Dropped : public zelectronframeworkspace::IElectronCallback
 {
@@ -153,11 +165,8 @@ NAPI_MODULE_INIT()
     {
         const char *name;
         napi_callback function;
-    } functions[] = {{"empty", empty},
-                     {"noCost", noCost},
-                     {"raise", raise},
-                     {"storms", storming},
-                     {"bareCall", bareCall}};
+    } functions[] = {{"empty", empty},     {"noCost", noCost},       {"raise", raise},
+                     {"storms", storming}, {"allocated", allocated}, {"bareCall", bareCall}};
     for (const auto &entry : functions) {
         napi_value value = nullptr;
         napi_create_function(env, entry.name, NAPI_AUTO_LENGTH, entry.function, nullptr, &value);
