@@ -1,8 +1,8 @@
-// node/docs/api.md: what the package's own typings, node/index.d.cts, and the description of the
-// interface say, for reading.
+// The generated parts of node/docs/api.md: from the typings of the package, node/index.d.cts, and from
+// the description of the interface.
 import { eventRows, messageRows, sentence, settingsRows, table, wrapped } from './markdown.mjs';
 
-/** The text of a doc comment, as paragraphs; what its tags say as sentences of their own. */
+/** \returns the paragraphs of a doc comment; each tag becomes one. */
 function comment(lines) {
   const text = lines
     .map((line) => line.replace(/^\s*(\/\*\*|\*\/|\*)? ?/, '').replace(/\s*\*\/$/, ''))
@@ -24,7 +24,7 @@ function comment(lines) {
 const depthOf = (text) =>
   (text.match(/[({[]/g) ?? []).length - (text.match(/[)}\]]/g) ?? []).length;
 
-/** The declarations of a text, as { words, code }: code with its body, words from the comment. */
+/** \returns the declarations of a text as { words, code }; the words are those of the comment. */
 function declarations(text) {
   const found = [];
   let words = [];
@@ -71,7 +71,7 @@ function memberRows({ code }) {
     .filter(Boolean);
 }
 
-/** Functions of a class; what has no words of its own belongs to the one before. */
+/** The members of a class; one without a comment belongs to the one before it. */
 function memberParts({ code }) {
   const parts = [];
   for (const member of declarations(bodyOf(code))) {

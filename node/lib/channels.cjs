@@ -6,8 +6,8 @@
 const { channel } = require('node:diagnostics_channel');
 
 /**
- * A traced operation: five channels, one context object for each run of it. A subscriber may have
- * frozen that object, so it is written to without throwing.
+ * A traced operation: five channels, one context object for each run of it. Writing to that object must
+ * not throw, even if a subscriber has frozen it.
  */
 class Trace {
   #start;

@@ -38,7 +38,7 @@ function inspected(options, note) {
   const framework = found('framework', libraries.library, note);
   const { folder, glibc, qt } = native().state();
   const addon = path.join(folder, 'zelectronframework.node');
-  // Without a log library the framework starts, but not with a wrong one that was named.
+  // The framework starts without a log library, but not where the options name a wrong one.
   const logLibrary = closed('log', 'libvemolog.so', libraries, note, 'warning');
   const accountLibrary = closed('account', 'libzaccountlite.so', libraries, note);
   return {
@@ -63,7 +63,7 @@ function closed(role, name, libraries, note, severity) {
     : found(role, closedLibrary(name, libraries.library), note, severity);
 }
 
-/** \returns where a library was found; otherwise undefined, after the reason was noted. */
+/** \returns the path of a library; undefined, and the reason is noted, if it cannot be loaded. */
 function found(role, file, note, severity) {
   const error = path.isAbsolute(file) ? fileError(role, file) : undefined;
   const inspection = error ? {} : native().inspect(file, true);

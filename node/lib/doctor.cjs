@@ -1,8 +1,6 @@
 'use strict';
 
-const fs = require('node:fs');
 const os = require('node:os');
-const path = require('node:path');
 const { diagnose } = require('./diagnose.cjs');
 const { FrameworkError } = require('./errors.cjs');
 const { ElectronFramework } = require('./framework.cjs');
@@ -46,27 +44,22 @@ function textOf(report) {
 
 /** Starts the framework with the mock, or joins it, asks one question on each thread, leaves it. */
 async function roundTrip() {
-  const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'zelectronframework-'));
   const start = performance.now();
-  const framework = new ElectronFramework({ mock: true });
-  try {
-    const app = { appName: 'doctor', productName: 'doctor', version, localStoragePath: folder };
-    await framework.init({ app }, { join: true, timeout: 10000 });
-    await framework.call('network.updateProxyInfo', { proxyType: 0 }, { timeout: 10000 });
-    framework.callSync('account.getAccountListInfo');
-    await framework.close();
-  } finally {
-    fs.rmSync(folder, { recursive: true, force: true });
-  }
+  const framework = new ElectronFramework({ mock: true, timeout: 10000 });
+  const app = { appName: 'doctor', productName: 'doctor', version, localStoragePath: os.tmpdir() };
+  await framework.init({ app }, { join: true, timeout: 10000 });
+  await framework.call('network.updateProxyInfo', { proxyType: 0 });
+  framework.callSync('account.getAccountListInfo');
+  await framework.close();
   return `with the mock: started, answered, stopped in ${(performance.now() - start).toFixed(0)} ms`;
 }
 
-/** A diagnosis, its `text`, and a round trip with the mock where that is tried. */
+/** \returns a diagnosis with its `text`, after a round trip with the mock if isTried() is true. */
 async function examine(options, isTried) {
   const report = diagnose(options);
-  if (isTried) {
+  if (report.addon !== undefined) {
     try {
-      report.roundTrip = await roundTrip();
+      if (isTried()) report.roundTrip = await roundTrip();
     } catch (thrown) {
       const { code, message, remedy } = FrameworkError.from(thrown);
       report.roundTrip = `with the mock: failed, ${code}`;
@@ -80,7 +73,7 @@ async function examine(options, isTried) {
   return report;
 }
 
-/** Never rejects. With the option `mock` the mock is the account library of this process from then on. */
-const doctor = (options) => examine(options, options?.mock === true);
+/** Never rejects. The option `mock` makes the mock the account library of this process for good. */
+const doctor = (options) => examine(options, () => options?.mock === true);
 
 module.exports = { doctor, examine };

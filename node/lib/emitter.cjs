@@ -85,7 +85,7 @@ class FrameworkEmitter extends EventEmitter {
     return checkedOptions(where, 'listener', options).signal;
   }
 
-  /** Adds a function of its own for each registration, which off(listener) finds as it finds one of once. */
+  /** Each registration has a function of its own, which off(listener) finds by its property `listener`. */
   #add(where, event, listener, options) {
     const signal = this.#checked(where, event, listener, options);
     if (signal?.aborted) return this;

@@ -5,7 +5,7 @@
  * there was one, `remedy` says what to do where that is known.
  */
 class FrameworkError extends Error {
-  #isOwn = true; // recognised without looking at anything that may throw
+  #isOwn = true; // unlike instanceof, a look at this never runs code of the application
 
   constructor(code, message, { method, reply, remedy, cause } = {}) {
     super(message, cause === undefined ? undefined : { cause });
@@ -31,7 +31,7 @@ class FrameworkError extends Error {
     return typeof value === 'object' && value !== null && #isOwn in value;
   }
 
-  /** Whatever was thrown, by our code or by that of a caller, as an error of ours. Never throws. */
+  /** Makes a FrameworkError of anything that was thrown, by our code or by a caller's. Never throws. */
   static from(thrown, code = 'ZEF_INTERNAL', where = undefined) {
     if (FrameworkError.#isOne(thrown)) return thrown;
     const words = wordsOf(thrown);
@@ -67,7 +67,7 @@ function callerOf(operation) {
 /** Gives an error the stack of its caller, where that can be had. Never throws. */
 function calledFrom(caller, error) {
   try {
-    // An application's Error.prepareStackTrace may give anything here, or throw.
+    // Error.prepareStackTrace of the application may return anything here, or throw.
     const [, ...frames] = caller.stack.split('\n');
     error.stack = [`${error.name}: ${error.message}`, ...frames].join('\n');
   } catch {

@@ -46,7 +46,7 @@ class ElectronFramework extends FrameworkEmitter {
     return starts.async(context, () => this.#begin(caller, request, context));
   }
 
-  /** Takes its turn. Who is not waited for any more is not started, or is stopped again. */
+  /** A start that was given up before its turn is skipped; one given up later is stopped again. */
   #begin(caller, request, context) {
     return new Promise((resolve, reject) => {
       let isGivenUp = false;
@@ -91,7 +91,7 @@ class ElectronFramework extends FrameworkEmitter {
       if (context) Reflect.set(context, 'reply', outcome);
       const failure = startFailure(outcome, libraries);
       if (failure) throw failure;
-      // Whoever came meanwhile.
+      // Those that were added while it started.
       for (const type of this.#heard(taskTypes)) this.#subscribeTask(type);
       this.#isRunning = true;
       for (const event of events) this.#followListeners(event);
@@ -102,7 +102,7 @@ class ElectronFramework extends FrameworkEmitter {
     }
   }
 
-  /** \returns for those of the names that somebody listens to the id that receives them. */
+  /** \returns [name, id that receives it] for each of the names that has listeners. */
   #early(names, receive) {
     return this.#heard(names).map((name) => {
       const id = receive(name);
@@ -111,7 +111,7 @@ class ElectronFramework extends FrameworkEmitter {
     });
   }
 
-  /** Those of the names that somebody listens to. */
+  /** The names that have listeners. */
   #heard(names) {
     return [...names].filter(
       (name) => this.listenerCount(name) > 0 || this.#taskListeners.get(name)?.size > 0,
@@ -192,7 +192,7 @@ class ElectronFramework extends FrameworkEmitter {
     }
   }
 
-  /** Listens at the library exactly while somebody listens here. */
+  /** Listens to the library while an event has listeners here, and only then. */
   #followListeners(event) {
     if (!this.#isRunning || !events.has(event)) return;
     const id = this.#listening.get(event);
@@ -227,7 +227,7 @@ class ElectronFramework extends FrameworkEmitter {
     return this.#listenToTask(type, signal, own);
   }
 
-  /** \param own takes the texts of messages; a function of this registration alone. */
+  /** \param own takes the texts of messages; each registration has one of its own. */
   #listenToTask(type, signal, own, ended) {
     const listeners = this.#taskListeners.get(type) ?? new Set();
     this.#taskListeners.set(type, listeners);
@@ -244,7 +244,7 @@ class ElectronFramework extends FrameworkEmitter {
     return subscription;
   }
 
-  /** Once in a session; that nobody listens any more costs next to nothing. */
+  /** Once in a session; it stays when the last listener has gone, which costs next to nothing. */
   #subscribeTask(type) {
     if (this.#listening.has(type)) return;
     const id = this.#receiveTask(type);
@@ -321,7 +321,7 @@ function checkTask(type) {
   throw new FrameworkError('ZEF_UNKNOWN_TASK', message);
 }
 
-/** What is rejected with where `this` is no framework: a method was taken off its object. */
+/** The error where `this` is no framework, because a method was taken off its object. */
 function detached(operation) {
   const message = `${operation}() was called without its framework: write framework.${operation}(...)`;
   return new FrameworkError('ZEF_BAD_ARGUMENT', message);

@@ -1,7 +1,7 @@
 'use strict';
 
-// What can be said of a library file before the system's loader has it: that loader ends the process
-// when it reads beyond the end of a file.
+// Examines a library file before it is loaded: where a file is cut short, the system's loader reads
+// beyond its end, which kills the process.
 
 const fs = require('node:fs');
 
@@ -18,7 +18,7 @@ function headOf(file) {
   }
 }
 
-/** How long a file has to be for what it wants to be mapped of it. */
+/** The least length of a file whose headers are these. */
 function neededLength(head) {
   const first = Number(head.readBigUInt64LE(32));
   const size = head.readUInt16LE(54);

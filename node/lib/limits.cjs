@@ -6,7 +6,7 @@ const { FrameworkError } = require('./errors.cjs');
 
 const longestTimer = 2 ** 31 - 1; // beyond it a timer of Node.js fires at once
 
-/** What the application's code throws goes to 'uncaughtException', as from any callback, and stops nothing. */
+/** Runs code of the application. What it throws goes to 'uncaughtException', as from any callback. */
 function run(listener, value) {
   try {
     listener(value);
@@ -20,9 +20,9 @@ function run(listener, value) {
 const followed = new WeakMap(); // signal -> { ends, listener }
 
 /**
- * Calls `end` with the reason when a signal aborts. However many wait for it, a signal has one listener
- * of ours, so that Node.js does not take them for a leak.
- * \returns what lets go of the signal, and never throws.
+ * Calls `end` with the reason when a signal aborts. All calls that share a signal share one listener,
+ * because Node.js warns of a leak when a signal has many.
+ * \returns a function that stops following the signal and never throws
  */
 function whenAborted(signal, end) {
   const { ends, listener } = followed.get(signal) ?? follow(signal);
@@ -56,9 +56,9 @@ function reasonOf(signal) {
 }
 
 /**
- * Calls `end` with an error when the signal of a request aborts or its time is over. Throws where they
- * cannot be followed, and when the signal has aborted already.
- * \returns what lets go of both, and never throws.
+ * Calls `end` with an error when the signal of a request aborts or its time is over. Throws when the
+ * signal has aborted already or refuses a listener.
+ * \returns a function that stops both and never throws
  */
 function startLimits(where, { method, signal, timeout = Infinity }, end) {
   const releases = [];
@@ -71,7 +71,7 @@ function startLimits(where, { method, signal, timeout = Infinity }, end) {
     new FrameworkError('ZEF_TIMEOUT', `${where}: no answer within ${timeout} ms`, { method });
   try {
     if (timeout !== Infinity) {
-      const stop = clearTimeout; // what belongs to setTimeout, which a test may replace meanwhile
+      const stop = clearTimeout; // the one that belongs to setTimeout, as a test may replace both
       const timer = setTimeout(() => end(timedOut()), Math.min(timeout, longestTimer));
       releases.push(() => run(stop, timer));
     }

@@ -9,7 +9,7 @@ const unpack = 'unpack node_modules/zelectronframework from the archive (see doc
 const beside = (name, option) =>
   `put ${name} in the same folder as libzelectronframework.so, or name the right file with the option ${option}`;
 
-/** What a file is meant to be: what it is called, its code where it is missing, what to do then. */
+/** What a file is meant to be, with the error code and the remedy for a missing one. */
 const roles = {
   addon: {
     name: 'the addon of zelectronframework',
@@ -47,7 +47,7 @@ function loadError(role, code, reason, remedy, cause) {
   return new FrameworkError(code, message, { remedy, cause });
 }
 
-/** \returns the error of a file that the loader need not even try, or undefined. */
+/** \returns the error of a file that cannot be loaded, known without trying; or undefined. */
 function fileError(role, file, cause) {
   const fault = faultOf(file);
   if (!fault) return undefined;

@@ -20,14 +20,14 @@ class Masking {
     this.#replace = replace;
   }
 
-  /** \param isSecret tells by the name of a value, and whether it is a member of the whole. */
+  /** \param isSecret is asked with the name of a value and whether it is a member of the whole. */
   text(text, isSecret) {
     if (typeof text !== 'string') return text;
     const value = parsed(text);
     return value === undefined ? this.#known(text) : JSON.stringify(this.value(value, isSecret));
   }
 
-  /** \param mark what isSecret told of its name, or of a name above it: true, or 'whole' with all in it */
+  /** \param mark the answer of isSecret for its name; 'whole' counts for everything inside too */
   value(value, isSecret, name, mark = false, isTop = true) {
     if (Array.isArray(value)) {
       return value.map((entry) => this.value(entry, isSecret, name, mark, false));
@@ -80,7 +80,7 @@ const isHarmless = among(secrets.harmless);
 const isEnvelope = among(['result', 'msg', 'data']);
 const everything = () => 'whole';
 
-/** Of what is passed on to the account library, or to a newer library's method, nobody knows it all. */
+/** Members that are not described are secret where the account library or an unknown method gets them. */
 function secretParams(method, { params, whole, described } = {}) {
   const isMarked = among(params);
   const isWhole = among(whole);
@@ -89,7 +89,7 @@ function secretParams(method, { params, whole, described } = {}) {
     isMarked(name) || ((isWhole(name) || (isTop && !isDescribed(name))) && 'whole');
 }
 
-/** Of what the account library writes, what has a name that is described nowhere may be anything. */
+/** Members whose names are described nowhere are secret where the account library writes the reply. */
 function secretData(method, { data, isOpen } = {}, isReply = false) {
   const isMarked = among(data);
   if (!isOpen && methods.has(method)) return isMarked;

@@ -2,7 +2,7 @@
 
 const longestShown = 80;
 
-/** A name of the caller's for an error, cut off where it is very long. */
+/** A name as error messages show it: a very long one is cut off. */
 function shown(name) {
   const text = String(name);
   return text.length > longestShown ? `${text.slice(0, longestShown)}…` : text;
@@ -23,7 +23,7 @@ function distance(one, other) {
 
 const lastPart = (name) => name.slice(name.lastIndexOf('.') + 1);
 
-/** \returns the known name that was most likely meant, with or without its module; or undefined. */
+/** \returns the known name that is nearest, whether the module was given or not; or undefined. */
 function nearest(name, known) {
   if (typeof name !== 'string' || name.length > longestShown) return undefined;
   const word = name.toLowerCase();
@@ -37,7 +37,7 @@ function nearest(name, known) {
   return best;
 }
 
-/** The words that end the message about a name that is not known. */
+/** \returns the end of a message about an unknown name: a suggestion, or nothing. */
 function didYouMean(name, known) {
   const meant = nearest(name, known);
   return meant === undefined ? '' : `; did you mean ${meant}?`;

@@ -1,12 +1,12 @@
 'use strict';
 
-// What callers hand in as an object: parameters, options, settings, what the mock is told.
+// Objects that callers give: parameters, options, settings, commands for the mock.
 
 const { FrameworkError } = require('./errors.cjs');
 
 const tagOf = (value) => Object.prototype.toString.call(value).slice(8, -1);
 
-/** A value in the words of an error: "an AbortSignal", "a string". */
+/** What a value is, for error messages: "an AbortSignal", "a string". */
 function kindOf(value) {
   if (value === undefined || value === null) return String(value);
   const isObject = typeof value === 'object';
@@ -16,14 +16,14 @@ function kindOf(value) {
   return `${/^[aeiou]/i.test(kind) ? 'an' : 'a'} ${kind}`;
 }
 
-/** Of no built-in kind, so that its properties are all there is to it. Of any realm. */
+/** An object literal or an instance of a class, from any realm; none of the built-in kinds. */
 function isPlain(value) {
   return typeof value === 'object' && value !== null && tagOf(value) === 'Object';
 }
 
 /**
- * \param where, what begin the words of the error, which has the code
- * \returns an object as the text of a JSON object
+ * \param code, where, what of the error
+ * \returns the JSON text of an object
  */
 function objectText(code, where, what, value) {
   try {

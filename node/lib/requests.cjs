@@ -8,8 +8,8 @@ const { checkedOptions } = require('./options.cjs');
 const { settingsText } = require('./start.cjs');
 
 /**
- * What was asked for: everything that the caller gave has been looked at, and nothing of it is looked
- * at again. Its `error` says why it is refused. Never throws.
+ * A checked copy of what a caller gave, which is not read again: the caller may change it, or its getters
+ * may throw. A refused request has an `error`. Never throws.
  */
 function requestOf(method, read) {
   try {
@@ -21,7 +21,7 @@ function requestOf(method, read) {
   }
 }
 
-/** \param options of the object: a library of its own may know methods that this package does not. */
+/** \param options of the framework; a library that they name may have methods unknown to this package */
 function callRequest(operation, method, params, options, { libraryPath, timeout }) {
   return requestOf(method, () => {
     checkMethod(operation, method, libraryPath !== undefined);

@@ -52,7 +52,7 @@ class Session {
   }
 
   /**
-   * Queues a call. Everything that can fail comes before the addon has it.
+   * Queues a call. All that can fail is done before the addon gets it.
    * \param settle is called once, with the reply or else with an error.
    */
   ask(request, settle) {

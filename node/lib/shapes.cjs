@@ -14,8 +14,8 @@ const kinds = {
 };
 
 /**
- * Refuses a value that came from JSON where it has not the shape of that name.
- * \param path names the value in the words for `refuse`
+ * Calls `refuse` with a message where a value, which came from JSON, does not have the shape of that name.
+ * \param path what messages call the value
  */
 function checkShape(name, value, path, refuse) {
   check(shapes[name], value, path, refuse);

@@ -14,13 +14,13 @@ function refuse(reason) {
   throw new FrameworkError('ZEF_SETTINGS', `init: ${reason}`);
 }
 
-/** An object with its keys in order, so that equal settings are equal texts. */
+/** For JSON.parse: puts the keys of objects in order, so that equal settings have equal texts. */
 function sorted(_key, value) {
   if (typeof value !== 'object' || value === null || Array.isArray(value)) return value;
   return Object.fromEntries(Object.entries(value).sort(([a], [b]) => (a < b ? -1 : 1)));
 }
 
-/** \returns the settings as text, after what the framework would refuse was refused in words. */
+/** Throws where the framework or the mock would not take the settings. \returns them as text. */
 function settingsText(given, isMock) {
   const settings = JSON.parse(objectText('ZEF_SETTINGS', 'init', 'settings', given), sorted);
   if (typeof settings.app !== 'object' || settings.app === null) {
@@ -70,7 +70,7 @@ function librariesOf({ mock = false, libraryPath, accountLibrary, logLibrary }) 
   };
 }
 
-/** Refuses files that are not there or that are no libraries. */
+/** Throws where a file is missing or cannot be loaded. */
 function checkLibraries({ library, closed, account }) {
   const files = [['framework', library], ...closed.map(({ role, file }) => [role, file])];
   if (path.isAbsolute(account)) files.push(['account', account]);

@@ -2,7 +2,7 @@
 
 const mostWaiting = 64 * 2 ** 20; // characters
 
-/** Messages for one `for await`: as texts, until the loop takes them. */
+/** The messages of one `for await`, kept as texts until the loop takes them. */
 class MessageLoop {
   #first = {}; // a chain of { text, next }; the last one is empty
   #last = this.#first;
@@ -32,15 +32,15 @@ class MessageLoop {
     this.#last = this.#last.next;
   }
 
-  /** Once until there is room again. */
+  /** Warns once until the loop has taken everything. */
   #warn() {
     if (this.#isFull) return;
     this.#isFull = true;
-    const message = 'task messages are dropped: a loop over tasks() has 64 MB of them to take';
+    const message = 'task messages are dropped: a loop over tasks() has not taken 64 MB of them';
     process.emitWarning(message, { code: 'ZEF_DROPPED' });
   }
 
-  /** What the loop has not taken is dropped. */
+  /** Drops what the loop has not taken. */
   end() {
     if (this.#isOver) return;
     this.#isOver = true;
@@ -61,7 +61,7 @@ class MessageLoop {
     if (text === undefined) return undefined;
     this.#first = next;
     this.#length -= text.length;
-    this.#isFull = false;
+    if (this.#length === 0) this.#isFull = false;
     return text;
   }
 

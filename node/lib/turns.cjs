@@ -2,11 +2,11 @@
 
 const { setImmediate } = require('node:timers'); // not one that a test has replaced
 
-/** Takes asynchronous steps one after the other, in the order in which they are asked for. */
+/** Runs asynchronous steps one after the other, in the order of the calls of take(). */
 class Turns {
   #waiting = [];
 
-  /** Takes a step at once where no other one is under way. \returns what the step returns. */
+  /** Runs a step at once where no other one is running or waiting. \returns what the step returns. */
   take(step) {
     return new Promise((resolve, reject) => {
       this.#waiting.push({ step, resolve, reject });
@@ -22,7 +22,7 @@ class Turns {
     );
     this.#waiting.shift();
     settle();
-    // Whoever waited for this step goes on before the next one is taken.
+    // Code that awaits this step runs before the next step does.
     if (this.#waiting.length > 0) setImmediate(() => this.#takeFirst());
   }
 }

@@ -21,10 +21,15 @@ const standin = {
   releaseAll: () => mock({ release: true }),
 };
 
-// The log files of the mock stay out of the user's own folders.
-const scratch = fs.mkdtempSync(path.join(os.tmpdir(), 'zelectronframework-test-'));
+// The log files of the mock stay out of the user's own folders. Processes that a test starts share its
+// folder, because one that is killed could not remove its own.
+const isOwner = process.env.ZEF_SCRATCH === undefined;
+process.env.ZEF_SCRATCH ??= fs.mkdtempSync(path.join(os.tmpdir(), 'zelectronframework-test-'));
+const scratch = process.env.ZEF_SCRATCH;
 process.env.XDG_STATE_HOME ??= scratch;
-process.on('exit', () => fs.rmSync(scratch, { recursive: true, force: true }));
+process.on('exit', () => {
+  if (isOwner) fs.rmSync(scratch, { recursive: true, force: true });
+});
 
 function settings(standinSettings) {
   const app = {
