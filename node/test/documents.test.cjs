@@ -21,6 +21,11 @@ const {
 
 const own = path.join(__dirname, '../node_modules');
 const tool = (file, ...args) => run(process.execPath, [path.join(own, file), ...args]);
+/** A command that begins with npx. */
+const runTool = (code) => {
+  const [, name, ...args] = code.trim().split(' ');
+  return run(path.join(own, '.bin', name), args);
+};
 const write = (name, text) => {
   fs.mkdirSync(path.dirname(path.join(app, name)), { recursive: true });
   fs.writeFileSync(path.join(app, name), text);
@@ -92,33 +97,26 @@ function checkTypes(all) {
   run(process.execPath, [path.join(own, 'typescript/bin/tsc'), ...options, ...files]);
 }
 
-/** The files of Electron's pages, in one process with a stand-in of its modules. */
+const fake = path.join(__dirname, 'fixtures/electron.cjs');
+const inElectron = `const electron = require(${JSON.stringify(fake)});\nelectron.install();\n`;
+
+/** Main process and page in one process with a stand-in of Electron's modules. */
 function runElectron() {
   const [main] = snippets('js electron-main');
-  const [preload] = snippets('js electron-preload');
   const [page] = snippets('js electron-page');
   const [quit] = snippets('js electron-quit');
   write('main.js', `${main.code}\n{ ${quit.code} }`);
-  write('preload.js', preload.code);
-  const fake = path.join(__dirname, 'fixtures/electron.cjs');
-  const program = `
-    const electron = require(${JSON.stringify(fake)});
-    electron.install();
-    require('./main.js');
-    const wait = setInterval(async () => {
-      if (!electron.bridge.framework) return;
-      clearInterval(wait);
-      global.window = { framework: electron.bridge.framework };
-      const heard = new Promise((resolve) => electron.ipcRenderer.once('framework:event', resolve));
-      ${page.code}
-      console.log(await signIn(), (await window.framework.call('utils.getLogPath')).error.code);
-      await heard; // on another thread than the answer, so in either order
-      electron.app.once('quit', () => process.exit()).quit();
-    }, 5);`;
-  assert.deepEqual(runProgram(program, 'together.cjs').trim().split('\n').sort(), [
-    'Ada NOT_ALLOWED',
-    'account.accountListInfoChanged',
-  ]);
+  const program = `${inElectron}
+    const said = new Set();
+    const { log } = console;
+    console.log = (...words) => {
+      said.add(words.join(' '));
+      if (said.size === 2) electron.app.once('quit', () => process.exit()).quit();
+    };
+    process.on('exit', () => log([...said].sort().join('\\n')));
+    Object.defineProperty(electron.bridge, 'framework', { set(framework) { ${page.code} } });
+    require('./main.js');`;
+  assert.equal(runProgram(program, 'together.cjs'), 'changed accounts\nsigned in Ada\n');
 }
 
 /** Electron reads in the archive; a folder of that name, without what is left out, does it here. */
@@ -160,9 +158,10 @@ function assertDepends(depends) {
 
 /** Builds main.js, which is the README's first program, with a bundler and runs what it made. */
 function runBundled(build, output) {
-  write('main.js', first());
+  const preload = "require('zelectronframework/electron-main').preloadFile";
+  write('main.js', `${first()}\nconsole.log(require('node:fs').existsSync(${preload}));`);
   build();
-  assert.equal(run(process.execPath, [output]), "[ 'Ada' ]\n");
+  assert.equal(run(process.execPath, [output]), "true\n[ 'Ada' ]\n");
   assert.ok(fs.statSync(path.join(app, output)).size < 10000, 'the package is in the bundle');
 }
 
@@ -190,9 +189,21 @@ const runners = {
   'js started': (all) => all.map(runStarted),
   'js method': runMethods,
   'js electron-main': runElectron,
-  'js electron-preload': () => {}, // with the main process
-  'js electron-page': () => {},
+  'js electron-page': () => {}, // with the main process
   'js electron-quit': () => {},
+  'js electron-session': ([{ code }]) => {
+    write('session.js', code);
+    const program = `${inElectron}require('./session.js');
+      setTimeout(() => console.log(Object.keys(electron.bridge.framework).join()), 5);`;
+    assert.equal(runProgram(program, 'withsession.cjs'), 'ask,cancel,on\n');
+  },
+  'sh electron-bundle': ([{ code }]) => {
+    write('preload.js', "require('zelectronframework/electron-preload');");
+    runTool(code);
+    const program = `${inElectron}electron.runPreload('dist/preload.js');
+      console.log(Object.keys(electron.bridge.framework).join());`;
+    assert.equal(runProgram(program, 'withpreload.cjs'), 'ask,cancel,on\n');
+  },
   'json electron-builder': async ([{ code }]) => {
     const [unpack] = JSON.parse(code).build.asarUnpack;
     assert.equal(await runArchived(unpack, 'builder'), "[ 'Ada' ]\n");
@@ -235,11 +246,7 @@ const runners = {
       write('vite.config.mjs', code);
       tool('vite/bin/vite.js', 'build');
     }, 'dist/main.js'),
-  'sh esbuild': ([{ code }]) =>
-    runBundled(
-      () => run(path.join(own, '.bin', code.split(' ')[1]), code.trim().split(' ').slice(2)),
-      'dist/main.js',
-    ),
+  'sh esbuild': ([{ code }]) => runBundled(() => runTool(code), 'dist/main.js'),
   'js node-test': ([{ code }]) => {
     write('accounts.node.cjs', code);
     assert.match(run(process.execPath, ['--test', 'accounts.node.cjs']), /^.*pass 1$/m);

@@ -12,6 +12,8 @@ import zelectronframework, {
   type Methods,
   type SyncMethodName,
 } from 'zelectronframework';
+import { preloadFile, servePages } from 'zelectronframework/electron-main';
+import type { ActionContext, Failure, PageBridge } from 'zelectronframework/electron-preload';
 
 type Equal<A, B> =
   (<T>() => T extends A ? 1 : 2) extends <T>() => T extends B ? 1 : 2 ? true : false;
@@ -93,6 +95,32 @@ const byDefault: zelectronframework.ElectronFramework = framework;
 await byDefault.init({ app: demo }, { timeout: 5, signal: AbortSignal.timeout(5) });
 framework.prependListener('account.cookieUpdated', () => {}, { signal: AbortSignal.timeout(1) });
 (await doctor({ mock: true })).text.split('\n');
+
+// Electron's pages
+const actions = {
+  logPath: async () => (await framework.call('utils.getLogPath')).path,
+  signOut: (userId: string, { signal }: ActionContext) =>
+    framework.call('account.logout', { userId }, { signal }),
+  signIn: async (userId?: string) => userId?.length,
+};
+const ipcMain = { handle() {}, on() {} };
+const pages = servePages<{ state: 'ready' | 'failed' }>({
+  ipcMain,
+  pages: [preloadFile],
+  actions,
+  failureOf: (error): Failure => ({ code: 'OURS', message: String(error) }),
+});
+pages.send('state', 'ready');
+declare const bridge: PageBridge<typeof actions, { state: 'ready' | 'failed' }>;
+const end: () => void = bridge.on('state', (state) => state === 'ready');
+end();
+const answer = await bridge.ask('logPath');
+if (answer.ok) same<Equal<typeof answer.data, string>>();
+else same<Equal<typeof answer.error, Failure>>();
+bridge.ask('signOut', '7', 'a key');
+bridge.ask('signIn');
+bridge.cancel('a key');
+
 diagnose({ mock: true }).findings.map(({ code, remedy }) => `${code} ${remedy}`);
 await using disposed = framework;
 void disposed;

@@ -1,5 +1,7 @@
 // Each line below a directive must not compile; one that does is an error of its own.
 import { diagnose, ElectronFramework, FrameworkError, mock } from 'zelectronframework';
+import { servePages } from 'zelectronframework/electron-main';
+import type { PageBridge } from 'zelectronframework/electron-preload';
 
 const framework = new ElectronFramework();
 const app = { appName: 'a', productName: 'a', version: '1', localStoragePath: '/tmp' };
@@ -122,3 +124,17 @@ mock({ message: { msgType: 'leaveMeeting' } });
 framework.init({ app }, { timeout: '5s' });
 // @ts-expect-error the controller instead of its signal
 framework.init({ app }, { signal: new AbortController() });
+// Electron's pages
+declare const bridge: PageBridge<{ signOut(userId: string): void }, { state: string }>;
+// @ts-expect-error no such action
+bridge.ask('signIn');
+// @ts-expect-error the value is missing
+bridge.ask('signOut');
+// @ts-expect-error a text is meant
+bridge.ask('signOut', 7);
+// @ts-expect-error no such channel
+bridge.on('event', () => {});
+// @ts-expect-error the actions are missing
+servePages({ ipcMain: { handle() {}, on() {} }, pages: [] });
+// @ts-expect-error not Electron's ipcMain
+servePages({ ipcMain: {}, pages: [], actions: {} });
