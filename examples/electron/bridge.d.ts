@@ -1,22 +1,12 @@
-// What crosses between the main process and the page: plain objects only.
-import type {
-  AccountEntry,
-  EventName,
-  Finding,
-  MeetingMessage,
-  NoAccountEntry,
-} from 'zelectronframework';
+// What the page finds as `framework`, and what crosses: plain values only.
+import type { EventName, MeetingMessage } from 'zelectronframework';
+import type { Failure, PageBridge } from 'zelectronframework/electron-preload';
+import type { actionsOf } from './actions.js';
 
-/** A sentence for the user, and a code to ask for help with. */
-export interface Failure {
-  code: string;
-  message: string;
-}
-
-/** Why the framework did not start; the findings are those of the package's doctor. */
+/** Why the framework did not start: for users, and details for those who help them. */
 export interface StartFailure extends Failure {
-  remedy?: string;
-  findings: Finding[];
+  remedy: string;
+  details: string[];
 }
 
 export type State =
@@ -24,34 +14,13 @@ export type State =
   | { phase: 'ready' }
   | { phase: 'failed'; error: StartFailure };
 
-export type Answer<Data> = { ok: true; data: Data } | { ok: false; error: Failure };
-
-/** What a page may ask for, by name; see actions.js. */
-export interface Actions {
-  accounts(): (AccountEntry | NoAccountEntry)[];
-  signIn(): void;
-  signInWithCode(code: string): void;
-  switchAccount(userId: string): void;
-  signOut(userId: string): void;
-  reportStatus(isInMeeting: boolean): void;
-}
-
-export interface Bridge {
-  /** Never rejects. */
-  ask<Name extends keyof Actions>(
-    name: Name,
-    ...values: Parameters<Actions[Name]>
-  ): Promise<Answer<ReturnType<Actions[Name]>>>;
-  /** Gives the state now and every later one. */
-  onState(listener: (state: State) => void): void;
-  onEvent(listener: (name: EventName) => void): void;
-  onMeeting(listener: (message: MeetingMessage) => void): void;
-  /** After a start that failed. */
-  tryAgain(): void;
+/** What the main process sends, by channel. */
+export interface Messages {
+  state: State;
+  event: EventName;
+  meeting: MeetingMessage;
 }
 
 declare global {
-  interface Window {
-    bridge: Bridge;
-  }
+  var framework: PageBridge<ReturnType<typeof actionsOf>, Messages>;
 }

@@ -1,15 +1,17 @@
 // The main process owns the framework and the window. The window comes first, so that a start that
-// fails is seen; pages reach the framework through the actions in actions.js and nothing else.
+// fails is seen; the page reaches the framework through the actions in actions.js and nothing else.
 'use strict';
 
 const path = require('node:path');
-const { fileURLToPath } = require('node:url');
-const { app, BrowserWindow, ipcMain, session } = require('electron');
-const { ElectronFramework, FrameworkError, diagnose } = require('zelectronframework');
-const { actionsOf, failureOf } = require('./actions.js');
+const { app, BrowserWindow, ipcMain, nativeTheme, session } = require('electron');
+const { ElectronFramework, diagnose } = require('zelectronframework');
+const { preloadFile, servePages } = require('zelectronframework/electron-main');
+const { actionsOf } = require('./actions.js');
+const { failureOf, startFailureOf } = require('./failures.js');
 
-/** @import { MeetingMessage, EventName } from 'zelectronframework' */
-/** @import { State } from './bridge.js' */
+/** @import { EventName, MeetingMessage } from 'zelectronframework' */
+/** @import { Pages } from 'zelectronframework/electron-main' */
+/** @import { Messages, State } from './bridge.js' */
 
 const pageFile = path.join(__dirname, 'page.html');
 const quitLimit = 3000; // milliseconds that the account library has to finish its work
@@ -25,32 +27,43 @@ const eventNames = [
   'account.cookieUpdated',
 ];
 
-/** @type {ElectronFramework | undefined} */
+/** @type {ElectronFramework} */
 let framework;
 /** @type {BrowserWindow | undefined} */
 let window;
 /** @type {State} */
 let state = { phase: 'starting' };
 
-/** @param {string} channel @param {unknown} value */
-function send(channel, value) {
-  if (window && !window.isDestroyed()) window.webContents.send(channel, value);
-}
+/** @type {Pages<Messages>} */
+const pages = servePages({
+  ipcMain,
+  pages: [pageFile],
+  actions: actionsOf({
+    framework: () => framework,
+    sendState: () => pages.send('state', state),
+    tryAgain() {
+      if (state.phase === 'failed') startFramework();
+    },
+  }),
+  failureOf,
+});
 
 /** @param {State} next */
 function enter(next) {
   state = next;
-  send('state', state);
+  pages.send('state', state);
 }
 
 async function startFramework() {
   enter({ phase: 'starting' });
   // In development the mock takes the place of the account library.
   const options = { mock: process.env.ZEF_MOCK === '1', timeout: 60000 };
-  const started = new ElectronFramework(options);
-  for (const name of eventNames) started.on(name, () => send('event', name));
+  framework = new ElectronFramework(options);
+  // Before init, so that nothing is missed.
+  for (const name of eventNames) framework.on(name, () => pages.send('event', name));
+  framework.onTask('meetingDataChangeTask', followOfficeSuite);
   try {
-    await started.init({
+    await framework.init({
       app: {
         appName: app.getName(),
         productName: app.getName(),
@@ -58,29 +71,22 @@ async function startFramework() {
         localStoragePath: app.getPath('userData'),
       },
     });
-    started.onTask('meetingDataChangeTask', (message) => followOfficeSuite(started, message));
+    enter({ phase: 'ready' });
   } catch (error) {
     console.error(error);
-    await started.close();
-    const { code, remedy } = error instanceof FrameworkError ? error : { code: 'INTERNAL' };
-    const message = error instanceof FrameworkError ? error.message.split('\n')[0] : '';
-    enter({
-      phase: 'failed',
-      error: { code, message, remedy, findings: diagnose(options).findings },
-    });
-    return;
+    await framework.close();
+    enter({ phase: 'failed', error: startFailureOf(error, diagnose(options), app.isPackaged) });
   }
-  framework = started;
-  enter({ phase: 'ready' });
 }
 
-/** @param {ElectronFramework} running @param {MeetingMessage} message */
-async function followOfficeSuite(running, message) {
-  send('meeting', message);
+/** @param {MeetingMessage} message */
+async function followOfficeSuite(message) {
+  pages.send('meeting', message);
+  if (message.dataType === 'enterMeeting') showWindow();
   if (message.dataType !== 'closeMeetingApp') return;
-  const limit = { timeout: quitLimit };
   if (message.data.logoutAccount) {
-    await running.call('account.logout', undefined, limit).catch(console.error);
+    const limit = { timeout: quitLimit };
+    await framework.call('account.logout', undefined, limit).catch(console.error);
   }
   app.quit();
 }
@@ -90,50 +96,33 @@ function createWindow() {
     width: 980,
     height: 720,
     minWidth: 420,
+    autoHideMenuBar: true,
     title: 'Meeting application',
-    webPreferences: { preload: path.join(__dirname, 'preload.js') },
+    backgroundColor: nativeTheme.shouldUseDarkColors ? '#12161b' : '#f4f6f9', // as in page.css
+    webPreferences: { preload: preloadFile },
+  });
+  window.on('closed', () => {
+    window = undefined;
   });
   window.webContents.on('will-navigate', (event) => event.preventDefault());
   window.webContents.setWindowOpenHandler(() => ({ action: 'deny' }));
   return window.loadFile(pageFile);
 }
 
-/** Only our own page may ask, not a frame or a page that somebody brought it to show. */
-function listenToPage() {
-  const actions = actionsOf(() => framework);
-  /** @param {Electron.IpcMainInvokeEvent | Electron.IpcMainEvent} event */
-  const isOurs = ({ senderFrame }) =>
-    senderFrame?.url.startsWith('file:') && fileURLToPath(senderFrame.url) === pageFile;
-  ipcMain.handle('ask', async (event, name, ...values) => {
-    if (!isOurs(event)) return { ok: false, error: { code: 'NOT_ALLOWED', message: '' } };
-    try {
-      return { ok: true, data: await actions(name, values) };
-    } catch (error) {
-      return { ok: false, error: failureOf(error) };
-    }
-  });
-  ipcMain.on('ready-for-state', (event) => {
-    if (isOurs(event)) send('state', state);
-  });
-  ipcMain.on('try-again', (event) => {
-    if (isOurs(event) && state.phase === 'failed') startFramework();
-  });
-}
-
-async function start() {
-  await app.whenReady();
-  session.defaultSession.setPermissionRequestHandler((_contents, _permission, answer) =>
-    answer(false),
-  );
-  listenToPage();
-  await createWindow();
-  await startFramework();
-}
-
 function showWindow() {
   if (!window) return;
   if (window.isMinimized()) window.restore();
   window.focus();
+}
+
+async function start() {
+  await app.whenReady();
+  session.defaultSession.setPermissionCheckHandler(() => false);
+  session.defaultSession.setPermissionRequestHandler((_contents, _permission, answer) =>
+    answer(false),
+  );
+  await createWindow();
+  await startFramework();
 }
 
 // Nothing has to be closed for a clean quit; this lets the account library finish, for a while.
