@@ -5,17 +5,17 @@
 #include <optional>
 #include <string>
 
-/// JSON text, and text of others made fit for a terminal.
+/// JSON text, and untrusted text made safe for a terminal.
 namespace zefhost {
 
 /// Keeps the order in which keys were read.
 using Json = nlohmann::ordered_json;
 
-/// The text in valid UTF-8, without anything that a terminal would obey: control characters and
+/// The text in valid UTF-8, without anything that a terminal interprets: control characters and
 /// marks that change the direction of writing become escapes. Line breaks stay on request.
 std::string printable(const std::string &text, bool keepLineBreaks = false);
 
-/// UTF-8 of wide text; what is no character is left for the functions here to replace.
+/// UTF-8 of wide text; what is no character becomes U+FFFD.
 std::string utf8(const std::wstring &text);
 
 /// Readable JSON over several lines, safe to print.

@@ -64,21 +64,6 @@ inline void putQuote(Strings strings, char *&out)
     *out++ = '"';
 }
 
-inline void putNonAscii(uint code, char *&out)
-{
-    if (code < 0x800) {
-        *out++ = char(0xc0 | code >> 6);
-    } else if (code < 0x10000) {
-        *out++ = char(0xe0 | code >> 12);
-        *out++ = char(0x80 | (code >> 6 & 0x3f));
-    } else {
-        *out++ = char(0xf0 | code >> 18);
-        *out++ = char(0x80 | (code >> 12 & 0x3f));
-        *out++ = char(0x80 | (code >> 6 & 0x3f));
-    }
-    *out++ = char(0x80 | (code & 0x3f));
-}
-
 /// Writes one character, possibly a surrogate pair, in at most seven bytes. Returns where the next
 /// begins.
 inline const ushort *putCharacter(const ushort *at, const ushort *end, Strings strings, char *&out)
@@ -91,9 +76,9 @@ inline const ushort *putCharacter(const ushort *at, const ushort *end, Strings s
             *out++ = char(unit);
         }
     } else if (!QChar::isSurrogate(unit)) {
-        putNonAscii(unit, out);
+        encodeUtf8(unit, out);
     } else if (QChar::isHighSurrogate(unit) && at != end && QChar::isLowSurrogate(*at)) {
-        putNonAscii(QChar::surrogateToUcs4(unit, *at++), out);
+        encodeUtf8(QChar::surrogateToUcs4(unit, *at++), out);
     } else {
         putEscaped(unit, 'u', strings, out);
     }
@@ -111,7 +96,7 @@ inline const uchar *putCharacter(const uchar *at, const uchar *end, Strings stri
     uint code = 0;
     const int length =
         decodeUtf8(reinterpret_cast<const char *>(at), reinterpret_cast<const char *>(end), code);
-    putNonAscii(length ? code : uint(QChar::ReplacementCharacter), out);
+    encodeUtf8(length ? code : uint(QChar::ReplacementCharacter), out);
     return at + std::max(length, 1);
 }
 

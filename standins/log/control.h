@@ -24,12 +24,11 @@ class LogControl
 public:
     virtual ~LogControl() = default;
 
-    /// Forgets what was recorded and restores every setting below to its default; what is recorded
-    /// stays as it is.
+    /// Clears the records and restores every setting below to its default, except setRecording.
     virtual void reset() = 0;
 
-    /// Whether lines and calls are kept for lines() and calls(); off at first, so that a process
-    /// that runs for long does not grow.
+    /// Whether lines and calls are kept for lines() and calls(), the last 10,000 of each. Off at first,
+    /// so that the memory of a long-running process does not grow.
     virtual void setRecording(bool recording) = 0;
 
     /// Where the log files go, UTF-8; created with its sub-directory at the next use. Empty
@@ -48,10 +47,7 @@ public:
     /// While set, every export but this control throws when it has done its work.
     virtual void setThrowing(bool throwing) = 0;
 
-    /// Makes every writeMsg wait this long before it returns. For shutdown tests.
-    virtual void setDelayMilliseconds(int milliseconds) = 0;
-
-    /// The lines recorded so far, in order of arrival.
+    /// The recorded lines, in order of arrival.
     virtual std::vector<LogLine> lines() const = 0;
 
     /// The recorded calls of all other exports, in order, as "name" or "name argument" in UTF-8, for example

@@ -18,7 +18,7 @@ void guarded(Function function)
     try {
         function(LogStore::instance());
     } catch (...) {
-        // Logging has nobody to tell: the line or the name is lost and the caller goes on.
+        // A failure to log cannot be reported: the line or the name is lost, and the caller continues.
     }
     errno = savedErrno;
     if (LogStore::instance().isThrowing()) {

@@ -6,7 +6,6 @@
 #include <cstdlib>
 
 #include <fcntl.h>
-#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -16,26 +15,11 @@ namespace {
 
 constexpr std::size_t kMostBytes = 10000000;
 
-/// Of the environment only an absolute path counts, as the base directory rules have it.
+/// Relative paths in the environment are ignored, as for all base directories.
 std::string absoluteFromEnvironment(const char *name)
 {
     const char *value = secure_getenv(name);
     return value && *value == '/' ? value : "";
-}
-
-std::string homeDirectory()
-{
-    std::string home = absoluteFromEnvironment("HOME");
-    if (!home.empty()) {
-        return home;
-    }
-    char buffer[4096];
-    passwd entry{};
-    passwd *found = nullptr;
-    if (getpwuid_r(getuid(), &entry, buffer, sizeof buffer, &found) != 0 || !found) {
-        return {};
-    }
-    return found->pw_dir && *found->pw_dir == '/' ? found->pw_dir : "";
 }
 
 bool isFolder(const std::string &path)
@@ -52,7 +36,7 @@ std::string defaultBaseDirectory(const std::string &product)
 {
     std::string state = absoluteFromEnvironment("XDG_STATE_HOME");
     if (state.empty()) {
-        const std::string home = homeDirectory();
+        const std::string home = absoluteFromEnvironment("HOME");
         if (home.empty()) {
             return {};
         }
@@ -89,7 +73,7 @@ bool makeFolder(const std::string &path)
 void LogFile::open(const std::string &path)
 {
     close();
-    // Neither a link nor a pipe that somebody put in the file's place is followed or waited for.
+    // Does not follow a symbolic link and does not block on a pipe in place of the file.
     const int descriptor =
         ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK,
                S_IRUSR | S_IWUSR);

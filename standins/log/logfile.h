@@ -4,8 +4,8 @@
 
 namespace vemolog {
 
-/// The folder that logs lie in by default: below the user's state directory, one folder deeper for
-/// each product, "unnamed" without one. Empty when the user has no home.
+/// The default folder of log files, in the user's state directory: one for each product, "unnamed"
+/// without a product. Empty when the user has no home.
 std::string defaultBaseDirectory(const std::string &product);
 
 /// The file name of the running program, or "unknown".
@@ -15,8 +15,8 @@ std::string executableName();
 /// is empty or some part cannot be made.
 bool makeFolder(const std::string &path);
 
-/// One log file, opened for appending. Not safe for several threads: its user locks. A file of 10 MB
-/// is renamed to the same name with ".1" behind it, over an earlier one, and a new one begun.
+/// One log file, opened for appending. Not thread-safe: its user holds a lock. A file that has reached
+/// 10 MB is renamed with the suffix ".1", replacing an earlier one, and a new file is started.
 ///
 /// Nothing here throws or reports: a line that cannot be written is lost, and the next one starts
 /// on a line of its own.

@@ -2,12 +2,10 @@
 
 #include "text.h"
 
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <memory>
-#include <thread>
 
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -18,6 +16,8 @@ using zefstandin::LogLine;
 using Lock = std::lock_guard<std::mutex>;
 
 namespace {
+
+constexpr std::size_t kMostRecords = 10000;
 
 std::wstring textOrEmpty(const wchar_t *text)
 {
@@ -55,19 +55,11 @@ void LogStore::write(const wchar_t *level, const wchar_t *module, const wchar_t 
     if (m_isSilent) {
         return;
     }
-    {
-        LogLine line{textOrEmpty(level), textOrEmpty(module), textOrEmpty(message),
-                     syscall(SYS_gettid)};
-        const Lock lock(m_mutex);
-        writeToFile(line);
-        if (m_isRecording) {
-            m_lines.push_back(std::move(line));
-        }
-    }
-    const int delay = m_delayMilliseconds;
-    if (delay > 0) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(delay));
-    }
+    LogLine line{textOrEmpty(level), textOrEmpty(module), textOrEmpty(message),
+                 syscall(SYS_gettid)};
+    const Lock lock(m_mutex);
+    writeToFile(line);
+    record(m_lines, std::move(line));
 }
 
 void LogStore::writeToFile(const LogLine &line)
@@ -85,17 +77,22 @@ void LogStore::writeToFile(const LogLine &line)
                   escapedField(line.module) + ' ' + escapedMessage(line.message) + '\n');
 }
 
-void LogStore::record(std::string call)
+template <typename Entry>
+void LogStore::record(std::deque<Entry> &list, Entry entry)
 {
-    if (m_isRecording) {
-        m_calls.push_back(std::move(call));
+    if (!m_isRecording) {
+        return;
+    }
+    list.push_back(std::move(entry));
+    if (list.size() > kMostRecords) {
+        list.pop_front();
     }
 }
 
 void LogStore::setLogName(const wchar_t *name)
 {
     const Lock lock(m_mutex);
-    record(callText("explicitDefineLogName", name));
+    record(m_calls, callText("explicitDefineLogName", name));
     m_logName = fileName(name, "log");
     m_file.close();
     // By default the product's name, which is part of the path, comes right after this one.
@@ -107,7 +104,7 @@ void LogStore::setLogName(const wchar_t *name)
 void LogStore::setProductName(const wchar_t *name)
 {
     const Lock lock(m_mutex);
-    record(callText("explicitDefineProductNameForLogPath", name));
+    record(m_calls, callText("explicitDefineProductNameForLogPath", name));
     m_product = fileName(name, "");
     m_file.close();
     makeFolders();
@@ -116,14 +113,14 @@ void LogStore::setProductName(const wchar_t *name)
 void LogStore::aboutToQuit()
 {
     const Lock lock(m_mutex);
-    record("onAboutToQuit");
+    record(m_calls, std::string("onAboutToQuit"));
     m_file.close();
 }
 
 const wchar_t *LogStore::savePath()
 {
     const Lock lock(m_mutex);
-    record("getVemoLogSavePath");
+    record(m_calls, std::string("getVemoLogSavePath"));
     makeFolders();
     const std::string base = baseDirectory();
     if (m_savePathIsNull || base.empty()) {
@@ -137,7 +134,7 @@ std::string LogStore::baseDirectory() const
     return m_givenBase.empty() ? defaultBaseDirectory(m_product) : m_givenBase;
 }
 
-/// Returns the folder that the file lies in, or nothing when it is not made.
+/// Returns the folder of the file; empty when it could not be created.
 std::string LogStore::makeFolders() const
 {
     if (m_isSilent) {
@@ -153,7 +150,7 @@ std::string LogStore::makeFolders() const
 void LogStore::reset()
 {
     m_isSilent = false;
-    m_delayMilliseconds = 0;
+    m_isThrowing = false;
     const Lock lock(m_mutex);
     m_file.forget();
     m_lines.clear();
@@ -165,8 +162,8 @@ void LogStore::reset()
 
 void LogStore::setBaseDirectory(const std::string &directory)
 {
-    // A relative one is meant from here, also when the process moves to another folder later. Not
-    // by std::filesystem, which older C++ libraries lack.
+    // A relative path is resolved now, because the working directory may change. Not by
+    // std::filesystem, which older C++ libraries lack.
     const std::string given(directory, 0, directory.find('\0')); // as the system reads it
     const bool isRelative = !given.empty() && given.front() != '/';
     const std::unique_ptr<char, decltype(&std::free)> here(
@@ -184,32 +181,16 @@ void LogStore::setSubdirectoryMissing(bool missing)
     m_file.close();
 }
 
-void LogStore::setSavePathNull(bool null)
-{
-    const Lock lock(m_mutex);
-    m_savePathIsNull = null;
-}
-
-void LogStore::setSilent(bool silent)
-{
-    m_isSilent = silent;
-}
-
-void LogStore::setDelayMilliseconds(int milliseconds)
-{
-    m_delayMilliseconds = milliseconds;
-}
-
 std::vector<LogLine> LogStore::lines() const
 {
     const Lock lock(m_mutex);
-    return m_lines;
+    return {m_lines.begin(), m_lines.end()};
 }
 
 std::vector<std::string> LogStore::calls() const
 {
     const Lock lock(m_mutex);
-    return m_calls;
+    return {m_calls.begin(), m_calls.end()};
 }
 
 std::string LogStore::currentFile() const

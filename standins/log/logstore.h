@@ -4,6 +4,7 @@
 #include "logfile.h"
 
 #include <atomic>
+#include <deque>
 #include <mutex>
 #include <set>
 
@@ -11,8 +12,8 @@ namespace vemolog {
 
 /// What the log library knows: its names, its file, its record and the settings of the control.
 ///
-/// There is one, made at first use and never deleted, so that a thread that still logs while the
-/// process exits finds it whole. All functions are callable from any thread.
+/// There is one, made at first use and never deleted, so that threads can still log while the process
+/// exits. All functions are callable from any thread.
 class LogStore final : public zefstandin::LogControl
 {
 public:
@@ -30,10 +31,9 @@ public:
     void setRecording(bool recording) override { m_isRecording = recording; }
     void setBaseDirectory(const std::string &directory) override;
     void setSubdirectoryMissing(bool missing) override;
-    void setSavePathNull(bool null) override;
-    void setSilent(bool silent) override;
+    void setSavePathNull(bool null) override { m_savePathIsNull = null; }
+    void setSilent(bool silent) override { m_isSilent = silent; }
     void setThrowing(bool throwing) override { m_isThrowing = throwing; }
-    void setDelayMilliseconds(int milliseconds) override;
     std::vector<zefstandin::LogLine> lines() const override;
     std::vector<std::string> calls() const override;
     std::string currentFile() const override;
@@ -45,7 +45,8 @@ private:
     std::string baseDirectory() const;
     std::string makeFolders() const;
     void writeToFile(const zefstandin::LogLine &line);
-    void record(std::string call);
+    template <typename Entry>
+    void record(std::deque<Entry> &list, Entry entry);
 
     /// Guards everything below it; held over no call out of the library.
     mutable std::mutex m_mutex;
@@ -54,15 +55,14 @@ private:
     std::string m_product;
     std::string m_givenBase;
     std::set<std::wstring> m_savePaths; ///< all that were ever handed out
-    std::vector<zefstandin::LogLine> m_lines;
-    std::vector<std::string> m_calls;
+    std::deque<zefstandin::LogLine> m_lines;
+    std::deque<std::string> m_calls;
     bool m_subdirectoryIsMissing = false;
-    bool m_savePathIsNull = false;
 
     std::atomic<bool> m_isRecording{false};
+    std::atomic<bool> m_savePathIsNull{false};
     std::atomic<bool> m_isSilent{false};
     std::atomic<bool> m_isThrowing{false};
-    std::atomic<int> m_delayMilliseconds{0};
 };
 
 } // namespace vemolog

@@ -28,6 +28,8 @@ private Q_SLOTS:
     void namesStayBelowTheBase();
     void filesAreForTheUserAlone();
     void filesRotate();
+    void resetEndsEveryMode();
+    void recordsAreBounded();
 
 private:
     void write(const QString &message, const QString &level = "Info");
@@ -188,6 +190,28 @@ void tst_LogStandin::filesRotate()
     }
     QCOMPARE(QFileInfo(currentFile()).size() / 1000000, 5);
     QCOMPARE(QFileInfo(currentFile() + ".1").size() / 1000000, 10);
+}
+
+void tst_LogStandin::resetEndsEveryMode()
+{
+    m_control->setThrowing(true);
+    m_control->setSilent(true);
+    m_control->reset();
+    m_control->setBaseDirectory(m_base->path().toStdString());
+    write("written"); // and not thrown
+    QCOMPARE(fileLines().size(), 1);
+}
+
+void tst_LogStandin::recordsAreBounded()
+{
+    m_control->setRecording(true);
+    for (int i = 0; i <= 10000; ++i) {
+        write(QString::number(i));
+    }
+    const std::vector<zefstandin::LogLine> lines = m_control->lines();
+    m_control->setRecording(false);
+    QCOMPARE(lines.size(), std::size_t(10000));
+    QCOMPARE(lines.front().message, std::wstring(L"1"));
 }
 
 QTEST_APPLESS_MAIN(tst_LogStandin)
