@@ -12,8 +12,8 @@
 /// opening libzaccountlite.so itself keeps the stand-in loaded as well. Either way the control
 /// works before the first run, during it and after it.
 ///
-/// Texts are UTF-8, maps are texts of one JSON object. README.md beside this file gives the shapes
-/// of scripts and states.
+/// Texts are UTF-8, maps are texts of one JSON object. interface/mock.json describes scripts and
+/// states.
 
 namespace zefstandin {
 
@@ -35,7 +35,7 @@ enum class MessageContext {
 /// One call that reached the library.
 struct Call
 {
-    std::string name;        ///< as in calls(), without the argument
+    std::string name;
     std::string argument;    ///< JSON object, plain text or empty
     std::string appIds;      ///< "submit" only: joined with ","
     bool hasContext = false; ///< "submit" and "registerMessageTask": the context was not null
@@ -74,10 +74,14 @@ public:
     /// \return false when the text is not a JSON object.
     virtual bool setState(const std::string &json) = 0;
 
-    /// The present state as JSON object: "currentUserId", "accounts", "users", "office", "domains",
+    /// The current state as a JSON object: "currentUserId", "accounts", "users", "office", "domains",
     /// "settings" (those given to init), "meetingStatus" (last report) and "running". After uninit:
     /// "running" false, the others as they were.
     virtual std::string state() const = 0;
+
+    /// What texts may hold, as a JSON object of lists: the "operations", and the keys of a "script", of
+    /// the "settings" (their "standin" object) and of a "command".
+    virtual std::string vocabulary() const = 0;
 
     /// Random misbehaviour of everything but the initialisation, repeatable by its seed; 0 ends it.
     virtual void setHostile(unsigned seed) = 0;
@@ -85,8 +89,8 @@ public:
     /// For measurements: operations cost next to nothing, are not recorded and answer at once.
     virtual void setNoCost(bool noCost) = 0;
 
-    /// Whether calls and answers are recorded. Off at first, so that a process that runs for long
-    /// does not grow.
+    /// Whether calls are recorded. Off at first, so that the memory of a long-running
+    /// process does not grow.
     virtual void setRecording(bool recording) = 0;
 
     /// Raises a signal of the notifier by its name, for example "cookieUpdated".
@@ -124,22 +128,14 @@ public:
     /// Gives all held answers as planned. \return how many.
     virtual int releaseAll(Thread thread) = 0;
 
-    /// Forgets all held answers without giving them.
-    virtual void dropHeld() = 0;
+    /// The calls so far, in order: of "InitInterface", "init", "getScheduler", "submit
+    /// grantAuthorizeCodeOffice", "loginCallback", "uninit". At most 200,000 are kept, the first ones.
+    virtual std::vector<Call> calls() const = 0;
 
-    /// The calls so far, in order, as "name" or "name argument": "InitInterface", "init",
-    /// "getScheduler", "submit grantAuthorizeCodeOffice {json}", "loginCallback {json}", "uninit".
-    virtual std::vector<std::string> calls() const = 0;
+    /// How many exceptions the caller's function objects have thrown into the library since reset().
+    virtual long exceptions() const = 0;
 
-    /// The same calls with their particulars. At most 200,000 are kept, the first ones.
-    virtual std::vector<Call> callRecords() const = 0;
-
-    /// The answers given, in order: "grantAuthorizeCodeOffice 50 false" (status and what the
-    /// callback returned), "loginCallback ok" (the reply's result), "meetingDataChanged true",
-    /// "collect"; ending in " threw" instead when an exception came out.
-    virtual std::vector<std::string> answers() const = 0;
-
-    /// Forgets calls and answers.
+    /// Forgets the calls.
     virtual void clearRecords() = 0;
 
     /// Waits until nothing is queued or being delivered; held answers and timelines do not count.
@@ -159,9 +155,9 @@ extern "C" zefstandin::AccountControl *zefAccountStandinControl();
 ///             raise), "message" (of the office suite), "collect" (object to hand out), "release"
 ///             (true: gives all held answers), "releaseNth" (gives the one at that place in
 ///             "held", from 0) and "reset" (true: reset() before anything else, unless a
-///             library runs). What arrives does so on a library thread.
-/// \return JSON text that the caller gives to free(): {"error": text}, which says what was not
-///         done; or state() with "scripts" (operation to number of calls that its script is still
-///         for, -1 for all), "held" (names of the operations whose answers are held) and "busy"
-///         (something is queued or being delivered).
+///             library runs). Deliveries are made on a library thread.
+/// \return JSON text that the caller gives to free(): {"error": text} with the reason for which the
+///         command failed; or state() with "scripts" (operation to number of calls that its script
+///         is still for, -1 for all), "held" (names of the operations whose answers are held) and
+///         "busy" (something is queued or being delivered).
 extern "C" char *zefAccountStandinCommand(const char *json);

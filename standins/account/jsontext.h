@@ -24,4 +24,13 @@ inline QByteArray compactJson(const QVariantMap &map)
     return QJsonDocument(QJsonObject::fromVariantMap(map)).toJson(QJsonDocument::Compact);
 }
 
+/// The first map with the members of the second one put over its own.
+inline QVariantMap merged(QVariantMap map, const QVariantMap &over)
+{
+    for (auto it = over.cbegin(); it != over.cend(); ++it) {
+        map.insert(it.key(), it.value());
+    }
+    return map;
+}
+
 } // namespace zefstandin

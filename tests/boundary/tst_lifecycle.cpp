@@ -212,7 +212,7 @@ void tst_Lifecycle::failingAccountLibraryFailsInit()
     QVERIFY(m_framework.uninit());
 
     QByteArrayList names;
-    for (const zefstandin::Call &call : m_library.account().callRecords()) {
+    for (const zefstandin::Call &call : m_library.account().calls()) {
         names.append(QByteArray::fromStdString(call.name));
     }
     QCOMPARE(names.join(' '), calls);
@@ -238,8 +238,8 @@ void tst_Lifecycle::startAndShutdownGoInOrder()
     QVERIFY(m_framework.uninit());
     QCOMPARE(m_library.log().calls().back(), std::string("onAboutToQuit"));
     const auto calls = m_library.account().calls();
-    QCOMPARE(calls.at(calls.size() - 2), std::string("uninit"));
-    QCOMPARE(calls.back(), std::string("UninitInterface"));
+    QCOMPARE(calls.at(calls.size() - 2).name, std::string("uninit"));
+    QCOMPARE(calls.back().name, std::string("UninitInterface"));
     QVERIFY(!dlopen("libzaccountlite.so", RTLD_LAZY | RTLD_NOLOAD)); // really unloaded
 
     m_library.log().reset();

@@ -166,7 +166,7 @@ void applicationIsAskedToQuit(HostFixture &host)
         require(isServing(host), "the host thread has ended");
     }
     require(host.framework.uninit(), "uninit");
-    require(host.library.account().calls().back() == "UninitInterface", "not un-initialised");
+    require(host.library.account().calls().back().name == "UninitInterface", "not un-initialised");
 }
 
 void contextIsDestroyed(HostFixture &host)

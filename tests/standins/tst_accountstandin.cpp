@@ -22,6 +22,7 @@ private Q_SLOTS:
     void honestDay();
     void signaturesAreAcceptedElsewhere();
     void badScriptsAreRefused();
+    void vocabularyIsDescribed();
     void hostileDayRepeats();
 
 private:
@@ -134,6 +135,33 @@ void tst_AccountStandin::badScriptsAreRefused()
     QVERIFY(!m_host.script("init", R"({"throw":5})"));
     QVERIFY(!m_host.script("unknown operation", "{}"));
     QVERIFY(!m_host.script("init", "no JSON"));
+}
+
+void tst_AccountStandin::vocabularyIsDescribed()
+{
+    QFile file(ZEF_SOURCE_DIR "/interface/mock.json");
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QJsonObject described = QJsonDocument::fromJson(file.readAll()).object();
+    const QJsonObject known =
+        QJsonDocument::fromJson(QByteArray::fromStdString(m_host.library.account().vocabulary()))
+            .object();
+    const auto keys = [&](std::initializer_list<const char *> types) {
+        QStringList all;
+        for (const char *type : types) {
+            all += described[QLatin1String(type)].toObject()["properties"].toObject().keys();
+        }
+        return all;
+    };
+    const auto compare = [&](const char *list, QStringList words) {
+        QStringList own = known[QLatin1String(list)].toVariant().toStringList();
+        own.sort();
+        words.sort();
+        QCOMPARE(own, words);
+    };
+    compare("operations", described["MockOperation"].toObject()["enum"].toVariant().toStringList());
+    compare("script", keys({"MockScript"}));
+    compare("settings", keys({"MockKnowledge", "MockSettings"}));
+    compare("command", keys({"MockKnowledge", "MockCommand"}));
 }
 
 QByteArrayList tst_AccountStandin::hostileReplies(unsigned seed)

@@ -42,7 +42,7 @@ public:
     QByteArrayList argumentsOf(const char *operation)
     {
         QByteArrayList arguments;
-        for (const zefstandin::Call &call : library.account().callRecords()) {
+        for (const zefstandin::Call &call : library.account().calls()) {
             if (call.name == operation) {
                 arguments.append(QByteArray::fromStdString(call.argument));
             }
@@ -54,7 +54,7 @@ public:
     bool hasContexts()
     {
         int given = 0;
-        for (const zefstandin::Call &call : library.account().callRecords()) {
+        for (const zefstandin::Call &call : library.account().calls()) {
             const bool takesContext =
                 call.name == "registerMessageTask" || call.name.rfind("submit ", 0) == 0;
             if (takesContext && !call.hasContext) {

@@ -2,8 +2,8 @@
 
 #include "jsontext.h"
 #include "keeper/keeper.h"
+#include "keeper/vocabulary.h"
 
-#include <algorithm>
 #include <cstring>
 
 namespace zefstandin {
@@ -12,28 +12,17 @@ AccountControl *keeperControl();
 
 namespace {
 
-const char *const kStateKeys[] = {"accounts", "generateAccounts", "users",        "currentUserId",
-                                  "cookies",  "accountUrl",       "office",       "answers",
-                                  "script",   "signal",           "networkCheck", "message",
-                                  "collect",  "release",          "releaseNth",   "reset"};
-
-bool isKnownKey(const QString &key)
-{
-    const auto isKey = [&](const char *known) { return key == known; };
-    return std::any_of(std::begin(kStateKeys), std::end(kStateKeys), isKey);
-}
-
 /// \return why the command cannot be carried out; nothing when it can.
 QString refusalOf(const QVariantMap &command)
 {
     for (auto it = command.cbegin(); it != command.cend(); ++it) {
-        if (!isKnownKey(it.key())) {
+        if (!isCommandKey(it.key())) {
             return "the mock takes no \"" + it.key() + "\" while it runs";
         }
     }
     const QVariantMap scripts = command.value("script").toMap();
     for (auto it = scripts.cbegin(); it != scripts.cend(); ++it) {
-        if (!isKnownOperation(it.key()) || !scriptsFrom(it.value())) {
+        if (!findOperation(it.key()) || !scriptsFrom(it.value())) {
             return "no valid script for " + it.key();
         }
     }
@@ -65,7 +54,7 @@ QString carryOut(const QVariantMap &command)
     }
     const QVariantMap scripts = command.value("script").toMap();
     for (auto it = scripts.cbegin(); it != scripts.cend(); ++it) {
-        Keeper::instance().setScript(it.key(), it.value());
+        Keeper::instance().scripts().set(it.key(), it.value());
     }
     const QString signal = command.value("signal").toString();
     if (!signal.isEmpty() && !control.raiseSignal(signal.toStdString(), Thread::library)) {
@@ -111,7 +100,7 @@ QVariantMap answerTo(const char *json)
 
     AccountControl &control = *keeperControl();
     QVariantMap answer = *objectFromText(control.state());
-    answer.insert("scripts", Keeper::instance().remaining());
+    answer.insert("scripts", Keeper::instance().scripts().remaining());
     QStringList held;
     for (const HeldAnswer &waiting : control.held()) {
         held.append(QString::fromStdString(waiting.name));

@@ -28,7 +28,7 @@ class HeldAnswers
 public:
     long add(const PlannedAnswer &answer);
 
-    /// Takes the answer out; with \a keep a copy stays.
+    /// Takes the answer out; with \p keep a copy stays.
     std::optional<PlannedAnswer> take(long id, bool keep);
 
     std::vector<HeldAnswer> list() const;

@@ -1,48 +1,16 @@
 #include "keeper/keeper.h"
 
+#include "jsontext.h"
 #include "keeper/delivery.h"
 #include "keeper/thread.h"
+#include "keeper/vocabulary.h"
 
 #include <QCoreApplication>
-#include <QDebug>
 
 #include <chrono>
 #include <thread>
 
 namespace zefstandin {
-
-namespace {
-
-/// The script for the call of that number, counted from 0; null for none.
-const Script *scriptOf(const QVector<Script> &scripts, int ordinal)
-{
-    for (const Script &script : scripts) {
-        ordinal -= script.skip;
-        if (ordinal < 0) {
-            return nullptr;
-        }
-        if (script.count < 0 || ordinal < script.count) {
-            return &script;
-        }
-        ordinal -= script.count;
-    }
-    return nullptr;
-}
-
-/// How many calls there are up to the last one with a script; -1 when that has no end.
-int length(const QVector<Script> &scripts)
-{
-    int calls = 0;
-    for (const Script &script : scripts) {
-        if (script.count < 0) {
-            return -1;
-        }
-        calls += script.skip + script.count;
-    }
-    return calls;
-}
-
-} // namespace
 
 Keeper &Keeper::instance()
 {
@@ -51,51 +19,15 @@ Keeper &Keeper::instance()
     return *keeper;
 }
 
-bool Keeper::setScript(const QString &operation, const QVariant &script)
+void Keeper::setSettings(const QVariantMap &standin)
 {
-    const std::optional<QVector<Script>> scripts = scriptsFrom(script);
-    if (!scripts || !isKnownOperation(operation)) {
-        return false;
-    }
-
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_scripts.remove(operation);
-    if (!scripts->isEmpty() && script != QVariantMap()) {
-        m_scripts.insert(operation, {*scripts, 0});
-    }
-    return true;
-}
-
-void Keeper::setSettings(const QVariantMap &scripts, unsigned hostileSeed, bool noCost)
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_settingsScripts.clear();
-    m_ordinals.clear();
-    for (auto it = scripts.cbegin(); it != scripts.cend(); ++it) {
-        const std::optional<QVector<Script>> operation = scriptsFrom(it.value());
-        if (operation && isKnownOperation(it.key())) {
-            m_settingsScripts.insert(it.key(), {*operation, 0});
-        } else {
-            qWarning("account stand-in: no valid script for %s", qUtf8Printable(it.key()));
+    for (const QString &key : standin.keys()) {
+        if (!isSettingsKey(key)) {
+            qWarning("account stand-in: no setting is named %s", qUtf8Printable(key));
         }
     }
-    m_settingsHostileSeed = hostileSeed;
-    m_settingsNoCost = noCost;
-    m_isNoCost = m_controlNoCost || m_settingsNoCost;
-}
-
-void Keeper::setHostile(unsigned seed)
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_hostileSeed = seed;
-    m_ordinals.clear();
-}
-
-void Keeper::setNoCost(bool noCost)
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_controlNoCost = noCost;
-    m_isNoCost = m_controlNoCost || m_settingsNoCost;
+    m_scripts.setSettings(standin.value("script").toMap(), standin.value("hostileSeed").toUInt());
+    m_settingsNoCost = standin.value("noCost").toBool();
 }
 
 QVariantMap Keeper::overlay() const
@@ -107,88 +39,49 @@ QVariantMap Keeper::overlay() const
 void Keeper::addOverlay(const QVariantMap &standin)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    // Into a copy: starting libraries read the map that they were given without the lock.
-    QVariantMap changed = m_overlay;
-    for (auto it = standin.cbegin(); it != standin.cend(); ++it) {
-        changed.insert(it.key(), it.value());
-    }
-    m_overlay = changed;
-}
-
-Script Keeper::decide(const QString &operation)
-{
-    if (m_isNoCost) {
-        return {};
-    }
-
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    for (QHash<QString, Entry> *scripts : {&m_scripts, &m_settingsScripts}) {
-        const auto entry = scripts->find(operation);
-        if (entry == scripts->end()) {
-            continue;
-        }
-        if (const Script *script = scriptOf(entry->scripts, entry->seen++)) {
-            return *script;
-        }
-    }
-
-    const unsigned seed = m_hostileSeed ? m_hostileSeed : m_settingsHostileSeed;
-    return seed ? hostileScript(seed, operation, ++m_ordinals[operation]) : Script();
-}
-
-QVariantMap Keeper::remaining() const
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    QVariantMap remaining;
-    for (const QHash<QString, Entry> *scripts : {&m_settingsScripts, &m_scripts}) {
-        for (auto it = scripts->cbegin(); it != scripts->cend(); ++it) {
-            const int calls = length(it->scripts);
-            if (calls < 0 || calls > it->seen) {
-                remaining.insert(it.key(), calls < 0 ? calls : calls - it->seen);
-            }
-        }
-    }
-    return remaining;
+    m_overlay = merged(m_overlay, standin);
 }
 
 void Keeper::reset()
 {
+    m_controlNoCost = m_settingsNoCost = false;
+    m_scripts.clear();
+    m_held.clear();
+    m_records.clear();
+    m_exceptions = 0;
     // Foreign function objects are destroyed after the lock.
     QList<MessageHandler> handlers;
     QList<CallBackFunc> callbacks;
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_scripts.clear();
-        m_settingsScripts.clear();
-        m_ordinals.clear();
-        m_hostileSeed = m_settingsHostileSeed = 0;
-        m_controlNoCost = m_settingsNoCost = false;
-        m_isNoCost = false;
-        m_overlay.clear();
-        m_lastState.clear();
-        handlers.swap(m_messageHandlers);
-        callbacks.swap(m_collectCallbacks);
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_overlay.clear();
+    m_lastState.clear();
+    handlers.swap(m_messageHandlers);
+    callbacks.swap(m_collectCallbacks);
+}
+
+Script Keeper::begin(const char *operation, const QByteArray &argument)
+{
+    return isNoCost() ? Script()
+                      : begin(operation, {operation, argument.toStdString(), {}, false, 0});
+}
+
+Script Keeper::begin(const QString &operation, Call call)
+{
+    if (isNoCost()) {
+        return {};
     }
-    m_held.clear();
-    m_records.clear();
+    m_records.add(std::move(call));
+    const Script script = m_scripts.next(operation);
+    const std::optional<Operation> known = findOperation(operation);
+    script.beginCall(known && answersByReturning(*known));
+    return script;
 }
 
-void Keeper::recordCall(const char *name, const QByteArray &argument)
+void Keeper::recordCall(const char *name, const std::string &argument, bool hasContext)
 {
-    if (m_isNoCost || !m_records.isEnabled()) {
-        return;
+    if (!isNoCost() && m_records.isEnabled()) {
+        m_records.add({name, argument, {}, hasContext, 0});
     }
-    m_records.addCall({name, argument.toStdString(), {}, false, 0});
-}
-
-void Keeper::recordCall(Call call)
-{
-    m_records.addCall(std::move(call));
-}
-
-void Keeper::recordAnswer(const QString &answer)
-{
-    m_records.addAnswer(answer);
 }
 
 void Keeper::answer(const PlannedAnswer &answer, const Script &script)
@@ -273,7 +166,7 @@ void Keeper::detach(const QVariantMap &lastState)
     m_changed.wait(lock, [this] { return m_users == 0; });
 }
 
-bool Keeper::withLibrary(const std::function<void(LibraryHooks &)> &use)
+bool Keeper::withLibrary(const std::function<bool(LibraryHooks &)> &use)
 {
     LibraryHooks *hooks = nullptr;
     {
@@ -284,11 +177,11 @@ bool Keeper::withLibrary(const std::function<void(LibraryHooks &)> &use)
         hooks = m_hooks;
         ++m_users;
     }
-    use(*hooks);
+    const bool result = use(*hooks);
     const std::lock_guard<std::mutex> lock(m_mutex);
     --m_users;
     m_changed.notify_all();
-    return true;
+    return result;
 }
 
 QVariantMap Keeper::lastState() const

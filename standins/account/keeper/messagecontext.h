@@ -1,15 +1,13 @@
 #pragma once
 
-#include "control.h"
-
-#include "account/iaccountsdk.h"
+#include "keeper/delivery.h"
 
 namespace zefstandin {
 
 namespace {
 
-/// One office message. Compiled into each library that sends some, so that an object never outlives
-/// the code behind it unnoticed.
+/// One office message. Compiled into each library that sends some, so that a test notices an object
+/// that outlives its code.
 class MessageContextObject final : public IMessageTaskContext
 {
 public:
@@ -25,25 +23,42 @@ private:
     const QVariantMap m_message;
 };
 
-/// The weak reference of the wanted kind, and the owner that keeps its object alive.
-struct MessageReference
+/// Calls a handler with a weak reference of the wanted kind.
+bool sendTo(const MessageHandler &handler, const QVariantMap &message, MessageContext kind)
 {
-    MessageReference(const QVariantMap &message, MessageContext kind)
-    {
-        if (kind == MessageContext::nullObject) {
-            owner = std::shared_ptr<IMessageTaskContext>(nullptr, [](IMessageTaskContext *) {});
-        } else if (kind != MessageContext::empty) {
-            owner = std::shared_ptr<MessageContextObject>(new MessageContextObject(message));
-        }
-        reference = owner;
-        if (kind == MessageContext::gone) {
-            owner.reset();
+    std::shared_ptr<IMessageTaskContext> owner;
+    if (kind == MessageContext::nullObject) {
+        owner.reset(static_cast<IMessageTaskContext *>(nullptr), [](IMessageTaskContext *) {});
+    } else if (kind != MessageContext::empty) {
+        owner.reset(new MessageContextObject(message));
+    }
+    const std::weak_ptr<IMessageTaskContext> reference = owner;
+    if (kind == MessageContext::gone) {
+        owner.reset();
+    }
+    return deliver(handler, reference);
+}
+
+/// Sends a message of the office suite to all its handlers.
+/// \param queue runs a job on another thread, and returns false when it cannot.
+/// \return as AccountControl::sendMessage.
+template <typename Queue>
+int sendToHandlers(const QVariantMap &message, Thread thread, MessageContext context, Queue queue)
+{
+    int taken = 0;
+    for (const MessageHandler &handler :
+         Keeper::instance().messageHandlers("notifyElectronMsg", "meetingDataChanged")) {
+        const auto send = [handler, message, context] { return sendTo(handler, message, context); };
+        if (thread == Thread::caller) {
+            taken += send();
+        } else if (!queue(send)) {
+            return -1;
+        } else {
+            ++taken;
         }
     }
-
-    std::shared_ptr<IMessageTaskContext> owner;
-    std::weak_ptr<IMessageTaskContext> reference;
-};
+    return taken;
+}
 
 } // namespace
 

@@ -1,16 +1,11 @@
 #pragma once
 
-#include <QCoreApplication>
-#include <QEventLoop>
 #include <QString>
-#include <QTimer>
 #include <QVariantMap>
 #include <QVector>
 
-#include <chrono>
 #include <optional>
 #include <stdexcept>
-#include <thread>
 
 namespace zefstandin {
 
@@ -39,57 +34,29 @@ struct Script
     bool plainNotifier = false;  ///< a notifier without signals
     int skip = 0;
     int count = -1;    ///< how many calls it applies to; -1: all
-    quint64 noise = 0; ///< not 0: a signal and a message besides, in hostile mode
+    quint64 noise = 0; ///< not 0: also raises a signal and sends a message, in hostile mode
 
     bool answersInCall() const { return thread == Thread::caller; }
 
-    /// Throws the scripted exception, if there is one.
-    void throwIfScripted() const
-    {
-        if (exception) {
-            throw std::runtime_error(exception->toStdString());
-        }
-    }
+    /// What a call does first: sleeps, disturbs the thread and the application that it runs in,
+    /// throws.
+    void beginCall(bool sleeps) const;
 
+    /// What it does last.
     void throwLateIfScripted() const
     {
         if (lateException) {
             throw std::runtime_error(lateException->toStdString());
         }
     }
-
-    /// Sleeps for the scripted time. For operations that answer by returning.
-    void sleep() const
-    {
-        if (delayMs > 0) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(delayMs));
-        }
-    }
-
-    /// What a library does to the thread and the application that it runs in.
-    void disturbHost() const
-    {
-        if (quit) {
-            QCoreApplication::quit();
-        }
-        if (loopMs != 0) {
-            QEventLoop loop;
-            if (loopMs > 0) {
-                QTimer::singleShot(loopMs, &loop, &QEventLoop::quit);
-            }
-            loop.exec();
-        }
-    }
 };
 
-bool isKnownOperation(const QString &operation);
+/// The keys of a script, as texts have them.
+QStringList scriptKeys();
 
-/// The scripts for the calls to come of one operation, in order: from one script, or from a list of
+/// The scripts for the next calls of one operation, in order: from one script, or from a list of
 /// them, each for one call unless its "count" says otherwise.
 /// \return nothing when a key is unknown or a value has the wrong type.
 std::optional<QVector<Script>> scriptsFrom(const QVariant &value);
-
-/// The misbehaviour number \a ordinal of an operation; the same for the same arguments.
-Script hostileScript(unsigned seed, const QString &operation, unsigned ordinal);
 
 } // namespace zefstandin

@@ -8,7 +8,7 @@
 
 namespace zefstandin {
 
-/// Runs \a job on a thread of its own, which the caller joins or detaches; none when the system
+/// Runs \p job on a thread of its own, which the caller joins or detaches; none when the system
 /// gives no thread.
 ///
 /// Not std::thread: in a host that is not linked with libpthread, C libraries before 2.34 leave

@@ -4,8 +4,6 @@
 #include "keeper/keeper.h"
 
 #include <QElapsedTimer>
-#include <QFile>
-#include <QJsonArray>
 #include <QNetworkInterface>
 #include <QSysInfo>
 #include <QTcpSocket>
@@ -18,16 +16,10 @@ namespace {
 
 constexpr int kCheckMilliseconds = 3000;
 
-/// Containers may have no machine id; there the host's name makes one of the same form. Read by hand:
-/// QSysInfo can do it since Qt 5.11 only.
+/// One for the host's name.
 QString deviceId()
 {
-    QFile file("/etc/machine-id");
-    QByteArray id = file.open(QIODevice::ReadOnly) ? file.readAll().trimmed() : QByteArray();
-    if (id.isEmpty()) {
-        id = QUuid::createUuidV5(QUuid(), QSysInfo::machineHostName()).toRfc4122().toHex();
-    }
-    return QString::fromLatin1(id);
+    return QUuid::createUuidV5(QUuid(), QSysInfo::machineHostName()).toRfc4122().toHex();
 }
 
 QVariantMap interfaceMap(const QNetworkInterface &interface)
@@ -78,17 +70,6 @@ QVariantMap checkConnection(const QString &address)
     return check;
 }
 
-/// Steps that every operation shares.
-Script begin(const char *operation, const QString &argument = {})
-{
-    Keeper &keeper = Keeper::instance();
-    keeper.recordCall(operation, argument.toUtf8());
-    const Script script = keeper.decide(operation);
-    script.sleep();
-    script.throwIfScripted();
-    return script;
-}
-
 bool isDecided(const Script &script)
 {
     return script.refuse || script.text || Keeper::instance().isNoCost();
@@ -98,7 +79,7 @@ bool isDecided(const Script &script)
 
 QString Accessbase::getDeviceInfo()
 {
-    const Script script = begin("getDeviceInfo");
+    const Script script = Keeper::instance().begin("getDeviceInfo");
     if (isDecided(script)) {
         return script.text.value_or(QString());
     }
@@ -111,7 +92,7 @@ QString Accessbase::getDeviceInfo()
 
 QString Accessbase::getDeviceNetworkStatus()
 {
-    const Script script = begin("getDeviceNetworkStatus");
+    const Script script = Keeper::instance().begin("getDeviceNetworkStatus");
     if (isDecided(script)) {
         return script.text.value_or(QString());
     }
@@ -138,7 +119,7 @@ QString Accessbase::getDeviceNetworkStatus()
 
 QString Accessbase::getDeviceHeader(const QString &request)
 {
-    const Script script = begin("getDeviceHeader", request);
+    const Script script = Keeper::instance().begin("getDeviceHeader", request.toUtf8());
     if (isDecided(script)) {
         return script.text.value_or(QString());
     }

@@ -20,6 +20,16 @@ QList<Person> personsFromList(const QVariantList &list)
     return persons;
 }
 
+template <typename Persons>
+QVariantList listFromPersons(const Persons &persons)
+{
+    QVariantList list;
+    for (const Person &person : persons) {
+        list.append(mapFromPerson(person));
+    }
+    return list;
+}
+
 } // namespace
 
 Accounts::Accounts()
@@ -52,15 +62,9 @@ void Accounts::configure(const QVariantMap &standin)
 
 QVariantMap Accounts::description() const
 {
-    QVariantList accounts;
-    for (const Person &account : m_accounts) {
-        accounts.append(mapFromPerson(account));
-    }
-    QVariantList users;
-    for (const Person &user : m_users) {
-        users.append(mapFromPerson(user));
-    }
-    return {{"currentUserId", m_currentUserId}, {"accounts", accounts}, {"users", users}};
+    return {{"currentUserId", m_currentUserId},
+            {"accounts", listFromPersons(m_accounts)},
+            {"users", listFromPersons(m_users)}};
 }
 
 std::shared_ptr<const AccountSnapshot> Accounts::snapshot() const
@@ -77,6 +81,18 @@ std::shared_ptr<const AccountSnapshot> Accounts::snapshot() const
         snapshot->userInfo = userInfoOf(account);
     }
     return snapshot;
+}
+
+/// The first account that fits, else the first person known to the service; null when none does.
+template <typename Fits>
+const Person *Accounts::first(Fits fits) const
+{
+    const auto account = std::find_if(m_accounts.begin(), m_accounts.end(), fits);
+    if (account != m_accounts.end()) {
+        return &*account;
+    }
+    const auto user = std::find_if(m_users.begin(), m_users.end(), fits);
+    return user == m_users.end() ? nullptr : &*user;
 }
 
 Person *Accounts::find(const QString &userId)
@@ -105,15 +121,9 @@ const Person *Accounts::proven(const QVariantMap &params)
     return takeCode(params.value("authorizeCode").toString(), params.value("userId").toString());
 }
 
-std::optional<Person> Accounts::person(const QString &userId) const
+const Person *Accounts::person(const QString &userId) const
 {
-    for (const Person &account : m_accounts) {
-        if (account.item.userId == userId) {
-            return account;
-        }
-    }
-    const auto user = m_users.constFind(userId);
-    return user == m_users.constEnd() ? std::nullopt : std::optional<Person>(*user);
+    return first([&](const Person &person) { return person.item.userId == userId; });
 }
 
 QString Accounts::firstSignedIn() const
@@ -180,20 +190,7 @@ QString Accounts::newCode(const QString &userId)
 
 const Person *Accounts::holderOf(const QString &proof, QString Person::*field) const
 {
-    if (proof.isEmpty()) {
-        return nullptr;
-    }
-    for (const Person &account : m_accounts) {
-        if (account.*field == proof) {
-            return &account;
-        }
-    }
-    for (const Person &user : m_users) {
-        if (user.*field == proof) {
-            return &user;
-        }
-    }
-    return nullptr;
+    return first([&](const Person &person) { return !proof.isEmpty() && person.*field == proof; });
 }
 
 /// \param userId when not empty, the code must be this person's.
@@ -201,12 +198,7 @@ const Person *Accounts::takeCode(const QString &code, const QString &userId)
 {
     const Person *holder = holderOf(code, &Person::authorizeCode);
     if (!holder && m_codes.contains(code)) {
-        const QString holderId = m_codes.take(code);
-        holder = find(holderId);
-        const auto user = m_users.constFind(holderId);
-        if (!holder && user != m_users.constEnd()) {
-            holder = &*user;
-        }
+        holder = person(m_codes.take(code));
     }
     return holder && (userId.isEmpty() || holder->item.userId == userId) ? holder : nullptr;
 }

@@ -6,7 +6,6 @@
 #include <QList>
 
 #include <memory>
-#include <optional>
 #include <vector>
 
 namespace zefstandin {
@@ -41,11 +40,11 @@ public:
     Person *target(const QVariantMap &params);
 
     /// The account or person whose "ssid", "randcode" or "authorizeCode" the parameters hold, as
-    /// "loginType" says; null when nobody is proven. A code that was issued is used up.
+    /// "loginType" says; null when no person matches. An issued code is valid once.
     const Person *proven(const QVariantMap &params);
 
-    /// Among the accounts and the persons known to the service.
-    std::optional<Person> person(const QString &userId) const;
+    /// Among the accounts and the persons known to the service; null when there is none.
+    const Person *person(const QString &userId) const;
 
     /// The first account that is signed in; empty when there is none.
     QString firstSignedIn() const;
@@ -60,6 +59,8 @@ public:
     QString newCode(const QString &userId);
 
 private:
+    template <typename Fits>
+    const Person *first(Fits fits) const;
     const Person *holderOf(const QString &proof, QString Person::*field) const;
     const Person *takeCode(const QString &code, const QString &userId);
 

@@ -2,6 +2,11 @@
 
 #include "keeper/keeper.h"
 
+#include <iterator>
+
+#include <sys/syscall.h>
+#include <unistd.h>
+
 namespace zefstandin {
 
 namespace {
@@ -44,30 +49,6 @@ void AccountService::configure(const QVariantMap &standin)
     m_snapshot = m_accounts.snapshot();
 }
 
-QVariantMap AccountService::description() const
-{
-    const Lock lock(m_mutex);
-    return m_accounts.description();
-}
-
-QString AccountService::currentUser() const
-{
-    const Lock lock(m_mutex);
-    return m_accounts.currentUserId();
-}
-
-std::optional<Person> AccountService::person(const QString &userId) const
-{
-    const Lock lock(m_mutex);
-    return m_accounts.person(userId);
-}
-
-QString AccountService::newCode(const QString &userId)
-{
-    const Lock lock(m_mutex);
-    return m_accounts.newCode(userId);
-}
-
 Outcome AccountService::perform(const QString &operation, const QVariantMap &params)
 {
     const Lock lock(m_mutex);
@@ -81,8 +62,12 @@ Outcome AccountService::perform(const QString &operation, const QVariantMap &par
 const AccountSnapshot &AccountService::pinned(const char *operation)
 {
     Keeper::instance().recordCall(operation);
+    const long thread = syscall(SYS_gettid);
     const Lock lock(m_mutex);
-    std::vector<SnapshotPointer> &pins = m_pins[std::this_thread::get_id()];
+    if (!m_pins.count(thread)) {
+        dropPinsOfEndedThreads();
+    }
+    std::vector<SnapshotPointer> &pins = m_pins[thread];
     if (pins.empty() || pins.back() != m_snapshot) {
         if (pins.size() == kMostPins) {
             pins.erase(pins.begin());
@@ -90,6 +75,14 @@ const AccountSnapshot &AccountService::pinned(const char *operation)
         pins.push_back(m_snapshot);
     }
     return *m_snapshot;
+}
+
+void AccountService::dropPinsOfEndedThreads()
+{
+    for (auto pins = m_pins.begin(); pins != m_pins.end();) {
+        const bool hasEnded = syscall(SYS_tgkill, getpid(), pins->first, 0) != 0;
+        pins = hasEnded ? m_pins.erase(pins) : std::next(pins);
+    }
 }
 
 } // namespace zefstandin

@@ -4,7 +4,6 @@
 #include "library/loginoperations.h"
 
 #include <mutex>
-#include <thread>
 #include <unordered_map>
 
 namespace zefstandin {
@@ -25,11 +24,17 @@ public:
     void reserved6() override {}
     const QList<AccountListItem> &accountList() override;
 
+    /// The accounts, which stay locked as long as the result exists.
+    struct Locked
+    {
+        Accounts *operator->() const { return &accounts; }
+
+        std::unique_lock<std::mutex> lock;
+        Accounts &accounts;
+    };
+    Locked locked() { return {std::unique_lock<std::mutex>(m_mutex), m_accounts}; }
+
     void configure(const QVariantMap &standin);
-    QVariantMap description() const;
-    QString currentUser() const;
-    std::optional<Person> person(const QString &userId) const;
-    QString newCode(const QString &userId);
     Outcome perform(const QString &operation, const QVariantMap &params);
 
 private:
@@ -37,13 +42,14 @@ private:
     using SnapshotPointer = std::shared_ptr<const AccountSnapshot>;
 
     const AccountSnapshot &pinned(const char *operation);
+    void dropPinsOfEndedThreads();
 
-    mutable std::mutex m_mutex; // guards everything below
+    std::mutex m_mutex; // guards everything below
     Accounts m_accounts;
     SnapshotPointer m_snapshot;
     // References that were handed out stay valid, also while another thread changes the accounts:
-    // each thread keeps the last snapshots that it has seen.
-    std::unordered_map<std::thread::id, std::vector<SnapshotPointer>> m_pins;
+    // each thread that runs keeps the last snapshots that it has seen, by its kernel id.
+    std::unordered_map<long, std::vector<SnapshotPointer>> m_pins;
 };
 
 } // namespace zefstandin

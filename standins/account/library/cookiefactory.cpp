@@ -8,15 +8,7 @@ namespace zefstandin {
 QList<QNetworkCookie> CookieFactory::cookiesForUrl(const QUrl &url)
 {
     Keeper &keeper = Keeper::instance();
-    if (keeper.isNoCost()) {
-        return {};
-    }
-
-    keeper.recordCall("cookiesForUrl", url.toEncoded());
-    const Script script = keeper.decide("cookiesForUrl");
-    script.sleep();
-    script.throwIfScripted();
-    if (script.refuse) {
+    if (keeper.isNoCost() || keeper.begin("cookiesForUrl", url.toEncoded()).refuse) {
         return {};
     }
     const std::lock_guard<std::mutex> lock(m_mutex);
@@ -45,17 +37,17 @@ void CookieFactory::configure(const QVariantMap &standin)
 void CookieFactory::setSession(const QString &userId)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_jar.deleteCookie(m_instance);
+    m_jar.deleteCookie(m_sessionCookie);
     if (userId.isEmpty()) {
         return;
     }
 
-    m_instance = QNetworkCookie("sid", randomBase64Url(24));
-    m_instance.setHttpOnly(true);
-    m_instance.setSecure(m_accountUrl.scheme() == "https");
-    m_instance.setPath("/");
-    m_instance.normalize(m_accountUrl);
-    m_jar.insertCookie(m_instance);
+    m_sessionCookie = QNetworkCookie("sid", randomBase64Url(24));
+    m_sessionCookie.setHttpOnly(true);
+    m_sessionCookie.setSecure(m_accountUrl.scheme() == "https");
+    m_sessionCookie.setPath("/");
+    m_sessionCookie.normalize(m_accountUrl);
+    m_jar.insertCookie(m_sessionCookie);
 }
 
 } // namespace zefstandin

@@ -30,7 +30,7 @@ private:
     std::mutex m_mutex; // guards everything below
     Jar m_jar;
     QUrl m_accountUrl{"https://account.example.com/"};
-    QNetworkCookie m_instance;
+    QNetworkCookie m_sessionCookie;
 };
 
 } // namespace zefstandin

@@ -11,19 +11,9 @@ AccountControl *keeperControl();
 
 namespace {
 
-/// Records a step or a getter, and does what scripts of every operation may ask for.
 Script begin(const char *operation)
 {
-    Keeper &keeper = Keeper::instance();
-    if (keeper.isNoCost()) {
-        return {};
-    }
-    keeper.recordCall(operation);
-    const Script script = keeper.decide(operation);
-    script.sleep();
-    script.disturbHost();
-    script.throwIfScripted();
-    return script;
+    return Keeper::instance().begin(operation);
 }
 
 /// The root interface. Has no destructor to run, so that nothing happens at exit or unloading.
@@ -32,10 +22,7 @@ class AccountSdk final : public IAccountSdk
 public:
     bool init(const QVariantMap &params, IZElectronLogProxy *logProxy) override
     {
-        const QVariantMap standin = params.value("standin").toMap();
-        Keeper::instance().setSettings(standin.value("script").toMap(),
-                                       standin.value("hostileSeed").toUInt(),
-                                       standin.value("noCost").toBool());
+        Keeper::instance().setSettings(params.value("standin").toMap());
         if (begin("init").refuse) {
             return false;
         }
@@ -47,13 +34,12 @@ public:
 
     void uninit() override
     {
-        Keeper &keeper = Keeper::instance();
-        keeper.recordCall("uninit");
-        const Script script = keeper.decide("uninit");
-        script.sleep();
-        script.disturbHost();
-        endInstance(script.keepNotifier);
-        script.throwIfScripted();
+        try {
+            endInstance(begin("uninit").keepNotifier);
+        } catch (...) { // scripted
+            endInstance(false);
+            throw;
+        }
     }
 
     QObject *notifier() override
@@ -64,11 +50,8 @@ public:
         }
         return script.plainNotifier ? m_instance->plainNotifier() : m_instance->notifier();
     }
-    IAccount *getAccount() override
-    {
-        return begin("getAccount").refuse || !m_instance ? nullptr : &m_instance->accounts();
-    }
-    IScheduler *getScheduler() override { return get("getScheduler", &Instance::scheduler); }
+    IAccount *getAccount() override { return get("getAccount", &Instance::accounts); }
+    IScheduler *getScheduler() override { return get("getScheduler", &Instance::office); }
     IMessageTaskRegistry *getMessageTaskRegistry() override
     {
         return get("getMessageTaskRegistry", &Instance::messages);
@@ -77,7 +60,7 @@ public:
     ISignService *getSignService() override { return get("getSignService", &Instance::sign); }
     ICookieFactory *getCookieFactory() override
     {
-        return begin("getCookieFactory").refuse || !m_instance ? nullptr : &m_instance->cookies();
+        return get("getCookieFactory", &Instance::cookies);
     }
     IInfoCollectHandler *getInfoCollectHandler() override
     {
@@ -100,9 +83,9 @@ public:
 
 private:
     template <typename Service>
-    Service *get(const char *operation, Service *(Instance::*getter)())
+    Service *get(const char *operation, Service Instance::*service)
     {
-        return begin(operation).refuse || !m_instance ? nullptr : (m_instance->*getter)();
+        return begin(operation).refuse || !m_instance ? nullptr : &(m_instance->*service);
     }
 
     Instance *m_instance = nullptr; // set and cleared on the host thread, outside all other calls

@@ -22,36 +22,21 @@ LogFunction logFunction(const QString &level)
     return level == "error" ? &IZElectronLogProxy::error : nullptr;
 }
 
-/// The settings' "standin" object with what the control has laid over it.
-QVariantMap effectiveStandin(const QVariantMap &settings)
-{
-    QVariantMap standin = settings.value("standin").toMap();
-    const QVariantMap overlay = Keeper::instance().overlay();
-    for (auto it = overlay.cbegin(); it != overlay.cend(); ++it) {
-        standin.insert(it.key(), it.value());
-    }
-    return standin;
-}
-
 } // namespace
 
 bool InfoCollectHandler::registerCollectCallback(const CallBackFunc &callback)
 {
-    Keeper &keeper = Keeper::instance();
-    keeper.recordCall("registerCollectCallback");
-    const Script script = keeper.decide("registerCollectCallback");
-    script.throwIfScripted();
+    const Script script = Keeper::instance().begin("registerCollectCallback");
     if (script.refuse || !callback) {
         return false;
     }
-    keeper.addCollectCallback(callback);
+    Keeper::instance().addCollectCallback(callback);
     return true;
 }
 
 void DomainMgr::setDomain(const QString &key, const QString &value)
 {
-    Keeper::instance().recordCall("setDomain", (key + ' ' + value).toUtf8());
-    Keeper::instance().decide("setDomain").throwIfScripted();
+    Keeper::instance().begin("setDomain", (key + ' ' + value).toUtf8());
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_domains.insert(key, value);
 }
@@ -63,18 +48,15 @@ QVariantMap DomainMgr::domains() const
 }
 
 Instance::Instance(const QVariantMap &settings, IZElectronLogProxy *logProxy)
-    : m_settings(settings),
-      m_logProxy(logProxy),
-      m_notifier(new Notifier([this] { announce(); })),
-      m_login(*this),
-      m_office(*this),
-      m_messages(*this)
+    : m_settings(settings), m_logProxy(logProxy), m_notifier(new Notifier([this] { announce(); }))
 {
-    const QVariantMap standin = effectiveStandin(settings);
-    m_isTalkative = standin.value("log").toBool();
+    // With the control's setState() applied.
+    const QVariantMap standin =
+        merged(settings.value("standin").toMap(), Keeper::instance().overlay());
+    m_isLogging = standin.value("log").toBool();
     m_announceAfterMs = standin.value("initFinishedAfterMs", kAnnounceMilliseconds).toInt();
     applyState(standin);
-    m_cookies.setSession(m_accounts.currentUser());
+    cookies.setSession(accounts.locked()->currentUserId());
     startTimeline(standin.value("timeline").toList());
     Keeper::instance().attach(this);
     note("init");
@@ -84,8 +66,8 @@ Instance::~Instance()
 {
     note("uninit");
     Keeper::instance().detach(state());
-    m_officeWorker.stop();
-    m_accountWorker.stop();
+    officeWorker.stop();
+    accountWorker.stop();
 }
 
 bool Instance::raiseNow(const QByteArray &name)
@@ -108,12 +90,9 @@ void Instance::makeNoise(quint64 noise)
                               {"accessCode", noise % 3 ? QVariant("%1") : QVariant(QVariantList())},
                               {"logoutAccount", noise % 2 ? QVariant(true) : QVariant("maybe")}};
     const auto context = MessageContext(noise / 11 % 4);
-    m_officeWorker.post([this, signal, message, context](bool isCancelled) {
-        if (isCancelled) {
-            return;
-        }
+    officeWorker.postOptional([this, signal, message, context] {
         raiseNow(signal);
-        m_messages.send(message, Thread::caller, context);
+        messages.send(message, Thread::caller, context);
     });
 }
 
@@ -136,22 +115,19 @@ bool Instance::raiseSignal(const QByteArray &name, Thread thread)
     if (metaObject->indexOfSignal(name + "()") < metaObject->methodOffset()) {
         return false;
     }
-    run(thread, m_accountWorker, [this, name] { raiseNow(name); });
+    run(thread, accountWorker, [this, name] { raiseNow(name); });
     return true;
 }
 
 int Instance::sendMessage(const QVariantMap &message, Thread thread, MessageContext context)
 {
-    return m_messages.send(message, thread, context);
+    return messages.send(message, thread, context);
 }
 
-int Instance::collect(const QVariantMap &map, Thread thread)
+bool Instance::run(Thread thread, const std::function<void()> &job)
 {
-    const QList<CallBackFunc> callbacks = Keeper::instance().collectCallbacks();
-    for (const CallBackFunc &callback : callbacks) {
-        run(thread, m_accountWorker, [callback, map] { deliver("collect", callback, map); });
-    }
-    return callbacks.size();
+    run(thread, accountWorker, job);
+    return true;
 }
 
 bool Instance::writeLog(const QString &level, const QString &message, Thread thread)
@@ -160,7 +136,7 @@ bool Instance::writeLog(const QString &level, const QString &message, Thread thr
     if (!m_logProxy || !function) {
         return false;
     }
-    run(thread, m_accountWorker, [logProxy = m_logProxy, function, message] {
+    run(thread, accountWorker, [logProxy = m_logProxy, function, message] {
         (logProxy->*function)(L"zaccountlite", message.toStdWString());
     });
     return true;
@@ -168,10 +144,10 @@ bool Instance::writeLog(const QString &level, const QString &message, Thread thr
 
 void Instance::applyState(const QVariantMap &standin)
 {
-    m_accounts.configure(standin);
-    m_cookies.configure(standin);
-    m_office.configure(standin);
-    m_accessbase.configure(standin);
+    accounts.configure(standin);
+    cookies.configure(standin);
+    office.configure(standin);
+    accessbase.configure(standin);
     if (standin.contains("answers")) {
         m_answersInline = standin.value("answers").toString() == "inline";
     }
@@ -179,11 +155,11 @@ void Instance::applyState(const QVariantMap &standin)
 
 QVariantMap Instance::state()
 {
-    QVariantMap state = m_accounts.description();
-    state.insert("domains", m_domainMgr.domains());
+    QVariantMap state = accounts.locked()->description();
+    state.insert("domains", domainMgr.domains());
     state.insert("settings", m_settings);
-    state.insert("meetingStatus", m_office.meetingStatus());
-    state.insert("office", m_office.settings());
+    state.insert("meetingStatus", office.state().meetingStatus);
+    state.insert("office", office.state().settings);
     return state;
 }
 
@@ -193,38 +169,30 @@ void Instance::startTimeline(const QVariantList &timeline)
         const QVariantMap entry = value.toMap();
         const QByteArray signal = entry.value("signal").toString().toUtf8();
         const QVariantMap message = entry.value("message").toMap();
-        const auto job = [this, signal, message](bool isCancelled) {
-            if (isCancelled) {
-                return;
-            }
+        const auto job = [this, signal, message] {
             if (!signal.isEmpty()) {
                 raiseNow(signal);
             }
             if (!message.isEmpty()) {
-                m_messages.send(message, Thread::caller, MessageContext::alive);
+                messages.send(message, Thread::caller, MessageContext::alive);
             }
         };
-        m_officeWorker.postBackground(job, entry.value("afterMs").toInt());
+        officeWorker.postOptional(job, entry.value("afterMs").toInt(), nullptr);
     }
 }
 
-/// Raises initFinished() once somebody listens, with a pause in which the host can subscribe.
+/// Raises initFinished() some time after it was first connected, so that the host can subscribe before.
 void Instance::announce()
 {
     if (m_announceAfterMs < 0 || m_isAnnounced.exchange(true)) {
         return;
     }
-    const auto job = [this](bool isCancelled) {
-        if (!isCancelled) {
-            raiseNow("initFinished");
-        }
-    };
-    m_accountWorker.post(job, m_announceAfterMs);
+    accountWorker.postOptional([this] { raiseNow("initFinished"); }, m_announceAfterMs);
 }
 
 void Instance::note(const QString &message)
 {
-    if (m_isTalkative) {
+    if (m_isLogging) {
         writeLog("info", message, Thread::caller);
     }
 }

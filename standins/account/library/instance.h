@@ -42,10 +42,6 @@ public:
     /// Answers open operations as cancelled, and ends the threads.
     ~Instance();
 
-    AccountService &accounts() { return m_accounts; }
-    CookieFactory &cookies() { return m_cookies; }
-    Worker &accountWorker() { return m_accountWorker; }
-    Worker &officeWorker() { return m_officeWorker; }
     bool answersInline() const { return m_answersInline; }
 
     QObject *notifier() { return m_notifier.get(); }
@@ -54,29 +50,33 @@ public:
     /// Keeps the notifier when the library is unloaded.
     void leakNotifier() { Keeper::instance().keepForever(m_notifier.release()); }
 
-    IScheduler *scheduler() { return &m_office; }
-    IMessageTaskRegistry *messages() { return &m_messages; }
-    ILoginService *login() { return &m_login; }
-    ISignService *sign() { return &m_sign; }
-    IInfoCollectHandler *infoCollect() { return &m_infoCollect; }
-    IAccessbaseService *accessbase() { return &m_accessbase; }
-    IDomainMgr *domainMgr() { return &m_domainMgr; }
-
     /// Raises a signal on this thread.
     bool raiseNow(const QByteArray &name);
 
     /// Hostile mode: sends an unrequested signal and message. 0 does nothing.
     void makeNoise(quint64 noise);
 
-    /// Runs \a job here, on \a worker or on the host thread.
+    /// Runs \p job here, on \p worker or on the host thread.
     void run(Thread thread, Worker &worker, const std::function<void()> &job);
 
     bool raiseSignal(const QByteArray &name, Thread thread) override;
     int sendMessage(const QVariantMap &message, Thread thread, MessageContext context) override;
-    int collect(const QVariantMap &map, Thread thread) override;
     bool writeLog(const QString &level, const QString &message, Thread thread) override;
     void applyState(const QVariantMap &standin) override;
     QVariantMap state() override;
+    bool run(Thread thread, const std::function<void()> &job) override;
+
+    AccountService accounts;
+    CookieFactory cookies;
+    SignService sign;
+    Accessbase accessbase;
+    DomainMgr domainMgr;
+    InfoCollectHandler infoCollect;
+    LoginService login{*this};
+    Office office{*this};
+    Messages messages{*this};
+    Worker accountWorker;
+    Worker officeWorker;
 
 private:
     void startTimeline(const QVariantList &timeline);
@@ -85,24 +85,12 @@ private:
 
     const QVariantMap m_settings;
     IZElectronLogProxy *const m_logProxy;
-    bool m_isTalkative = false;
+    bool m_isLogging = false;
     int m_announceAfterMs = 0;
     std::atomic<bool> m_isAnnounced{false};
     std::atomic<bool> m_answersInline{false};
     std::unique_ptr<Notifier> m_notifier;
     QObject m_plainNotifier;
-    AccountService m_accounts;
-    CookieFactory m_cookies;
-    SignService m_sign;
-    Accessbase m_accessbase;
-    DomainMgr m_domainMgr;
-    InfoCollectHandler m_infoCollect;
-    LoginService m_login;
-    Office m_office;
-    Messages m_messages;
-    // Last, so that all other members exist while they run.
-    Worker m_accountWorker;
-    Worker m_officeWorker;
 };
 
 } // namespace zefstandin

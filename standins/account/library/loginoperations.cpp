@@ -14,6 +14,20 @@ namespace {
 const char *const kUserUnknown = "account not found";
 const char *const kNobody = "not signed in";
 
+/// Why an operation is refused.
+struct Refusal
+{
+    const char *reason;
+};
+
+/// Ends the operation with a "fail" reply.
+void refuseIf(bool isRefused, const char *reason)
+{
+    if (isRefused) {
+        throw Refusal{reason};
+    }
+}
+
 QString userIdOf(const QVariantMap &params)
 {
     return params.value("userId").toString();
@@ -29,16 +43,10 @@ void setCompany(AccountListItem &item, const QString &id, const QString &name)
 Outcome signIn(Accounts &accounts, const QVariantMap &params)
 {
     const QString type = params.value("loginType").toString();
-    if (type.isEmpty() && !params.value("bResult").toBool()) {
-        return {failReply("no authorization"), {}};
-    }
-    if (!type.isEmpty() && type != "ssid" && type != "randcode") {
-        return {failReply("loginType not supported"), {}};
-    }
+    refuseIf(type.isEmpty() && !params.value("bResult").toBool(), "no authorization");
+    refuseIf(!type.isEmpty() && type != "ssid" && type != "randcode", "loginType not supported");
     const Person *known = accounts.proven(params);
-    if (!known) {
-        return {failReply("sign-in refused"), {}};
-    }
+    refuseIf(!known, "sign-in refused");
 
     Person account = *known; // the pointer may be into the list that changes now
     account.item.isLogin = true;
@@ -62,9 +70,7 @@ Outcome signIn(Accounts &accounts, const QVariantMap &params)
 
 Outcome signOut(Accounts &accounts, Person &account, const QVariantMap &params)
 {
-    if (!account.item.isLogin) {
-        return {failReply(kNobody), {}};
-    }
+    refuseIf(!account.item.isLogin, kNobody);
 
     const QString userId = account.item.userId;
     account.item.isLogin = false;
@@ -85,16 +91,10 @@ Outcome signOut(Accounts &accounts, Person &account, const QVariantMap &params)
 Outcome switchTo(Accounts &accounts, const QVariantMap &params)
 {
     const QString userId = userIdOf(params);
-    if (userId.isEmpty()) {
-        return {failReply("userId is empty"), {}};
-    }
+    refuseIf(userId.isEmpty(), "userId is empty");
     const Person *account = accounts.find(userId);
-    if (!account) {
-        return {failReply(kUserUnknown), {}};
-    }
-    if (!account->item.isLogin) {
-        return {failReply(kNobody), {}};
-    }
+    refuseIf(!account, kUserUnknown);
+    refuseIf(!account->item.isLogin, kNobody);
 
     std::vector<const char *> changes = accounts.setCurrent(userId);
     if (!changes.empty()) {
@@ -106,12 +106,8 @@ Outcome switchTo(Accounts &accounts, const QVariantMap &params)
 Outcome upgrade(Accounts &, Person &account, const QVariantMap &params)
 {
     const QString companyId = params.value("companyId").toString();
-    if (companyId.isEmpty()) {
-        return {failReply("companyId is empty"), {}};
-    }
-    if (account.item.isCompanyAccount) {
-        return {failReply("already a company account"), {}};
-    }
+    refuseIf(companyId.isEmpty(), "companyId is empty");
+    refuseIf(account.item.isCompanyAccount, "already a company account");
 
     setCompany(account.item, companyId, params.value("companyName").toString());
     const QString userId = account.item.userId;
@@ -121,9 +117,7 @@ Outcome upgrade(Accounts &, Person &account, const QVariantMap &params)
 
 Outcome downgrade(Accounts &, Person &account, const QVariantMap &)
 {
-    if (!account.item.isCompanyAccount) {
-        return {failReply("not a company account"), {}};
-    }
+    refuseIf(!account.item.isCompanyAccount, "not a company account");
 
     setCompany(account.item, {}, {});
     const QString userId = account.item.userId;
@@ -133,9 +127,7 @@ Outcome downgrade(Accounts &, Person &account, const QVariantMap &)
 
 Outcome update(Accounts &, Person &account, const QVariantMap &params)
 {
-    if (!params.contains("nickname") && !params.contains("avatarUrl")) {
-        return {failReply("nothing to update"), {}};
-    }
+    refuseIf(!params.contains("nickname") && !params.contains("avatarUrl"), "nothing to update");
 
     AccountListItem &item = account.item;
     item.nickname = params.value("nickname", item.nickname).toString();
@@ -148,12 +140,9 @@ Outcome update(Accounts &, Person &account, const QVariantMap &params)
 Outcome urlWithAuthorizeCode(Accounts &accounts, const QVariantMap &params)
 {
     QUrl url(params.value("url").toString(), QUrl::StrictMode);
-    if (!url.isValid() || url.host().isEmpty() || !url.scheme().startsWith("http")) {
-        return {failReply("url is not valid"), {}};
-    }
-    if (accounts.currentUserId().isEmpty()) {
-        return {failReply(kNobody), {}};
-    }
+    refuseIf(!url.isValid() || url.host().isEmpty() || !url.scheme().startsWith("http"),
+             "url is not valid");
+    refuseIf(accounts.currentUserId().isEmpty(), kNobody);
 
     QUrlQuery query(url);
     query.removeAllQueryItems("authorizeCode");
@@ -166,11 +155,7 @@ Outcome urlWithAuthorizeCode(Accounts &accounts, const QVariantMap &params)
 
 QVariantMap okReply(const QVariantMap &data)
 {
-    QVariantMap reply{{"result", "ok"}, {"msg", "success"}};
-    if (!data.isEmpty()) {
-        reply.insert("data", data);
-    }
-    return reply;
+    return {{"result", "ok"}, {"msg", "success"}, {"data", data}};
 }
 
 QVariantMap failReply(const QString &message)
@@ -194,19 +179,20 @@ Outcome performLoginOperation(const QString &operation, Accounts &accounts,
                        {"downgradeAccount", downgrade},
                        {"updateAccountInfo", update},
                        {"getUrlWithAuthorizeCode", urlWithAuthorizeCode}};
-    const auto entry = std::find_if(std::begin(kOperations), std::end(kOperations),
-                                    [&](const auto &known) { return operation == known.name; });
-    if (entry == std::end(kOperations)) {
-        return {failReply("unknown operation"), {}};
+    const auto &function =
+        std::find_if(std::begin(kOperations), std::end(kOperations), [&](const auto &known) {
+            return operation == known.name;
+        })->function;
+    try {
+        if (const auto *anyAccount = std::get_if<Operation>(&function)) {
+            return (*anyAccount)(accounts, params);
+        }
+        Person *account = accounts.target(params);
+        refuseIf(!account, userIdOf(params).isEmpty() ? kNobody : kUserUnknown);
+        return std::get<AccountOperation>(function)(accounts, *account, params);
+    } catch (const Refusal &refusal) {
+        return {failReply(refusal.reason), {}};
     }
-    if (const auto *function = std::get_if<Operation>(&entry->function)) {
-        return (*function)(accounts, params);
-    }
-    Person *account = accounts.target(params);
-    if (!account) {
-        return {failReply(userIdOf(params).isEmpty() ? kNobody : kUserUnknown), {}};
-    }
-    return std::get<AccountOperation>(entry->function)(accounts, *account, params);
 }
 
 } // namespace zefstandin

@@ -11,7 +11,7 @@ struct Outcome
     std::vector<const char *> signalNames;
 };
 
-QVariantMap okReply(const QVariantMap &data = {});
+QVariantMap okReply(const QVariantMap &data);
 QVariantMap failReply(const QString &message);
 
 /// Checks the parameters of one operation of the login service and carries it out.

@@ -11,22 +11,45 @@ class Instance;
 class LoginService final : public ILoginService
 {
 public:
+    using Params = const QVariantMap &;
+    using Completion = const CallBackFunc &;
+
     explicit LoginService(Instance &instance) : m_instance(instance) {}
 
-    void loginCallback(const QVariantMap &params, const CallBackFunc &completion) override;
-    void logout(const QVariantMap &params, const CallBackFunc &completion) override;
-    void switchAccount(const QVariantMap &params, const CallBackFunc &completion) override;
-    void upgradeAccount(const QVariantMap &params, const CallBackFunc &completion) override;
-    void downgradeAccount(const QVariantMap &params, const CallBackFunc &completion) override;
-    void updateAccountInfo(const QVariantMap &params, const CallBackFunc &completion) override;
-    void getUrlWithAuthorizeCode(const QVariantMap &params,
-                                 const CallBackFunc &completion) override;
+    void loginCallback(Params params, Completion completion) override
+    {
+        start("loginCallback", params, completion);
+    }
+    void logout(Params params, Completion completion) override
+    {
+        start("logout", params, completion);
+    }
+    void switchAccount(Params params, Completion completion) override
+    {
+        start("switchAccount", params, completion);
+    }
+    void upgradeAccount(Params params, Completion completion) override
+    {
+        start("upgradeAccount", params, completion);
+    }
+    void downgradeAccount(Params params, Completion completion) override
+    {
+        start("downgradeAccount", params, completion);
+    }
+    void updateAccountInfo(Params params, Completion completion) override
+    {
+        start("updateAccountInfo", params, completion);
+    }
+    void getUrlWithAuthorizeCode(Params params, Completion completion) override
+    {
+        start("getUrlWithAuthorizeCode", params, completion);
+    }
 
 private:
-    void start(const char *operation, const QVariantMap &params, const CallBackFunc &completion);
-    void finish(const QString &operation, const QVariantMap &params, const CallBackFunc &completion,
+    void start(const char *operation, Params params, Completion completion);
+    void finish(const QString &operation, Params params, Completion completion,
                 const Script &script, bool isCancelled);
-    QVariantMap perform(const QString &operation, const QVariantMap &params);
+    QVariantMap perform(const QString &operation, Params params);
 
     Instance &m_instance;
 };

@@ -1,6 +1,5 @@
 #include "library/messages.h"
 
-#include "keeper/delivery.h"
 #include "keeper/messagecontext.h"
 #include "library/instance.h"
 
@@ -9,31 +8,18 @@ namespace zefstandin {
 void Messages::registerMessageTask(const QString &messageName, const QString &taskName,
                                    QObject *context, const MessageTaskHandler &handler)
 {
-    Keeper &keeper = Keeper::instance();
-    Call call;
-    call.name = "registerMessageTask";
-    call.argument = (messageName + ' ' + taskName).toStdString();
-    call.hasContext = context;
-    keeper.recordCall(call);
-    keeper.addMessageHandler({messageName, taskName, handler});
+    const std::string names = (messageName + ' ' + taskName).toStdString();
+    Keeper::instance().recordCall("registerMessageTask", names, context);
+    Keeper::instance().addMessageHandler({messageName, taskName, handler});
 }
 
 int Messages::send(const QVariantMap &message, Thread thread, MessageContext context)
 {
-    const QList<MessageHandler> handlers =
-        Keeper::instance().messageHandlers("notifyElectronMsg", "meetingDataChanged");
-    int taken = 0;
-    for (const MessageHandler &handler : handlers) {
-        if (thread == Thread::caller) {
-            taken += deliver(handler, MessageReference(message, context).reference);
-            continue;
-        }
-        m_instance.run(thread, m_instance.officeWorker(), [handler, message, context] {
-            deliver(handler, MessageReference(message, context).reference);
-        });
-        ++taken;
-    }
-    return taken;
+    const auto queue = [&](const std::function<void()> &job) {
+        m_instance.run(thread, m_instance.officeWorker, job);
+        return true;
+    };
+    return sendToHandlers(message, thread, context, queue);
 }
 
 } // namespace zefstandin

@@ -13,8 +13,8 @@ class Notifier : public QObject
     Q_OBJECT
 
 public:
-    /// \param whenHeard called when somebody has connected to initFinished().
-    explicit Notifier(std::function<void()> whenHeard) : m_whenHeard(std::move(whenHeard)) {}
+    /// \param onConnected called when initFinished() has been connected.
+    explicit Notifier(std::function<void()> onConnected) : m_onConnected(std::move(onConnected)) {}
 
     /// Raises a signal by its name, on this thread. \return false when there is none.
     bool raise(const QByteArray &name)
@@ -24,7 +24,7 @@ public:
                metaObject()->method(index).invoke(this, Qt::DirectConnection);
     }
 
-    /// The name of one of its signals; any number is good.
+    /// The name of one of its signals, chosen by any number.
     static QByteArray signalName(quint64 number)
     {
         // Signals are the first methods of a class.
@@ -46,12 +46,12 @@ protected:
     void connectNotify(const QMetaMethod &signal) override
     {
         if (signal == QMetaMethod::fromSignal(&Notifier::initFinished)) {
-            m_whenHeard();
+            m_onConnected();
         }
     }
 
 private:
-    const std::function<void()> m_whenHeard;
+    const std::function<void()> m_onConnected;
 };
 
 } // namespace zefstandin

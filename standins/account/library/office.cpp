@@ -51,15 +51,10 @@ bool Office::submit(const QStringList &appIds, const QString &taskName, const QV
         return true;
     }
 
-    Call call;
-    call.name = "submit " + taskName.toStdString();
-    call.argument = compactJson(params).toStdString();
-    call.appIds = appIds.join(',').toStdString();
-    call.hasContext = !context.isNull();
-    keeper.recordCall(call);
-    const Script script = keeper.decide(operationName(taskName, params));
-    script.disturbHost();
-    script.throwIfScripted();
+    const Script script =
+        keeper.begin(operationName(taskName, params),
+                     {"submit " + taskName.toStdString(), compactJson(params).toStdString(),
+                      appIds.join(',').toStdString(), !context.isNull(), 0});
     m_instance.makeNoise(script.noise);
     if (script.destroyContext) {
         delete context.data();
@@ -80,43 +75,30 @@ bool Office::submit(const QStringList &appIds, const QString &taskName, const QV
 
 void Office::configure(const QVariantMap &standin)
 {
-    const QVariantMap office = standin.value("office").toMap();
     const std::lock_guard<std::mutex> lock(m_mutex);
-    for (auto it = office.cbegin(); it != office.cend(); ++it) {
-        m_settings.insert(it.key(), it.value());
-    }
+    m_state.settings = merged(m_state.settings, standin.value("office").toMap());
 }
 
-QVariantMap Office::settings() const
+Office::State Office::state() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_settings;
-}
-
-QVariantMap Office::meetingStatus() const
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_meetingStatus;
+    return m_state;
 }
 
 Office::TaskPointer Office::makeTask(const QString &name, const QVariantMap &params,
                                      const TaskCallback &completion, const Script &script)
 {
-    bool isPresent = true;
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        isPresent = m_settings.value("present", true).toBool();
-    }
-    std::shared_ptr<Task> task(new Task{name, params, completion, script, {}, {}});
+    const bool isPresent = state().settings.value("present", true).toBool();
+    std::shared_ptr<Task> task(new Task{{name, params, {}, completion, kDone, {}}, script, {}});
     if (script.statuses) {
         task->statuses = *script.statuses;
     } else {
         task->statuses = isPresent ? QVector<int>{10, 50, kDone} : QVector<int>{kNoOfficeApp};
     }
     if (script.reply) {
-        task->reply = *script.reply;
+        task->answer.reply = *script.reply;
     } else if (isPresent) {
-        task->reply = replyWith(resultOf(name, params));
+        task->answer.reply = replyWith(resultOf(name, params));
     }
     return task;
 }
@@ -127,11 +109,7 @@ QVariantMap Office::resultOf(const QString &name, const QVariantMap &params)
         return meetingResult(params);
     }
 
-    QVariantMap settings;
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        settings = m_settings;
-    }
+    const QVariantMap settings = state().settings;
     if (!settings.value("grants", true).toBool()) {
         return refusal(settings.value("reason", "refused by the user").toString());
     }
@@ -139,14 +117,15 @@ QVariantMap Office::resultOf(const QString &name, const QVariantMap &params)
     const QString wanted = params.value("userId").toString();
     const QString userId =
         wanted.isEmpty() ? settings.value("userId", kDefaultUserId).toString() : wanted;
-    const std::optional<Person> person = m_instance.accounts().person(userId);
+    const AccountService::Locked accounts = m_instance.accounts.locked();
+    const Person *person = accounts->person(userId);
     if (!person) {
         return refusal("user not signed in");
     }
     if (name == "grantAuthorizeCodeOffice") {
         return {{"bResult", true},
                 {"userId", userId},
-                {"authorizeCode", m_instance.accounts().newCode(userId)},
+                {"authorizeCode", accounts->newCode(userId)},
                 {"keepOnline", params.value("keepOnline").toBool()}};
     }
     return {{"bResult", true},
@@ -161,7 +140,7 @@ QVariantMap Office::meetingResult(const QVariantMap &params)
     const QString type = params.value("msgType").toString();
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (type == "enterMeeting") {
-        QVariantMap meeting = m_settings.value("meeting").toMap();
+        QVariantMap meeting = m_state.settings.value("meeting").toMap();
         if (meeting.isEmpty()) {
             return refusal("no meeting");
         }
@@ -175,32 +154,30 @@ QVariantMap Office::meetingResult(const QVariantMap &params)
         params.value("busyType").toString().isEmpty()) {
         return refusal("status not complete");
     }
-    m_meetingStatus = params;
+    m_state.meetingStatus = params;
     return {{"bResult", true}};
 }
 
-/// Gives status number \a index, and queues the next one.
+/// Gives status number \p index, and queues the next one.
 void Office::step(const TaskPointer &task, int index, bool isCancelled)
 {
+    PlannedAnswer answer = task->answer;
     if (isCancelled && !task->script.hold) {
-        if (!task->script.dropAtUninit) {
-            deliver(task->name, task->completion, kCancelled, replyWith(refusal("cancelled")));
-        }
-        return;
+        answer.status = kCancelled;
+        answer.reply = replyWith(refusal("cancelled"));
+        return task->script.dropAtUninit ? void() : deliver(answer);
     }
     if (index >= task->statuses.size()) { // scripted to give none
         return;
     }
 
-    const int status = task->statuses.at(index);
-    const bool isLast = index + 1 == task->statuses.size();
-    if (isLast) {
-        Keeper::instance().answer(
-            {task->name, task->params, {}, task->completion, status, task->reply}, task->script);
-        return;
+    answer.status = task->statuses.at(index);
+    if (index + 1 == task->statuses.size()) {
+        return Keeper::instance().answer(answer, task->script);
     }
     if (!task->script.hold) {
-        deliver(task->name, task->completion, status, {});
+        answer.reply.clear();
+        deliver(answer);
     }
     if (task->script.answersInCall() || isCancelled) {
         step(task, index + 1, isCancelled);
@@ -211,7 +188,7 @@ void Office::step(const TaskPointer &task, int index, bool isCancelled)
 
 void Office::post(const TaskPointer &task, int index)
 {
-    m_instance.officeWorker().post(
+    m_instance.officeWorker.post(
         [this, task, index](bool isCancelled) { step(task, index, isCancelled); },
         task->script.delayMs);
 }

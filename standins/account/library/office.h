@@ -1,7 +1,7 @@
 #pragma once
 
 #include "account/iaccountsdk.h"
-#include "keeper/script.h"
+#include "keeper/keeper.h"
 
 #include <mutex>
 
@@ -9,7 +9,7 @@ namespace zefstandin {
 
 class Instance;
 
-/// The office suite's side: answers the tasks on a worker of its own. Callable from any thread.
+/// Simulates the office suite: answers tasks on its own worker. Callable from any thread.
 class Office final : public IScheduler
 {
 public:
@@ -23,20 +23,19 @@ public:
     /// Takes "office" of a "standin" object; keys that are left out keep their values.
     void configure(const QVariantMap &standin);
 
-    QVariantMap settings() const;
-
-    /// The last status that was reported; empty before the first.
-    QVariantMap meetingStatus() const;
+    struct State
+    {
+        QVariantMap settings;
+        QVariantMap meetingStatus; ///< the last one that was reported; empty before the first
+    };
+    State state() const;
 
 private:
     struct Task
     {
-        QString name;
-        QVariantMap params;
-        TaskCallback completion;
+        PlannedAnswer answer; ///< its reply comes with the last status
         Script script;
-        QVector<int> statuses; ///< all that are to be given; the last one comes with the reply
-        QVariantMap reply;
+        QVector<int> statuses; ///< all that are to be given
     };
     using TaskPointer = std::shared_ptr<const Task>;
 
@@ -48,9 +47,8 @@ private:
     void post(const TaskPointer &task, int index);
 
     Instance &m_instance;
-    mutable std::mutex m_mutex; // guards everything below
-    QVariantMap m_settings;
-    QVariantMap m_meetingStatus;
+    mutable std::mutex m_mutex; // guards m_state
+    State m_state;
 };
 
 } // namespace zefstandin

@@ -1,44 +1,35 @@
 #include "library/person.h"
 
 #include <cstring>
+#include <utility>
 
 namespace zefstandin {
 
 namespace {
 
-struct FlagKey
-{
-    const char *key;
-    bool AccountListItem::*field;
-};
+const std::pair<const char *, bool AccountListItem::*> kFlags[] = {
+    {"is_company_account", &AccountListItem::isCompanyAccount},
+    {"is_current", &AccountListItem::isCurrent},
+    {"is_login", &AccountListItem::isLogin},
+    {"need_tfa", &AccountListItem::needTfa}};
 
-struct TextKey
-{
-    const char *key;
-    QString AccountListItem::*field;
-};
+const std::pair<const char *, QString AccountListItem::*> kTexts[] = {
+    {"userid", &AccountListItem::userId},
+    {"nickname", &AccountListItem::nickname},
+    {"avatar_url", &AccountListItem::avatarUrl},
+    {"company_id", &AccountListItem::companyId},
+    {"company_name", &AccountListItem::companyName},
+    {"company_logo", &AccountListItem::companyLogo},
+    {"company_custom_domain", &AccountListItem::companyCustomDomain},
+    {"status", &AccountListItem::status},
+    {"session_status", &AccountListItem::sessionStatus},
+    {"reason", &AccountListItem::reason},
+    {"loginmode", &AccountListItem::loginMode},
+    {"logout_reason", &AccountListItem::logoutReason},
+    {"link_text", &AccountListItem::linkText},
+    {"link_url", &AccountListItem::linkUrl}};
 
-const FlagKey kFlags[] = {{"is_company_account", &AccountListItem::isCompanyAccount},
-                          {"is_current", &AccountListItem::isCurrent},
-                          {"is_login", &AccountListItem::isLogin},
-                          {"need_tfa", &AccountListItem::needTfa}};
-
-const TextKey kTexts[] = {{"userid", &AccountListItem::userId},
-                          {"nickname", &AccountListItem::nickname},
-                          {"avatar_url", &AccountListItem::avatarUrl},
-                          {"company_id", &AccountListItem::companyId},
-                          {"company_name", &AccountListItem::companyName},
-                          {"company_logo", &AccountListItem::companyLogo},
-                          {"company_custom_domain", &AccountListItem::companyCustomDomain},
-                          {"status", &AccountListItem::status},
-                          {"session_status", &AccountListItem::sessionStatus},
-                          {"reason", &AccountListItem::reason},
-                          {"loginmode", &AccountListItem::loginMode},
-                          {"logout_reason", &AccountListItem::logoutReason},
-                          {"link_text", &AccountListItem::linkText},
-                          {"link_url", &AccountListItem::linkUrl}};
-
-/// Plausible and recognisable, so that a reader of the wrong field shows.
+/// Recognisable, so that a test notices when the wrong field is read.
 void fillUnread(QString *texts, int count, const QString &name)
 {
     for (int i = 0; i < count; ++i) {
@@ -51,11 +42,11 @@ void fillUnread(QString *texts, int count, const QString &name)
 Person personFromMap(const QVariantMap &map)
 {
     Person person;
-    for (const FlagKey &flag : kFlags) {
-        person.item.*flag.field = map.value(flag.key).toBool();
+    for (const auto &[key, flag] : kFlags) {
+        person.item.*flag = map.value(key).toBool();
     }
-    for (const TextKey &text : kTexts) {
-        person.item.*text.field = map.value(text.key).toString();
+    for (const auto &[key, text] : kTexts) {
+        person.item.*text = map.value(key).toString();
     }
     person.item.loginAccountLimit = map.value("login_account_limit").toInt();
 
@@ -78,11 +69,11 @@ QVariantMap mapFromPerson(const Person &person)
                     {"ssid", person.ssid},
                     {"randcode", person.randcode},
                     {"authorizeCode", person.authorizeCode}};
-    for (const FlagKey &flag : kFlags) {
-        map.insert(flag.key, person.item.*flag.field);
+    for (const auto &[key, flag] : kFlags) {
+        map.insert(key, person.item.*flag);
     }
-    for (const TextKey &text : kTexts) {
-        map.insert(text.key, person.item.*text.field);
+    for (const auto &[key, text] : kTexts) {
+        map.insert(key, person.item.*text);
     }
     return map;
 }

@@ -21,14 +21,14 @@ struct Person
 /// left out: "ssid-" + id, "randcode-" + id, "code-" + id.
 Person personFromMap(const QVariantMap &map);
 
-/// The inverse, without what proves the person.
+/// The inverse.
 QVariantMap mapFromPerson(const Person &person);
 
 /// The records of the current person.
 AccountAuthInfo authInfoOf(const Person &person);
 AccountUserInfo userInfoOf(const Person &person);
 
-/// Person number \a number of a generated list: "user-1" and so on.
+/// Person number \p number of a generated list: "user-1" and so on.
 Person generatedPerson(int number);
 
 } // namespace zefstandin

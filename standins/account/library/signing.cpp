@@ -37,7 +37,7 @@ struct Curve : Scoped<mbedtls_ecp_group, mbedtls_ecp_group_init, mbedtls_ecp_gro
     const bool isLoaded;
 };
 
-/// The system's random numbers, for the arithmetic as well, which hides the key behind them.
+/// The system's random numbers; the arithmetic also uses them to blind the key.
 int fillRandom(void *, unsigned char *bytes, std::size_t size)
 {
     QRandomGenerator::system()->generate(bytes, bytes + size);
@@ -84,13 +84,14 @@ SigningKey::SigningKey()
 
     const QByteArray coordinates(reinterpret_cast<const char *>(bytes.data()) + 1,
                                  2 * kCoordinateBytes);
+    m_jwk = {{"kty", "EC"},
+             {"crv", "P-256"},
+             {"x", QString(base64Url(coordinates.left(kCoordinateBytes)))},
+             {"y", QString(base64Url(coordinates.mid(kCoordinateBytes)))}};
     m_key = key;
-    m_x = base64Url(coordinates.left(kCoordinateBytes));
-    m_y = base64Url(coordinates.mid(kCoordinateBytes));
-    // RFC 7638: the required members in this order, without blanks.
-    const QByteArray members =
-        R"({"crv":"P-256","kty":"EC","x":")" + m_x + R"(","y":")" + m_y + R"("})";
-    m_thumbprint = base64Url(QCryptographicHash::hash(members, QCryptographicHash::Sha256));
+    // RFC 7638: over the required members in the order of their names, without blanks.
+    m_thumbprint =
+        base64Url(QCryptographicHash::hash(compactJson(m_jwk), QCryptographicHash::Sha256));
 }
 
 QByteArray SigningKey::publicJwk() const
@@ -98,13 +99,11 @@ QByteArray SigningKey::publicJwk() const
     if (!m_key) {
         return {};
     }
-    return compactJson({{"kty", "EC"},
-                        {"crv", "P-256"},
-                        {"x", QString(m_x)},
-                        {"y", QString(m_y)},
-                        {"use", "sig"},
-                        {"alg", "ES256"},
-                        {"kid", QString(m_thumbprint)}});
+    QVariantMap jwk = m_jwk;
+    jwk.insert("use", "sig");
+    jwk.insert("alg", "ES256");
+    jwk.insert("kid", m_thumbprint);
+    return compactJson(jwk);
 }
 
 QByteArray SigningKey::signCompact(const QByteArray &payload, const char *type, bool hasKey) const
@@ -113,13 +112,7 @@ QByteArray SigningKey::signCompact(const QByteArray &payload, const char *type, 
     if (*type) {
         header.insert("typ", type);
     }
-    if (hasKey) {
-        const QVariantMap jwk{
-            {"kty", "EC"}, {"crv", "P-256"}, {"x", QString(m_x)}, {"y", QString(m_y)}};
-        header.insert("jwk", jwk);
-    } else {
-        header.insert("kid", QString(m_thumbprint));
-    }
+    hasKey ? header.insert("jwk", m_jwk) : header.insert("kid", m_thumbprint);
 
     const QByteArray input = base64Url(compactJson(header)) + '.' + base64Url(payload);
     const QByteArray raw = signature(input);

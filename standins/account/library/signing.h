@@ -1,7 +1,7 @@
 #pragma once
 
 #include <QByteArray>
-#include <QString>
+#include <QVariantMap>
 
 #include <memory>
 
@@ -37,9 +37,8 @@ private:
     QByteArray signature(const QByteArray &input) const;
 
     std::shared_ptr<const PrivateKey> m_key; // null when none could be made
-    QByteArray m_x;
-    QByteArray m_y;
-    QByteArray m_thumbprint;
+    QVariantMap m_jwk;                       // the public key's members that every use has
+    QString m_thumbprint;
 };
 
 /// The claims of a proof-of-possession token (RFC 9449) with the further claim "cv".

@@ -14,22 +14,19 @@ bool isNoCost()
     return Keeper::instance().isNoCost();
 }
 
-/// Steps that every signing operation shares. \return what the script says.
-Script begin(const char *operation, const QVariantMap &arguments)
+/// Does what the script of an operation says, or signs. A refused operation still leaves something in
+/// its output, as the contract allows.
+template <typename Sign>
+bool signAsScripted(const char *operation, const QVariantMap &arguments, bool isComplete,
+                    QByteArray &signature, Sign sign)
 {
-    Keeper &keeper = Keeper::instance();
-    keeper.recordCall(operation, arguments.isEmpty() ? QByteArray() : compactJson(arguments));
-    const Script script = keeper.decide(operation);
-    script.sleep();
-    script.throwIfScripted();
-    return script;
-}
-
-/// A refused operation still leaves something in its output, as the contract allows.
-bool refuse(QByteArray &output)
-{
-    output = "undefined";
-    return false;
+    const Script script = Keeper::instance().begin(operation, compactJson(arguments));
+    if (script.refuse || !isComplete) {
+        signature = "undefined";
+        return false;
+    }
+    signature = script.text ? script.text->toUtf8() : sign();
+    return script.text || !signature.isEmpty();
 }
 
 bool answerCheaply(QByteArray &output)
@@ -52,7 +49,7 @@ QByteArray SignService::getJwkPublicKeyStr()
         return kCheapOutput;
     }
 
-    const Script script = begin("getJwkPublicKeyStr", {});
+    const Script script = Keeper::instance().begin("getJwkPublicKeyStr");
     if (script.text) {
         return script.text->toUtf8();
     }
@@ -66,7 +63,7 @@ bool SignService::generatePKCEParam(QString &codeVerifier, QString &codeChalleng
         return true;
     }
 
-    if (begin("generatePKCEParam", {}).refuse) {
+    if (Keeper::instance().begin("generatePKCEParam").refuse) {
         codeVerifier = "undefined";
         return false;
     }
@@ -83,13 +80,10 @@ bool SignService::signPopToken(const QString &method, const QString &uri, const 
         return answerCheaply(signature);
     }
 
-    const Script script = begin("signPopToken", {{"method", method}, {"uri", uri}, {"cv", cv}});
-    if (script.refuse || method.isEmpty() || uri.isEmpty() || cv.isEmpty()) {
-        return refuse(signature);
-    }
-    signature = script.text ? script.text->toUtf8()
-                            : key().signCompact(popClaims(method, uri, cv), "dpop+jwt", true);
-    return script.text || !signature.isEmpty();
+    const bool isComplete = !method.isEmpty() && !uri.isEmpty() && !cv.isEmpty();
+    return signAsScripted(
+        "signPopToken", {{"method", method}, {"uri", uri}, {"cv", cv}}, isComplete, signature,
+        [&] { return key().signCompact(popClaims(method, uri, cv), "dpop+jwt", true); });
 }
 
 bool SignService::signLoginData(const QByteArray &data, QByteArray &signature)
@@ -98,12 +92,8 @@ bool SignService::signLoginData(const QByteArray &data, QByteArray &signature)
         return answerCheaply(signature);
     }
 
-    const Script script = begin("signLoginData", {{"data", QString::fromUtf8(data)}});
-    if (script.refuse || data.isEmpty()) {
-        return refuse(signature);
-    }
-    signature = script.text ? script.text->toUtf8() : key().signCompact(data, "", false);
-    return script.text || !signature.isEmpty();
+    return signAsScripted("signLoginData", {{"data", QString::fromUtf8(data)}}, !data.isEmpty(),
+                          signature, [&] { return key().signCompact(data, "", false); });
 }
 
 } // namespace zefstandin

@@ -9,28 +9,28 @@ Worker::~Worker()
     stop();
 }
 
-void Worker::post(Job job, int delayMs)
-{
-    enqueue({std::move(job), Keeper::instance().busy()}, delayMs);
-}
-
-void Worker::postBackground(Job job, int delayMs)
-{
-    enqueue({std::move(job), nullptr}, delayMs);
-}
-
-void Worker::enqueue(Entry entry, int delayMs)
+void Worker::post(Job job, int delayMs, Busy busy)
 {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         if (!m_hasEnded && hasThread()) {
             const auto delay = std::chrono::milliseconds(std::max(delayMs, 0));
-            m_entries.emplace(Clock::now() + delay, std::move(entry));
+            m_entries.emplace(Clock::now() + delay, Entry{std::move(job), std::move(busy)});
             m_wake.notify_one();
             return;
         }
     }
-    entry.job(true);
+    job(true);
+}
+
+void Worker::postOptional(std::function<void()> job, int delayMs, Busy busy)
+{
+    const auto unlessCancelled = [job = std::move(job)](bool isCancelled) {
+        if (!isCancelled) {
+            job();
+        }
+    };
+    post(unlessCancelled, delayMs, std::move(busy));
 }
 
 bool Worker::hasThread()

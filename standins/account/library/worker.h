@@ -15,17 +15,19 @@ namespace zefstandin {
 class Worker
 {
 public:
-    /// \a cancelled: the library is shutting down, and the job is run before its time.
+    /// \p cancelled: the library is shutting down, and the job is run before its time.
     using Job = std::function<void(bool cancelled)>;
 
     Worker() = default;
     ~Worker();
 
     /// After stop(), and when the system gives no thread, the job is run at once, cancelled.
-    void post(Job job, int delayMs = 0);
+    /// \param busy null for a job that nobody waits for.
+    void post(Job job, int delayMs = 0, Busy busy = Keeper::instance().busy());
 
-    /// The same for a job that nobody waits for: it does not count as busy.
-    void postBackground(Job job, int delayMs);
+    /// For a job that is dropped when the library shuts down.
+    void postOptional(std::function<void()> job, int delayMs = 0,
+                      Busy busy = Keeper::instance().busy());
 
     /// Runs what is queued as cancelled, then ends the thread. Not from a job.
     void stop();
@@ -38,7 +40,6 @@ private:
     };
     using Clock = std::chrono::steady_clock;
 
-    void enqueue(Entry entry, int delayMs);
     bool hasThread();
     void run();
 
