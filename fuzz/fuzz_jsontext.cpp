@@ -1,4 +1,4 @@
-// Holds the JSON codec against Qt's: the same maps with the same types from any text, the same
+// Compares the JSON codec with Qt's: the same maps with the same types from any text, the same
 // bytes from any map. The first byte chooses the direction.
 
 #include "json/jsonobjecttexts.h"

@@ -1,4 +1,4 @@
-// Holds the values of log lines against Qt's conversions: any bytes, as text up to their NUL, as a
+// Compares the values of log lines with Qt's conversions: any bytes, as text up to their NUL, as a
 // byte array and as a QString, give the wide characters that Qt makes of them.
 
 #include "log/logline.h"

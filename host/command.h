@@ -7,7 +7,7 @@
 
 namespace zefhost {
 
-/// What a command does; command lines, scripts and the prompt all come down to these.
+/// What a command does; command lines, scripts and the prompt are translated into these.
 enum class Verb {
     call,
     asynCall,
@@ -17,10 +17,10 @@ enum class Verb {
     waitEvent,
     waitTask,
     waitAnswers,
-    linger, ///< take in what arrives, for the given time or until interrupted
+    linger, ///< print deliveries for the given time or until interrupted
     raise,  ///< an event, through the stand-in of the account library
     office, ///< a message of the office suite, through the same
-    mock,   ///< anything else that the stand-in of the account library is told
+    mock,   ///< any other command to the stand-in of the account library
     expect, ///< a delivery that was recorded
     note    ///< print the text
 };

@@ -9,8 +9,8 @@
 #include <memory>
 
 /// \file
-/// The command-line host: loads the library as the application does, carries out what it is asked
-/// to and tells how it went.
+/// The command-line host: loads the library as the application does, runs the commands that it gets
+/// and reports the results.
 
 namespace {
 
@@ -29,7 +29,7 @@ void interruptInOrder()
     action.sa_flags = static_cast<int>(SA_RESETHAND);
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
-    // A reader that goes away shows as a failed write.
+    // If the reader of a pipe exits, writing fails instead of ending the process.
     action.sa_handler = SIG_IGN;
     action.sa_flags = 0;
     sigaction(SIGPIPE, &action, nullptr);
@@ -44,7 +44,7 @@ Json recordingHeader(const std::string &text)
 std::string startText()
 {
     const std::string reasons = lastLogErrors();
-    return "the framework refused the settings: init answered false.\n" +
+    return "the framework refused the settings: init returned false.\n" +
            (reasons.empty() ? "The log gives no reason. The messages above may; "
                               "libzaccountlite.so has to be in the folder of the library."
                             : "From the log: " + reasons) +

@@ -25,7 +25,7 @@ A script holds one JSON object a line; empty lines and lines that begin with # a
   {"raise":event}  {"office":{message}}  {"mock":{command}}    with the stand-in of the account
   library only
 A recording of zelectronframework-inspector is such a script as well: it brings its settings, and
-what comes is compared with its lines {"got":...}.)";
+deliveries are compared with its lines {"got":...}.)";
 
 /// What the parser fills in before it becomes commands.
 struct Raw
@@ -118,7 +118,8 @@ int printParserResult(const CLI::App &app, const CLI::ParseError &result)
     return refuse(result.what());
 }
 
-/// What the parser left over is told apart here, since it calls all of it a missing command.
+/// Distinguishes the remaining arguments, because the parser reports each of them as a missing
+/// command.
 bool isComplete(const CLI::App &app, int &exitCode)
 {
     const std::vector<std::string> rest = app.remaining(true);

@@ -157,7 +157,7 @@ std::vector<std::string> candidates(const std::string &lineBefore)
         return eventPaths();
     }
     for (const Method &method : methods()) {
-        // On this thread the others are refused.
+        // call would refuse the others on this thread.
         if (verb == "async" || verb == "help" || (verb == "call" && method.isThreadSafe)) {
             names.emplace_back(method.path);
         }
@@ -165,7 +165,7 @@ std::vector<std::string> candidates(const std::string &lineBefore)
     return names;
 }
 
-/// Called by the line editor with rising index until it gives null.
+/// The line editor calls this with an increasing index until it returns null.
 char *nextCandidate(const char *start, int index)
 {
     static std::vector<std::string> matches;

@@ -18,9 +18,9 @@
 namespace zefhost {
 
 /// One run of the framework, from init to uninit: carries out commands, prints what arrives and
-/// notes whether everything came out as expected.
+/// notes whether everything went as expected.
 ///
-/// Built and used on one thread, the caller's; deliveries come in on any.
+/// Created and used on one thread, the caller's; deliveries arrive on any.
 class Session
 {
 public:
@@ -37,7 +37,7 @@ public:
     /// False when init refused; the reason is in the log then.
     [[nodiscard]] bool start(const std::string &settings);
 
-    /// What comes is compared with the recording that the commands to come are.
+    /// Compares deliveries with a recording; the next commands are those of the recording.
     void compareWith(std::unique_ptr<Replay> replay) { m_replay = std::move(replay); }
 
     /// Subscribes to what the recording has from there. After start().

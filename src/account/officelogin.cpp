@@ -1,6 +1,6 @@
 #include "account/officelogin.h"
 
-#include "account/accountservices.h"
+#include "account/loginrequest.h"
 #include "account/officetasks.h"
 #include "base/delivery.h"
 #include "base/runningframework.h"
@@ -8,8 +8,6 @@
 #include <QCoreApplication>
 
 #include <algorithm>
-
-const QString kLoginServiceMissing = QStringLiteral("sercice is nullptr");
 
 namespace {
 
@@ -49,14 +47,6 @@ TaskCallback whenFinished(const QString &method, const CallBackFunc &callback, A
     };
 }
 
-void login(const QVariantMap &params, const CallBackFunc &callback)
-{
-    if (ILoginService *service =
-            serviceOrReply(&IAccountSdk::getLoginService, kLoginServiceMissing, callback)) {
-        service->loginCallback(params, callback);
-    }
-}
-
 bool isKnownUser(IAccount &account, const QString &userId)
 {
     const QList<AccountListItem> accounts = account.accountList();
@@ -91,7 +81,7 @@ void loginThroughOffice(QObject *context, const QVariantMap &params, const CallB
     const CallBackFunc continuation = [callback, extParam](const QVariantMap &reply) {
         QVariantMap data = reply.value(QStringLiteral("data")).toMap();
         data.insert(kExtParam, extParam);
-        login(data, callback);
+        passToLoginService(&ILoginService::loginCallback, data, callback);
     };
     const TaskCallback completion = whenFinished(
         QStringLiteral("quickLogin"), callback, [continuation](const QVariantMap &result) {

@@ -3,7 +3,6 @@
 #include "base/callbackfunc.h"
 
 #include <QObject>
-#include <QString>
 
 /// \file
 /// The two methods of the account module that use the office suite. Each submits a task, which is
@@ -12,12 +11,10 @@
 ///
 /// \param context tells the scheduler whether the submitter still exists; not used otherwise.
 
-/// The failure text without a login service. Its spelling is part of the interface.
-extern const QString kLoginServiceMissing;
-
 /// Signs in with a grant of the office suite: its result, or an empty one when it refuses, goes to
 /// the login service together with "extParam", and the login service answers.
 void loginThroughOffice(QObject *context, const QVariantMap &params, const CallBackFunc &callback);
 
-/// Asks the office suite for its user and answers with it unless that user is known here already.
+/// Asks the office suite for its user and answers with it unless that user is in the account list
+/// already.
 void requestOfficeUser(QObject *context, const CallBackFunc &callback);

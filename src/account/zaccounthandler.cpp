@@ -1,32 +1,20 @@
 #include "account/zaccounthandler.h"
 
 #include "account/accountlist.h"
-#include "account/accountservices.h"
+#include "account/loginrequest.h"
 #include "account/officelogin.h"
 #include "account/signing.h"
 #include "account/webviewcookies.h"
 
 namespace {
 
-using LoginOperation = void (ILoginService::*)(const QVariantMap &, const CallBackFunc &);
-
 const auto kServiceMissing = QStringLiteral("service is nullptr");
-
-/// Passes the request to the login service, which replies itself.
-void passOn(LoginOperation operation, const QVariantMap &params, const CallBackFunc &callback,
-            const QString &serviceMissing)
-{
-    if (ILoginService *service =
-            serviceOrReply(&IAccountSdk::getLoginService, serviceMissing, callback)) {
-        (service->*operation)(params, callback);
-    }
-}
 
 void loginWith(const QString &loginType, const QVariantMap &params, const CallBackFunc &callback)
 {
     QVariantMap typed = params;
     typed.insert(QStringLiteral("loginType"), loginType);
-    passOn(&ILoginService::loginCallback, typed, callback, kServiceMissing);
+    passToLoginService(&ILoginService::loginCallback, typed, callback, kServiceMissing);
 }
 
 } // namespace
@@ -41,7 +29,7 @@ ZAccountHandler::ZAccountHandler(QObject *parent)
 
 void ZAccountHandler::loginCallback(const QVariantMap &params, const CallBackFunc &callback)
 {
-    passOn(&ILoginService::loginCallback, params, callback, kLoginServiceMissing);
+    passToLoginService(&ILoginService::loginCallback, params, callback);
 }
 
 void ZAccountHandler::queryWebviewCookies(const QVariantMap &params, const CallBackFunc &callback)
@@ -76,7 +64,7 @@ void ZAccountHandler::generatePKCEParam(const QVariantMap &, const CallBackFunc 
 
 void ZAccountHandler::logout(const QVariantMap &params, const CallBackFunc &callback)
 {
-    passOn(&ILoginService::logout, params, callback, kLoginServiceMissing);
+    passToLoginService(&ILoginService::logout, params, callback);
 }
 
 void ZAccountHandler::getAccountListInfo(const QVariantMap &, const CallBackFunc &callback)
@@ -91,28 +79,28 @@ void ZAccountHandler::getOfficeUserInfo(const QVariantMap &, const CallBackFunc 
 
 void ZAccountHandler::switchAccount(const QVariantMap &params, const CallBackFunc &callback)
 {
-    passOn(&ILoginService::switchAccount, params, callback, kLoginServiceMissing);
+    passToLoginService(&ILoginService::switchAccount, params, callback);
 }
 
 void ZAccountHandler::upgradeAccount(const QVariantMap &params, const CallBackFunc &callback)
 {
-    passOn(&ILoginService::upgradeAccount, params, callback, kLoginServiceMissing);
+    passToLoginService(&ILoginService::upgradeAccount, params, callback);
 }
 
 void ZAccountHandler::downgradeAccount(const QVariantMap &params, const CallBackFunc &callback)
 {
-    passOn(&ILoginService::downgradeAccount, params, callback, kLoginServiceMissing);
+    passToLoginService(&ILoginService::downgradeAccount, params, callback);
 }
 
 void ZAccountHandler::updateAccountInfo(const QVariantMap &params, const CallBackFunc &callback)
 {
-    passOn(&ILoginService::updateAccountInfo, params, callback, kLoginServiceMissing);
+    passToLoginService(&ILoginService::updateAccountInfo, params, callback);
 }
 
 void ZAccountHandler::getUrlWithAuthorizeCode(const QVariantMap &params,
                                               const CallBackFunc &callback)
 {
-    passOn(&ILoginService::getUrlWithAuthorizeCode, params, callback, kServiceMissing);
+    passToLoginService(&ILoginService::getUrlWithAuthorizeCode, params, callback, kServiceMissing);
 }
 
 void ZAccountHandler::loginWithSsid(const QVariantMap &params, const CallBackFunc &callback)

@@ -48,7 +48,7 @@ private:
 
 QVariantMap buildResult(bool success, const QString &message, const QVariantMap &data)
 {
-    // In the order of the keys, which spares the map's own search.
+    // Inserted in key order, so that the map need not search.
     QVariantMap reply;
     if (!data.isEmpty()) {
         reply.insert(reply.constEnd(), kData, data);

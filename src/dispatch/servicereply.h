@@ -6,7 +6,7 @@
 /// empty: {"result":"ok", "data":output}. The inner "result" is part of the interface.
 inline QVariantMap serviceData(const QVariant &output)
 {
-    // Not from a list of pairs, which would make a copy of each.
+    // No initializer list, which would copy each pair.
     QVariantMap data;
     data.insert(QStringLiteral("data"), output);
     data.insert(QStringLiteral("result"), QStringLiteral("ok"));

@@ -71,9 +71,9 @@ private:
     std::mutex m_mutex; // guards everything below; held over no callback
     std::condition_variable m_returned;
     // In the order of their handles. Neither grows nor shrinks while events are being delivered, so
-    // that the host thread goes through it without the lock.
+    // that the host thread iterates over it without the lock.
     std::vector<Subscription> m_subscriptions;
-    std::vector<Subscription> m_added; // meanwhile
+    std::vector<Subscription> m_added; // subscribed during a delivery
     std::size_t m_removedCount = 0;
-    int m_deliveryCount = 0; // under way, one inside the other
+    int m_deliveryCount = 0; // in progress, possibly nested
 };

@@ -20,7 +20,7 @@ public:
     ///                          thread.
     ZMessageHandlerBase(QObject *parent, QStringList threadSafeMethods);
 
-    /// What a name stands for.
+    /// The slot that a method name stands for.
     struct Method
     {
         QString name;

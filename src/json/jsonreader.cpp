@@ -1,5 +1,6 @@
 #include "json/jsonreader.h"
 
+#include "json/keycache.h"
 #include "json/utf8.h"
 
 #include <QtEndian>
@@ -8,7 +9,6 @@
 #include <climits>
 #include <cmath>
 #include <cstring>
-#include <utility>
 
 namespace {
 
@@ -51,66 +51,6 @@ void putCode(uint code, ushort *&out)
     } else {
         *out++ = ushort(code);
     }
-}
-
-/// Texts of keys that were read before. Hosts send the same few keys with every call, and sharing a
-/// text costs a fifth of creating it. Each thread has its own cache of bounded size, because
-/// threads that count the references of one text would contend for it.
-class KeyCache
-{
-public:
-    static constexpr int kLongestKey = 24;
-
-    /// Null when the thread is ending.
-    static KeyCache *ofThread();
-
-    /// \param key ASCII without a zero; not empty and not longer than kLongestKey.
-    const QString &text(const char *key, int length)
-    {
-        Bytes bytes{};
-        std::memcpy(bytes.data(), key, std::size_t(length));
-        const quint64 mixed = (bytes[0] ^ bytes[1] * 3 ^ bytes[2] * 5) * kGoldenRatio;
-        Entry &entry = m_entries[mixed >> (64 - kEntryBits)];
-        if (entry.bytes != bytes) {
-            entry.text = QString::fromLatin1(key, length);
-            entry.bytes = bytes;
-        }
-        return entry.text;
-    }
-
-private:
-    using Bytes = std::array<quint64, kLongestKey / sizeof(quint64)>; // zeros behind the key
-    struct Entry
-    {
-        Bytes bytes{};
-        QString text;
-    };
-    static constexpr quint64 kGoldenRatio = Q_UINT64_C(0x9e3779b97f4a7c15);
-    static constexpr int kEntryBits = 9;
-
-    std::array<Entry, 1 << kEntryBits> m_entries;
-};
-
-// Trivial types, so that they can be read while the thread ends.
-thread_local KeyCache *t_keyCache = nullptr;
-thread_local bool t_isEnding = false;
-
-KeyCache *KeyCache::ofThread()
-{
-    struct Owner
-    {
-        ~Owner()
-        {
-            t_isEnding = true;
-            delete std::exchange(t_keyCache, nullptr);
-        }
-    };
-    if (!t_keyCache && !t_isEnding) {
-        t_keyCache = new KeyCache;
-        thread_local const Owner owner;
-        static_cast<void>(owner);
-    }
-    return t_keyCache;
 }
 
 /// Reads one document with the grammar of Qt's parser, including what it tolerates: control
@@ -317,7 +257,7 @@ bool Reader::number(QVariant &value)
     return true;
 }
 
-/// Lets Qt decide the value of a number and whether it is one: "-", "1." and "1e" get here, too.
+/// Leaves it to Qt whether the text is a number, and which: "-", "1." and "1e" get here, too.
 bool Reader::unusualNumber(const char *start, bool isWhole, QVariant &value) const
 {
     const QByteArray text = QByteArray::fromRawData(start, int(m_at - start));
@@ -342,8 +282,8 @@ inline int firstMarked(quint64 marks)
     return int(qCountTrailingZeroBits(qFromLittleEndian(marks)) / 8);
 }
 
-/// The first quote or backslash or, if asked for, non-ASCII byte. A block at a time: a byte of the
-/// marks is 0xff where it is one.
+/// The first quote or backslash or, if asked for, non-ASCII byte. Tests a block at a time; a byte
+/// of the mask is 0xff where the text byte matches.
 template <bool StopsAtNonAscii>
 const char *Reader::runEnd(const char *at) const
 {
@@ -402,7 +342,7 @@ bool Reader::key(QString &key)
     return true;
 }
 
-/// A string with escapes or non-ASCII characters, whose first mark m_at has reached.
+/// A string with escapes or non-ASCII characters; m_at is at the first of these.
 bool Reader::markedString(const char *start, QString &string)
 {
     bool hasEscapes = false;
@@ -422,7 +362,8 @@ bool Reader::markedString(const char *start, QString &string)
     string = QString(int(close - start), Qt::Uninitialized);
     auto *const begin = reinterpret_cast<ushort *>(string.data());
     ushort *out = begin;
-    // Qt drops a byte-order mark where it decodes a string as a whole, and that is without escapes.
+    // Qt drops a leading byte-order mark only in strings without escapes, which it decodes as a
+    // whole.
     m_at = start;
     if (!hasEscapes) {
         skipByteOrderMark();
@@ -459,8 +400,8 @@ inline bool Reader::escape(ushort *&out)
         return true;
     }
 
-    // Qt takes a byte that is not ASCII for a code point of its value, with the sign that `char`
-    // has on the machine: what it makes of one is no character that anybody meant.
+    // Qt uses a non-ASCII byte as a code point, with the sign that `char` has on the machine. The
+    // result is meaningless, but must be the same as Qt's.
     const bool isAscii = uchar(letter) < 0x80;
     const uint code = isAscii ? uchar(kEscapedCharacters[uchar(letter)]) : uint(letter);
     putCode(code, out);

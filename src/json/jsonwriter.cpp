@@ -1,22 +1,16 @@
 #include "json/jsonwriter.h"
 
+#include "json/jsonvalues.h"
 #include "json/utf8.h"
 
-#include <QJsonDocument>
 #include <QtEndian>
 
 #include <algorithm>
 #include <array>
 #include <climits>
-#include <cmath>
 #include <utility>
 
 namespace {
-
-/// Nesting of objects and arrays that is written here; Qt writes what is deeper.
-constexpr int kDepthLimit = 1024;
-/// Up to this limit every whole number has an exact double, so that its digits are those Qt writes.
-constexpr double kExactWholeNumbers = 9007199254740992.0; // 2^53
 
 /// The letter of the escape for each ASCII character that has one, else 0.
 constexpr std::array<char, 128> makeEscapeLetters()
@@ -154,118 +148,6 @@ inline const Unit *putChunk(const Unit *at, const Unit *end, Strings strings, ch
     return at + left;
 }
 
-template <typename T>
-const T &held(const QVariant &value)
-{
-    return *static_cast<const T *>(value.constData());
-}
-
-void writeValue(JsonWriter &out, const QVariant &value, int depth);
-
-/// Rare types, whose meaning and form are left to Qt.
-void writeThroughQt(JsonWriter &out, const QVariant &value)
-{
-    const QVariant list = QVariantList{value};
-    const QByteArray text = QJsonDocument::fromVariant(list).toJson(QJsonDocument::Compact);
-    out.append(QLatin1String(text.constData() + 1, text.size() - 2));
-}
-
-void writeNumber(JsonWriter &out, const QVariant &value, double number)
-{
-    // The comparison is also false for NaN.
-    if (!(std::abs(number) <= kExactWholeNumbers)) {
-        writeThroughQt(out, value);
-    } else if (double(qlonglong(number)) == number) {
-        out.wholeNumber(qlonglong(number));
-    } else {
-        const auto text = QByteArray::number(number, 'g', QLocale::FloatingPointShortest);
-        out.append(QLatin1String(text));
-    }
-}
-
-template <typename List, typename Write>
-void writeArray(JsonWriter &out, const List &list, Write writeElement)
-{
-    char before = '[';
-    for (const auto &element : list) {
-        out.punctuation(before);
-        writeElement(element);
-        before = ',';
-    }
-    if (list.isEmpty()) {
-        out.punctuation('[');
-    }
-    out.punctuation(']');
-}
-
-void writeObject(JsonWriter &out, const QVariantMap &map, int depth)
-{
-    char before = '{';
-    const auto end = map.cend();
-    for (auto member = map.cbegin(); member != end;) {
-        const auto current = member++;
-        // A map filled with insertMulti(): the oldest value, which comes last, is the member.
-        if (member != end && member.key() == current.key()) {
-            continue;
-        }
-        out.punctuation(before);
-        out.string(current.key());
-        out.punctuation(':');
-        writeValue(out, current.value(), depth);
-        before = ',';
-    }
-    if (map.isEmpty()) {
-        out.punctuation('{');
-    }
-    out.punctuation('}');
-}
-
-/// \p depth counts the enclosing objects and arrays. Qt writes what is deeper than the limit.
-void writeValue(JsonWriter &out, const QVariant &value, int depth)
-{
-    switch (value.userType()) {
-    case QMetaType::UnknownType:
-    case QMetaType::Nullptr:
-        return out.append(QLatin1String("null"));
-    case QMetaType::Bool:
-        return out.boolean(held<bool>(value));
-    case QMetaType::Int:
-        return out.wholeNumber(held<int>(value));
-    case QMetaType::UInt:
-        return out.wholeNumber(held<uint>(value));
-    case QMetaType::LongLong:
-        return writeNumber(out, value, double(held<qlonglong>(value)));
-    case QMetaType::Double:
-        return writeNumber(out, value, held<double>(value));
-    case QMetaType::QString:
-        return out.string(held<QString>(value));
-    case QMetaType::QByteArray:
-        return out.bytes(held<QByteArray>(value));
-    case QMetaType::QStringList:
-        return writeArray(out, held<QStringList>(value),
-                          [&out](const QString &element) { out.string(element); });
-    case QMetaType::QVariantList:
-        if (depth == kDepthLimit) {
-            break;
-        }
-        return writeArray(out, held<QVariantList>(value), [&out, depth](const QVariant &element) {
-            writeValue(out, element, depth + 1);
-        });
-    case QMetaType::QVariantMap:
-        if (depth == kDepthLimit) {
-            break;
-        }
-        return writeObject(out, held<QVariantMap>(value), depth + 1);
-    default:
-        if (value.userType() == qMetaTypeId<JsonText>()) {
-            const QByteArray &text = held<JsonText>(value).text;
-            return out.append(QLatin1String(text.constData(), text.size()));
-        }
-        break;
-    }
-    writeThroughQt(out, value);
-}
-
 } // namespace
 
 void JsonWriter::map(const QVariantMap &map)
@@ -287,7 +169,7 @@ QByteArray JsonWriter::take()
     return text;
 }
 
-/// By half only: a long text is not the only one of its length at the time.
+/// Grows by half, not to the double: other texts of this length may be in memory at the same time.
 Q_NEVER_INLINE void JsonWriter::grow(int more)
 {
     const int written = length();
@@ -295,7 +177,7 @@ Q_NEVER_INLINE void JsonWriter::grow(int more)
         qBadAlloc();
     }
     const bool isOnStack = m_heapRoom.isEmpty();
-    // reserve() takes as much as it is asked for, resize() alone would take the double.
+    // reserve() allocates exactly what is asked for; resize() alone would allocate twice as much.
     m_heapRoom.reserve(written + written / 2 + 4 * kRoom + more);
     m_heapRoom.resize(m_heapRoom.capacity());
     if (isOnStack) {
@@ -327,7 +209,7 @@ inline void JsonWriter::units(const Unit *at, const Unit *end)
     makeRoom(int(end - at));
     const Strings strings = m_strings;
     putQuote(strings, m_at);
-    // A variable of its own stays in a register while bytes are stored, m_at would not.
+    // A local variable stays in a register while bytes are stored; m_at would not.
     char *out = m_at;
     while (end - at >= kChunk) {
         if (Q_UNLIKELY(m_limit - out < kRoom)) {
@@ -335,7 +217,7 @@ inline void JsonWriter::units(const Unit *at, const Unit *end)
             grow(0);
             out = m_at;
         }
-        // Non-ASCII text comes in runs, where testing a chunk gains nothing.
+        // Non-ASCII characters usually follow each other; testing chunks of them gains nothing.
         at = *at < 0x80 ? putChunk(at, end, strings, out) : putCharacter(at, end, strings, out);
     }
     m_at = out;

@@ -14,13 +14,13 @@ struct JsonText
 Q_DECLARE_TYPEINFO(JsonText, Q_MOVABLE_TYPE);
 Q_DECLARE_METATYPE(JsonText)
 
-/// Builds one text, of a map as a whole or piece by piece: the caller writes the marks between
-/// pieces. Short texts need no allocation. Lives on the stack of one thread.
+/// Builds one text, of a map as a whole or piece by piece: the caller writes the punctuation
+/// between the pieces. Short texts need no allocation. Lives on the stack of one thread.
 class JsonWriter
 {
 public:
-    /// Where the text stands: the quotes and escapes of its strings are escaped in their turn when
-    /// that is inside another string.
+    /// Whether the text will be part of another JSON string; its quotes and escapes are then
+    /// escaped once more.
     enum class Strings { Plain, InString };
 
     explicit JsonWriter(Strings strings = Strings::Plain) : m_strings(strings) {}
@@ -54,7 +54,7 @@ public:
     /// UTF-8, as a string. Empty bytes are a JSON null.
     void bytes(const QByteArray &bytes);
 
-    /// What has been written, with a NUL behind it.
+    /// The text written so far, NUL-terminated.
     const char *text()
     {
         makeRoom();
@@ -63,14 +63,14 @@ public:
     }
     int length() const { return int(m_at - m_begin); }
 
-    /// Takes what has been written, and begins anew.
+    /// Returns the text written so far and empties the writer.
     QByteArray take();
 
 private:
-    /// Eight escapes of seven bytes, which string() writes in one step, and what is around them.
+    /// Eight escapes of up to seven bytes, which string() writes in one step, and their quotes.
     static constexpr int kRoom = 64;
 
-    /// Room for kRoom bytes more, or for some more than that.
+    /// Makes room for kRoom + more further bytes.
     void makeRoom(int more = 0)
     {
         if (Q_UNLIKELY(m_limit - m_at < kRoom + more)) {
@@ -84,8 +84,8 @@ private:
 
     const Strings m_strings;
     char m_stackRoom[512];
-    QByteArray m_heapRoom; // its size is the room there is, once the other does not suffice
+    QByteArray m_heapRoom; // used once the stack does not suffice; its size is the capacity
     char *m_begin = m_stackRoom;
-    char *m_at = m_stackRoom; // behind what is written
+    char *m_at = m_stackRoom; // end of the text written so far
     char *m_limit = m_stackRoom + sizeof m_stackRoom;
 };

@@ -3,7 +3,7 @@
 #include <cxxabi.h>
 
 /// Runs code of the host or of a closed library and catches its exceptions. The forced unwinding of
-/// a thread that pthread_exit or pthread_cancel ends passes through, as the C library demands.
+/// a thread that pthread_exit or pthread_cancel ends passes through, as the C library requires.
 ///
 /// \param caught called after an exception; returns the result instead.
 template <typename Body, typename Caught>

@@ -19,11 +19,12 @@ constexpr quint64 kHighBits = Q_UINT64_C(0x8080808080808080);
 
 constexpr wchar_t kReplacement = 0xfffd;
 
-/// Up to so many wide characters a line is built on the stack.
+/// A line of up to this many wide characters is built on the stack.
 constexpr std::size_t kStackRoom = 2048;
 
-/// Up to so many, which is a megabyte, in a block that is kept for the next line: freed, it would go
-/// back to the system, and to fault it in again costs more than to write the line.
+/// A line of up to this many (one megabyte) is built in a block that is kept for the next line.
+/// glibc would return a freed block to the system, and faulting it in again costs more than writing
+/// the line.
 constexpr std::size_t kKeptRoom = 1U << 18U;
 std::atomic<wchar_t *> s_keptRoom{nullptr};
 
@@ -53,12 +54,13 @@ private:
     const bool m_isKept;
 };
 
-/// Widens the ASCII characters that a text begins with; next ends behind them. What is behind the
-/// returned place may be written to, as far as the text would reach.
+/// Widens the leading ASCII characters of a text and advances next past them. May write beyond the
+/// returned place, but no further than the whole text would need.
 inline wchar_t *writeAscii(wchar_t *place, const char *&next, const char *end)
 {
     while (end - next >= std::ptrdiff_t(kBlock)) {
-        // A copy, since compilers make SIMD instructions only of what is no alias of the place.
+        // A copy, because compilers vectorise the loop only when source and destination cannot
+        // overlap.
         std::array<uchar, kBlock> bytes;
         std::memcpy(bytes.data(), next, kBlock);
         for (std::size_t i = 0; i < kBlock; ++i) {
@@ -81,14 +83,14 @@ inline wchar_t *writeAscii(wchar_t *place, const char *&next, const char *end)
     return place;
 }
 
-/// Straight to wide characters, which are those of QString::fromUtf8().toStdWString(): a copy in
-/// UTF-16 between them would cost more than all else of a long line.
+/// Converts directly, with the result of QString::fromUtf8().toStdWString(): an intermediate UTF-16
+/// copy would cost more than everything else for a long line.
 wchar_t *writeUtf8(wchar_t *place, const char *utf8, std::size_t size)
 {
     const char *next = utf8;
     const char *const end = utf8 + size;
     if (size >= 3 && std::memcmp(next, "\xef\xbb\xbf", 3) == 0) {
-        next += 3; // Qt drops a byte-order mark there, and only there
+        next += 3; // Qt drops a byte-order mark at the start, and only there
     }
     for (;;) {
         place = writeAscii(place, next, end);

@@ -10,7 +10,8 @@
 
 #include <atomic>
 
-/// Registers the host's callbacks with whoever delivers tasks of that type; stores none itself.
+/// Registers the host's callbacks with the object that delivers tasks of that type; stores none
+/// itself.
 ///
 /// Owned by the application and deleted with it. Callable from any thread.
 class ZCallbackFuncManager : public QObject

@@ -14,7 +14,7 @@ const auto kMeetingUrl = QStringLiteral("meetingUrl");
 const auto kAccessCode = QStringLiteral("accessCode");
 const auto kLogoutAccount = QStringLiteral("logoutAccount");
 
-// What is logged here is logged by function objects.
+// The function name of these log lines is part of the interface.
 const char kFunction[] = "operator()";
 
 QVariantMap meetingData(const QString &meetingUrl, const QString &accessCode)
@@ -101,7 +101,7 @@ void registerElectronMsgTask(QObject *context, const SharedTasks &tasks)
 {
     IMessageTaskRegistry *registry = accountService(&IAccountSdk::getMessageTaskRegistry);
     if (!registry) {
-        return; // nobody to tell: the task callbacks stay unused
+        return; // no failure is reported: the task callbacks stay unused
     }
     const auto handler = [tasks, run = Run::current()](std::weak_ptr<IMessageTaskContext> message) {
         return deliverInRun(run, [&] { return handleMessage(*tasks, message); });

@@ -1,5 +1,4 @@
-#include "support/loadedlibrary.h"
-#include "support/recorder.h"
+#include "support/hostfixture.h"
 #include "support/rows.h"
 
 #include <QJsonDocument>
@@ -40,11 +39,9 @@ private Q_SLOTS:
     void bothLinesOfAnAsynCall();
 
 private:
-    QByteArray call(const char *method, const char *params = "{}");
-    QByteArray asynCall(const char *method, const char *params = "{}");
-
-    LoadedLibrary &m_library = LoadedLibrary::instance();
-    IElectronFramework &m_framework = m_library.framework();
+    HostFixture m_host;
+    LoadedLibrary &m_library = m_host.library;
+    IElectronFramework &m_framework = m_host.framework;
 };
 
 void tst_Calls::initTestCase()
@@ -55,7 +52,7 @@ void tst_Calls::initTestCase()
 /// Waits for the lines of earlier answers, which are written after their delivery.
 void tst_Calls::init()
 {
-    asynCall("flush.method");
+    m_host.asynCall("flush.method");
     const std::string last = "Info operator() asynCall result:"
                              R"({"msg":"flush not found","result":"fail"})";
     QTRY_VERIFY(!m_library.logLines().empty() && m_library.logLines().back() == last);
@@ -67,28 +64,15 @@ void tst_Calls::cleanupTestCase()
     QVERIFY(m_framework.uninit());
 }
 
-QByteArray tst_Calls::call(const char *method, const char *params)
-{
-    Recorder recorder;
-    const bool isAnswered = m_framework.call(method, params, &recorder);
-    return isAnswered ? recorder.text(0) : QByteArray("false");
-}
-
-QByteArray tst_Calls::asynCall(const char *method, const char *params)
-{
-    Recorder recorder;
-    const bool isQueued = m_framework.asynCall(method, params, &recorder);
-    return isQueued ? recorder.text() : QByteArray("false");
-}
-
 void tst_Calls::failuresAreReplies_data()
 {
-    textColumns("path", "callMessage", "asynCallMessage");
+    const auto row =
+        columns<QByteArray, QByteArray, QByteArray>("path", "callMessage", "asynCallMessage");
 
-    const auto both = [](const char *path, const QByteArray &message) {
+    const auto both = [&](const char *path, const QByteArray &message) {
         row(path, path, message, message);
     };
-    const auto perRoute = [](const char *path, const QByteArray &name) {
+    const auto perRoute = [&](const char *path, const QByteArray &name) {
         row(path, path, "method:" + name + " not support thread safe",
             "method:" + name + " asynCall failed");
     };
@@ -110,19 +94,19 @@ void tst_Calls::failuresAreReplies()
     QFETCH(QByteArray, callMessage);
     QFETCH(QByteArray, asynCallMessage);
 
-    QCOMPARE(call(path), R"({"msg":")" + callMessage + R"(","result":"fail"})");
-    QCOMPARE(asynCall(path), R"({"msg":")" + asynCallMessage + R"(","result":"fail"})");
+    QCOMPARE(m_host.call(path), R"({"msg":")" + callMessage + R"(","result":"fail"})");
+    QCOMPARE(m_host.asynCall(path), R"({"msg":")" + asynCallMessage + R"(","result":"fail"})");
 }
 
 void tst_Calls::pathsAreSplitAtTheirFirstPoints()
 {
-    QVERIFY(call("accessbase.getDeviceInfo.extra.").startsWith(R"({"data":{"data":)"));
+    QVERIFY(m_host.call("accessbase.getDeviceInfo.extra.").startsWith(R"({"data":{"data":)"));
 }
 
 void tst_Calls::foreignThreadRunsOnlyListedMethods()
 {
     QCOMPARE(
-        call("network.updateProxyInfo"),
+        m_host.call("network.updateProxyInfo"),
         QByteArray(R"({"msg":"method:updateProxyInfo not support thread safe","result":"fail"})"));
 
     // The same call runs on the host thread, here from inside a callback.
@@ -211,14 +195,14 @@ void tst_Calls::exceptionOfACallbackIsCaught()
     QVERIFY(m_framework.asynCall("accessbase.getDeviceInfo", "{}", &recorder));
     QCOMPARE(recorder.text().left(7), QByteArray(R"({"data")"));
     QCOMPARE(recorder.text().left(7), QByteArray(R"({"data")"));
-    QVERIFY(asynCall("nowhere.method").contains("nowhere"));
+    QVERIFY(m_host.asynCall("nowhere.method").contains("nowhere"));
     QCOMPARE(m_library.logLines().front(),
              std::string("Error onCallback exception from a host callback"));
 }
 
 void tst_Calls::unusableParametersCountAsEmpty_data()
 {
-    textColumns("params");
+    const auto row = columns<QByteArray>("params");
 
     row("empty", "");
     row("malformed", R"({"deviceCode":{"a":1})");
@@ -234,8 +218,8 @@ void tst_Calls::unusableParametersCountAsEmpty()
     QFETCH(QByteArray, params);
 
     const QByteArray refused(R"({"msg":"deviceCode is empty","result":"fail"})");
-    QCOMPARE(call("accessbase.getDeviceHeader", params), refused);
-    QCOMPARE(asynCall("accessbase.getDeviceHeader", params), refused);
+    QCOMPARE(m_host.call("accessbase.getDeviceHeader", params), refused);
+    QCOMPARE(m_host.asynCall("accessbase.getDeviceHeader", params), refused);
     QVERIFY(m_library.logLines().front().find(params.toStdString().substr(0, 10)) !=
                 std::string::npos ||
             params.isEmpty());
@@ -244,7 +228,7 @@ void tst_Calls::unusableParametersCountAsEmpty()
 void tst_Calls::foreignTextIsLoggedAsItIs()
 {
     const std::string text = "{\"a\":\"%1 %3 \U0001F600 \u4e2d\"}";
-    call("utils.%2%10", text.c_str());
+    m_host.call("utils.%2%10", text.c_str());
     QCOMPARE(m_library.logLines(),
              (std::vector<std::string>{"Info call call method:utils.%2%10, params:" + text +
                                        ", result:{\"msg\":\"method:%2%10 not support thread safe\","
@@ -253,7 +237,7 @@ void tst_Calls::foreignTextIsLoggedAsItIs()
 
 void tst_Calls::bothLinesOfAnAsynCall()
 {
-    asynCall("utils.%2", R"({"b":"%1"})");
+    m_host.asynCall("utils.%2", R"({"b":"%1"})");
     QTRY_COMPARE(m_library.logLines().size(), std::size_t(2));
     QCOMPARE(
         m_library.logLines(),

@@ -6,11 +6,9 @@
 #include <QtTest>
 
 #include <atomic>
-#include <memory>
 #include <vector>
 
 using zefstandin::Thread;
-using zelectronframeworkspace::IElectronCallback;
 using zelectronframeworkspace::IElectronFramework;
 using zelectronframeworkspace::ListenerHandle;
 
@@ -34,10 +32,9 @@ private Q_SLOTS:
     void handlesNeverComeBack();
     void removalWaitsForARunningCallback();
     void callbackMayRemoveItself();
-    void removalFreesTheCallback();
 
 private:
-    ListenerHandle listen(const char *event, IElectronCallback *callback)
+    ListenerHandle listen(const char *event, Recorder *callback)
     {
         return m_framework.addListener(event, callback);
     }
@@ -85,19 +82,18 @@ void tst_Events::raiseAndWait(const char *event)
 
 void tst_Events::pathsAreChecked_data()
 {
-    QTest::addColumn<QByteArray>("path");
-    QTest::addColumn<bool>("isAccepted");
+    const auto row = columns<QByteArray, bool>("path", "isAccepted");
 
-    QTest::newRow("event") << QByteArray("account.userInfoChanged") << true;
-    QTest::newRow("further parts") << QByteArray("account.cookieUpdated.more") << true;
-    QTest::newRow("no point") << QByteArray("account") << false;
-    QTest::newRow("no module") << QByteArray("userInfoChanged") << false;
-    QTest::newRow("module in other case") << QByteArray("Account.userInfoChanged") << false;
-    QTest::newRow("event in other case") << QByteArray("account.UserInfoChanged") << false;
-    QTest::newRow("other module") << QByteArray("meeting.initFinished") << false;
-    QTest::newRow("empty event") << QByteArray("account.") << false;
-    QTest::newRow("empty") << QByteArray("") << false;
-    QTest::newRow("place holder") << QByteArray("account.%1") << false;
+    row("event", "account.userInfoChanged", true);
+    row("further parts", "account.cookieUpdated.more", true);
+    row("no point", "account", false);
+    row("no module", "userInfoChanged", false);
+    row("module in other case", "Account.userInfoChanged", false);
+    row("event in other case", "account.UserInfoChanged", false);
+    row("other module", "meeting.initFinished", false);
+    row("empty event", "account.", false);
+    row("empty", "", false);
+    row("place holder", "account.%1", false);
 }
 
 void tst_Events::pathsAreChecked()
@@ -116,7 +112,7 @@ void tst_Events::pathsAreChecked()
 
 void tst_Events::everyEventReachesItsListeners_data()
 {
-    textColumns("event");
+    const auto row = columns<QByteArray>("event");
 
     for (const std::string &path : Interface::instance().events) {
         const QByteArray event = QByteArray::fromStdString(path).split('.').last();
@@ -240,50 +236,6 @@ void tst_Events::callbackMayRemoveItself()
     QCOMPARE(recorder.text(0), QByteArray("{}"));
     QCOMPARE(recorder.count(), std::size_t(0));
     QCOMPARE(neighbour.count(), std::size_t(0));
-}
-
-void tst_Events::removalFreesTheCallback()
-{
-    /// Notices a delivery after its end, even without a sanitizer.
-    class Mortal final : public IElectronCallback
-    {
-    public:
-        ~Mortal() override { m_isAlive = false; }
-        void onCallback(const char *, std::size_t) override
-        {
-            if (!m_isAlive) {
-                std::abort();
-            }
-        }
-
-    private:
-        std::atomic<bool> m_isAlive{true};
-    };
-
-    std::atomic<bool> isOver{false};
-    std::thread raiser([&] {
-        while (!isOver) {
-            m_library.account().raiseSignal("cookieUpdated", Thread::caller);
-            std::this_thread::yield();
-        }
-    });
-    std::vector<std::thread> listeners;
-    listeners.reserve(4);
-    for (int i = 0; i < 4; ++i) {
-        listeners.emplace_back([&] {
-            for (int round = 0; round < 2000; ++round) {
-                auto callback = std::make_unique<Mortal>();
-                const ListenerHandle handle = listen("account.cookieUpdated", callback.get());
-                std::this_thread::yield();
-                m_framework.removeListener(handle);
-            }
-        });
-    }
-    for (std::thread &thread : listeners) {
-        thread.join();
-    }
-    isOver = true;
-    raiser.join();
 }
 
 QTEST_APPLESS_MAIN(tst_Events)

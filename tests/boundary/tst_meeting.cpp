@@ -36,7 +36,6 @@ private Q_SLOTS:
 
     // shutdown
     void uninitWaitsForARunningTask();
-    void nothingArrivesAfterUninit();
 
 private:
     bool registerTask(Recorder *recorder)
@@ -110,7 +109,8 @@ void tst_Meeting::collectCallbackGoesToTheLibrary()
 
 void tst_Meeting::messagesBecomeTasks_data()
 {
-    textColumns("message", "task", "line"); // no task: refused
+    const auto row =
+        columns<QByteArray, QByteArray, QByteArray>("message", "task", "line"); // no task: refused
 
     row("enter", R"({"msgType":"enterMeeting","meetingUrl":"u%2","accessCode":"%1"})",
         R"({"data":{"accessCode":"%1","meetingUrl":"u%2"},"dataType":"enterMeeting"})",
@@ -176,7 +176,8 @@ void tst_Meeting::lostMessagesAreRefused()
 
 void tst_Meeting::meetingDataIsAskedFor_data()
 {
-    textColumns("script", "task", "line"); // no task, no line: none comes
+    const auto row = columns<QByteArray, QByteArray, QByteArray>(
+        "script", "task", "line"); // no task, no line: none comes
 
     const QByteArray entered =
         R"({"data":{"accessCode":"","meetingUrl":""},"dataType":"enterMeeting"})";
@@ -213,7 +214,7 @@ void tst_Meeting::meetingDataIsAskedFor()
 
 void tst_Meeting::statusIsReported_data()
 {
-    textColumns("script", "reply");
+    const auto row = columns<QByteArray, QByteArray>("script", "reply");
 
     row("accepted", R"({"statuses":[20,100],"reply":{"taskResult":{"bResult":true}}})",
         R"({"msg":"success","result":"ok"})");
@@ -240,7 +241,7 @@ void tst_Meeting::statusIsReported()
 
 void tst_Meeting::incompleteStatusIsRefused_data()
 {
-    textColumns("params");
+    const auto row = columns<QByteArray>("params");
 
     row("nothing", "{}");
     row("no event", R"({"busyType":"b","data":{"d":1}})");
@@ -285,33 +286,6 @@ void tst_Meeting::uninitWaitsForARunningTask()
     sender.join();
     releaser.join();
     QCOMPARE(recorder.text(0), QByteArray(R"({"dataType":"getMeetingStatus"})"));
-}
-
-void tst_Meeting::nothingArrivesAfterUninit()
-{
-    auto recorder = std::make_unique<Recorder>();
-    QVERIFY(m_host.script("notifyOfficeMsg/enterMeeting", R"({"hold":true,"dropAtUninit":true})"));
-    QVERIFY(registerTask(recorder.get()));
-    auto &framework = m_host.framework;
-    QVERIFY(framework.registerCallbackFunc("accountInfoCollectTask", recorder.get()));
-    QVERIFY(framework.uninit());
-    recorder.reset();
-
-    auto &account = m_host.library.account();
-    const auto deliverLate = [&] {
-        QCOMPARE(send(R"({"msgType":"getMeetingStatus"})"), 0);
-        account.collect("{}", Thread::caller);
-        for (const zefstandin::HeldAnswer &answer : account.held()) {
-            account.answerHeld(answer.id, Thread::caller, 100, R"({"taskResult":{"bResult":true}})",
-                               true);
-        }
-    };
-    QVERIFY(!account.held().empty());
-    deliverLate();
-    QVERIFY(m_host.library.start());
-    m_host.library.log().reset();
-    deliverLate();
-    QVERIFY(m_host.library.logLines().empty());
 }
 
 QTEST_APPLESS_MAIN(tst_Meeting)

@@ -210,8 +210,8 @@ QByteArray tst_Interface::effectOf(const QByteArray &path, const QJsonObject &pa
     m_host.library.account().clearRecords();
     m_host.library.log().reset();
     QByteArray effect = m_host.asynCall(path, compact(params));
-    for (const std::string &call : m_host.library.account().calls()) {
-        effect += '\n' + QByteArray::fromStdString(call);
+    for (const zefstandin::Call &call : m_host.library.account().calls()) {
+        effect += '\n' + QByteArray::fromStdString(call.name + ' ' + call.argument);
     }
     for (const std::string &line : m_host.library.logLines()) {
         if (line.find("asynCall") == std::string::npos) { // which shows the parameters

@@ -1,5 +1,6 @@
 #include "support/childprocess.h"
 #include "support/loadedlibrary.h"
+#include "support/rows.h"
 
 #include <QDir>
 #include <QJsonDocument>
@@ -79,12 +80,8 @@ QString tst_Zefhost::write(const QString &name, const QByteArray &content) const
 
 void tst_Zefhost::badCommandLinesAreRefused_data()
 {
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<QString>("error");
+    const auto row = columns<QStringList, QString>("arguments", "error");
 
-    const auto row = [](const char *name, const QStringList &arguments, const QString &error) {
-        QTest::newRow(name) << arguments << error;
-    };
     row("no command", {}, "a command is missing");
     row("unknown command", {"dance"}, "unknown command: dance");
     row("unknown option", {"--dance", "call", "a.b"}, "--dance");
@@ -111,12 +108,8 @@ void tst_Zefhost::badCommandLinesAreRefused()
 
 void tst_Zefhost::badScriptLinesAreNamed_data()
 {
-    QTest::addColumn<QByteArray>("line");
-    QTest::addColumn<QString>("error");
+    const auto row = columns<QByteArray, QString>("line", "error");
 
-    const auto row = [](const char *name, const QByteArray &line, const QString &error) {
-        QTest::newRow(name) << line << error;
-    };
     row("no JSON", "call utils.getLogPath", "parse error");
     row("no object", "[]", "an object {...} is needed");
     row("nothing to do", R"({"params":{}})", "nothing to do");
@@ -152,12 +145,8 @@ void tst_Zefhost::badScriptLinesAreNamed()
 
 void tst_Zefhost::failedStartsTellWhatToDo_data()
 {
-    QTest::addColumn<QStringList>("options");
-    QTest::addColumn<QStringList>("errors");
+    const auto row = columns<QStringList, QStringList>("options", "errors");
 
-    const auto row = [](const char *name, const QStringList &options, const QStringList &errors) {
-        QTest::newRow(name) << options << errors;
-    };
     const QString logLibrary = QString::fromStdString(libraryFolder()) + "/libvemolog.so";
     row("no library", {"--library", "/no/lib.so"}, {"/no/lib.so: cannot open", "--library FILE"});
     row("another library", {"--library", logLibrary},
@@ -184,14 +173,8 @@ void tst_Zefhost::failedStartsTellWhatToDo()
 
 void tst_Zefhost::exitCodeTellsWhetherAllWasExpected_data()
 {
-    QTest::addColumn<QByteArray>("script");
-    QTest::addColumn<int>("exitCode");
-    QTest::addColumn<QString>("output");
+    const auto row = columns<QByteArray, int, QString>("script", "exitCode", "output");
 
-    const auto row = [](const char *name, const QByteArray &script, int exitCode,
-                        const QString &output) {
-        QTest::newRow(name) << script << exitCode << output;
-    };
     row("ok", R"({"call":"utils.getLogPath"})", 0, "/zefdemo/zefhost\"");
 #ifndef __SANITIZE_THREAD__ // which starts a thread of its own meanwhile
     row("ok on the host thread", R"({"async":"utils.getLogPath"})", 0, "asynCall, host thread");
@@ -310,14 +293,8 @@ void tst_Zefhost::promptTakesCommandsFromInput()
 
 void tst_Zefhost::recordingsAreCompared_data()
 {
-    QTest::addColumn<QByteArray>("before");
-    QTest::addColumn<QByteArray>("after");
-    QTest::addColumn<QString>("finding");
+    const auto row = columns<QByteArray, QByteArray, QString>("before", "after", "finding");
 
-    const auto row = [](const char *name, const QByteArray &before, const QByteArray &after,
-                        const QString &finding) {
-        QTest::newRow(name) << before << after << finding;
-    };
     row("as recorded", "", "", "");
     row("another value", R"("msg":"sign-in refused")", R"("msg":"signed in")",
         R"(line 22                           replay, NOT EXPECTED: reply of account.loginWithSsid: )"

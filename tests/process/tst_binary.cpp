@@ -1,5 +1,6 @@
 #include "support/childprocess.h"
 #include "support/loadedlibrary.h"
+#include "support/rows.h"
 
 #include <QRegularExpression>
 #include <QtTest>
@@ -45,19 +46,18 @@ void tst_Binary::exportsOneSymbol()
 
 void tst_Binary::isLoadedAndHardenedAsMeant_data()
 {
-    QTest::addColumn<QString>("pattern");
-    QTest::addColumn<bool>("isThere");
+    const auto row = columns<QString, bool>("pattern", "isThere");
 
-    QTest::newRow("own folder first") << R"(\(RPATH\).*\[\$ORIGIN\])" << true;
-    QTest::newRow("not after LD_LIBRARY_PATH") << R"(\(RUNPATH\))" << false;
-    QTest::newRow("log library linked") << R"(\(NEEDED\).*vemo)" << false;
-    QTest::newRow("account library linked") << R"(\(NEEDED\).*zaccount)" << false;
-    QTest::newRow("never unloaded") << R"(\(FLAGS_1\).*NODELETE)" << true;
-    QTest::newRow("bound at once") << R"(\(FLAGS_1\).*NOW)" << true;
-    QTest::newRow("read-only after that") << "GNU_RELRO" << true;
-    QTest::newRow("code is written to") << "TEXTREL" << false;
-    QTest::newRow("stack is no code") << R"(GNU_STACK.* RW +0x)" << true;
-    QTest::newRow("stack protector") << "__stack_chk_fail" << true;
+    row("own folder first", R"(\(RPATH\).*\[\$ORIGIN\])", true);
+    row("not after LD_LIBRARY_PATH", R"(\(RUNPATH\))", false);
+    row("log library linked", R"(\(NEEDED\).*vemo)", false);
+    row("account library linked", R"(\(NEEDED\).*zaccount)", false);
+    row("never unloaded", R"(\(FLAGS_1\).*NODELETE)", true);
+    row("bound at once", R"(\(FLAGS_1\).*NOW)", true);
+    row("read-only after that", "GNU_RELRO", true);
+    row("code is written to", "TEXTREL", false);
+    row("stack is no code", R"(GNU_STACK.* RW +0x)", true);
+    row("stack protector", "__stack_chk_fail", true);
 }
 
 void tst_Binary::isLoadedAndHardenedAsMeant()

@@ -86,10 +86,9 @@ ChildResult tst_Processes::probe(const char *scenario, std::vector<std::string> 
 
 void tst_Processes::closedLibrariesMayBeMissing_data()
 {
-    QTest::addColumn<QString>("log");     // the file that stands in, empty: none
-    QTest::addColumn<QString>("account"); // the file that stands in, empty: none
-    QTest::addColumn<QByteArray>("output");
-    QTest::addColumn<int>("loadFailures");
+    // log, account: the file under that name; empty for none
+    const auto row =
+        columns<QString, QString, QByteArray, int>("log", "account", "output", "loadFailures");
 
     const QString log = "libvemolog.so";
     const QString account = "libzaccountlite.so";
@@ -101,18 +100,18 @@ void tst_Processes::closedLibrariesMayBeMissing_data()
         "init 1\n{\"msg\":\"log path is null\",\"result\":\"fail\"}\nuninit 1\n");
     const QByteArray notStarted("init 0\nuninit 1\n");
 
-    QTest::newRow("all there") << log << account << path << 0;
-    QTest::newRow("no log library") << QString() << account << noPath << 1;
-    QTest::newRow("log without writeMsg") << variant("no-write", log) << account << path << 0;
-    QTest::newRow("log without log name") << variant("no-name", log) << account << path << 0;
-    QTest::newRow("log without product name") << variant("no-product", log) << account << path << 0;
-    QTest::newRow("log without path") << variant("no-path", log) << account << noPath << 0;
-    QTest::newRow("log without quit") << variant("no-quit", log) << account << path << 0;
-    QTest::newRow("no account library") << log << QString() << notStarted << 1;
-    QTest::newRow("account without init") << log << variant("no-init", account) << notStarted << 0;
-    QTest::newRow("account without get") << log << variant("no-get", account) << notStarted << 0;
-    QTest::newRow("account without uninit") << log << variant("no-uninit", account) << path << 0;
-    QTest::newRow("nothing") << QString() << QString() << notStarted << 2;
+    row("all there", log, account, path, 0);
+    row("no log library", QString(), account, noPath, 1);
+    row("log without writeMsg", variant("no-write", log), account, path, 0);
+    row("log without log name", variant("no-name", log), account, path, 0);
+    row("log without product name", variant("no-product", log), account, path, 0);
+    row("log without path", variant("no-path", log), account, noPath, 0);
+    row("log without quit", variant("no-quit", log), account, path, 0);
+    row("no account library", log, QString(), notStarted, 1);
+    row("account without init", log, variant("no-init", account), notStarted, 0);
+    row("account without get", log, variant("no-get", account), notStarted, 0);
+    row("account without uninit", log, variant("no-uninit", account), path, 0);
+    row("nothing", QString(), QString(), notStarted, 2);
 }
 
 void tst_Processes::closedLibrariesMayBeMissing()
@@ -198,7 +197,7 @@ void tst_Processes::ownFolderIsNotElsewhere()
 
 void tst_Processes::processEndsAsItWants_data()
 {
-    textColumns("scenario");
+    const auto row = columns<QByteArray>("scenario");
 
     for (const char *scenario :
          {"leave-main", "exit-thread", "exit-quick", "exit-callback", "unload"}) {
@@ -220,7 +219,7 @@ void tst_Processes::processEndsAsItWants()
 
 void tst_Processes::scenarioPrints_data()
 {
-    textColumns("output");
+    const auto row = columns<QByteArray>("output");
 
     row("unload", "init 1\nmapped 1\n");
     row("rest", "init 1\nanswers 0\nuninit 0\ninit 0\n");

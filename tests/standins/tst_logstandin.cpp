@@ -1,4 +1,5 @@
 #include "log/control.h"
+#include "support/rows.h"
 
 #include <QDir>
 #include <QRegularExpression>
@@ -74,24 +75,16 @@ QStringList tst_LogStandin::fileLines() const
 
 void tst_LogStandin::everyMessageIsOneLine_data()
 {
-    QTest::addColumn<QString>("level");
-    QTest::addColumn<QString>("message");
-    QTest::addColumn<QString>("line"); // from the level on, * for process and thread
+    // line: from the level on, * for process and thread
+    const auto row = columns<QString, QString, QString>("level", "message", "line");
 
-    QTest::newRow("plain") << "Info"
-                           << "some words"
-                           << "Info * test some words";
-    QTest::newRow("forged line") << "Info"
-                                 << "x\n2000-01-01T00:00:00.000Z Error 1 bank: paid"
-                                 << "Info * test x\\n2000-01-01T00:00:00.000Z Error 1 bank: paid";
-    QTest::newRow("forged level") << "Info 1 bank"
-                                  << "m"
-                                  << "Info\\u{20}1\\u{20}bank * test m";
-    QTest::newRow("terminal") << "Info"
-                              << "\x1b[2J\r\x7f"
-                              << "Info * test \\u{1b}[2J\\r\\u{7f}";
-    QTest::newRow("separators") << "Info" << QString::fromUtf8("a\u2028b\u202ec")
-                                << "Info * test a\\u{2028}b\\u{202e}c";
+    row("plain", "Info", "some words", "Info * test some words");
+    row("forged line", "Info", "x\n2000-01-01T00:00:00.000Z Error 1 bank: paid",
+        "Info * test x\\n2000-01-01T00:00:00.000Z Error 1 bank: paid");
+    row("forged level", "Info 1 bank", "m", "Info\\u{20}1\\u{20}bank * test m");
+    row("terminal", "Info", "\x1b[2J\r\x7f", "Info * test \\u{1b}[2J\\r\\u{7f}");
+    row("separators", "Info", QString::fromUtf8("a\u2028b\u202ec"),
+        "Info * test a\\u{2028}b\\u{202e}c");
 }
 
 void tst_LogStandin::everyMessageIsOneLine()
@@ -135,17 +128,14 @@ void tst_LogStandin::threadsKeepTheirLinesWhole()
 
 void tst_LogStandin::namesStayBelowTheBase_data()
 {
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("file"); // a pattern
+    // file: a pattern
+    const auto row = columns<QString, QString>("name", "file");
 
     const QString hash = "-[0-9a-f]{16}\\.log";
-    QTest::newRow("plain") << "demo app"
-                           << "demo app\\.log";
-    QTest::newRow("climbing") << "../../../evil"
-                              << "_\\._\\.\\._\\.\\._evil" + hash;
-    QTest::newRow("option") << "-rf"
-                            << "_rf" + hash;
-    QTest::newRow("too long") << QString(5000, 'x') << "x{80}" + hash;
+    row("plain", "demo app", "demo app\\.log");
+    row("climbing", "../../../evil", "_\\._\\.\\._\\.\\._evil" + hash);
+    row("option", "-rf", "_rf" + hash);
+    row("too long", QString(5000, 'x'), "x{80}" + hash);
 }
 
 void tst_LogStandin::namesStayBelowTheBase()

@@ -8,6 +8,8 @@ using zelectronframeworkspace::kLengthNotGiven;
 
 namespace {
 
+constexpr int kFreed = -1000;
+
 bool isMessage(const std::string &text, const Task &task)
 {
     const auto isOf = [&text](const std::string &dataType) {
@@ -24,11 +26,12 @@ bool isMessage(const std::string &text, const Task &task)
 WatchedCallback::~WatchedCallback()
 {
     expect(m_inside == 0, "a callback was running when the host could free it");
+    m_inside = kFreed;
 }
 
 void WatchedCallback::onCallback(const char *given, std::size_t length)
 {
-    m_inside.fetch_add(1);
+    expect(m_inside.fetch_add(1) >= 0, "delivered to a callback that was freed");
     m_deliveries.fetch_add(1);
     const std::string text = given;
     expect(!m_run.isOver, "delivered after uninit: " + text);

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "account/splitmix64.h"
+
 #include <cstddef>
-#include <cstdint>
 #include <iterator>
 #include <string>
 
@@ -28,20 +29,13 @@ public:
     }
 };
 
-/// SplitMix64: small, and the same on every machine.
 class Random final : public Dice
 {
 public:
-    explicit Random(std::uint64_t seed) : m_state(seed) {}
+    explicit Random(std::uint64_t seed) : m_numbers(seed) {}
 
-    std::uint64_t next() override
-    {
-        std::uint64_t z = (m_state += 0x9e3779b97f4a7c15U);
-        z = (z ^ (z >> 30U)) * 0xbf58476d1ce4e5b9U;
-        z = (z ^ (z >> 27U)) * 0x94d049bb133111ebU;
-        return z ^ (z >> 31U);
-    }
+    std::uint64_t next() override { return m_numbers.next(); }
 
 private:
-    std::uint64_t m_state;
+    zefstandin::SplitMix64 m_numbers;
 };

@@ -5,6 +5,7 @@
 
 #include "stress/faults.h"
 #include "stress/verdict.h"
+#include "support/interface.h"
 #include "support/loadedlibrary.h"
 
 #include <atomic>
@@ -12,8 +13,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <iterator>
 #include <map>
+#include <vector>
 
 using zefstandin::MessageContext;
 using zefstandin::Thread;
@@ -26,16 +27,6 @@ const std::map<std::string, FaultKind> kKinds = {{"dlopen", FaultKind::dlopen},
                                                  {"dlsym", FaultKind::dlsym},
                                                  {"threads", FaultKind::threads},
                                                  {"files", FaultKind::files}};
-
-const char *const kThreadSafe[] = {
-    "utils.getLogPath",          "account.getJwkPublicKeyStr",
-    "account.generatePKCEParam", "account.getAccountListInfo",
-    "accessbase.getDeviceInfo",  "accessbase.getDeviceNetworkStatus"};
-
-const char *const kQueued[] = {
-    "utils.getLogPath",        "account.signPopToken",       "account.logout",
-    "account.quickLogin",      "account.getOfficeUserInfo",  "meeting.changeMeetingStatus",
-    "network.updateProxyInfo", "accessbase.getDeviceHeader", "nowhere.method"};
 
 class Reply final : public IElectronCallback
 {
@@ -60,10 +51,12 @@ void useAll(LoadedLibrary &library, bool isRunning)
     IElectronFramework &framework = library.framework();
     Any events;
     Any tasks;
-    for (const char *method : kThreadSafe) {
+    const std::vector<Request> &requests = Interface::instance().requests;
+    for (const Request &request : requests) {
         Reply reply;
-        expect(framework.call(method, "{}", &reply) == isRunning, std::string(method) + " by call");
-        expect(reply.count == (isRunning ? 1 : 0), std::string(method) + " is not answered");
+        expect(framework.call(request.path.c_str(), "{}", &reply) == isRunning,
+               request.path + " by call");
+        expect(reply.count == (isRunning ? 1 : 0), request.path + " is not answered");
     }
     const auto handle = framework.addListener("account.cookieUpdated", &events);
     expect((handle != 0) == isRunning, "addListener");
@@ -73,17 +66,16 @@ void useAll(LoadedLibrary &library, bool isRunning)
                                   MessageContext::alive);
     library.account().raiseSignal("cookieUpdated", Thread::caller);
 
-    Reply replies[std::size(kQueued)];
-    for (std::size_t i = 0; i < std::size(kQueued); ++i) {
-        expect(framework.asynCall(kQueued[i], "{}", &replies[i]) == isRunning,
-               std::string(kQueued[i]) + " by asynCall");
+    std::vector<Reply> replies(requests.size());
+    for (std::size_t i = 0; i < requests.size(); ++i) {
+        expect(framework.asynCall(requests[i].path.c_str(), "{}", &replies[i]) == isRunning,
+               requests[i].path + " by asynCall");
     }
     framework.removeListener(handle);
     // A start that failed half-way is stopped as well; one that did not begin is not.
     withoutHanging("uninit", [&] { expect(framework.uninit() || !isRunning, "uninit fails"); });
-    for (std::size_t i = 0; i < std::size(kQueued); ++i) {
-        expect(replies[i].count == (isRunning ? 1 : 0),
-               std::string(kQueued[i]) + " is not answered once");
+    for (std::size_t i = 0; i < requests.size(); ++i) {
+        expect(replies[i].count == (isRunning ? 1 : 0), requests[i].path + " is not answered once");
     }
 }
 
@@ -103,6 +95,7 @@ int main(int argc, char **argv)
         return 2;
     }
     LoadedLibrary &library = LoadedLibrary::instance();
+    Interface::instance(); // read before calls are counted
     std::string logs = "/tmp/zef_faults.XXXXXX";
     if (!mkdtemp(logs.data())) {
         return 2;

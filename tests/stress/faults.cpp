@@ -114,36 +114,15 @@ int pthread_create(pthread_t *thread, const pthread_attr_t *attributes, void *(*
 
 int openat(int folder, const char *file, int flags, ...)
 {
-    mode_t mode = kNewFile;
-    if (flags & (O_CREAT | O_TMPFILE)) {
-        va_list arguments;
-        va_start(arguments, flags);
-        mode = va_arg(arguments, mode_t);
-        va_end(arguments);
-    }
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = flags & (O_CREAT | O_TMPFILE) ? va_arg(arguments, mode_t) : kNewFile;
+    va_end(arguments);
     static const auto function = next<int (*)(int, const char *, int, ...)>("openat");
     return fails(FaultKind::files, file) ? refuseFile() : function(folder, file, flags, mode);
 }
 
-int openat64(int folder, const char *file, int flags, ...)
-{
-    va_list arguments;
-    va_start(arguments, flags);
-    const mode_t mode = flags & (O_CREAT | O_TMPFILE) ? va_arg(arguments, mode_t) : kNewFile;
-    va_end(arguments);
-    return openat(folder, file, flags, mode);
-}
-
 int open(const char *file, int flags, ...)
-{
-    va_list arguments;
-    va_start(arguments, flags);
-    const mode_t mode = flags & (O_CREAT | O_TMPFILE) ? va_arg(arguments, mode_t) : kNewFile;
-    va_end(arguments);
-    return openat(AT_FDCWD, file, flags, mode);
-}
-
-int open64(const char *file, int flags, ...)
 {
     va_list arguments;
     va_start(arguments, flags);
@@ -158,11 +137,6 @@ int __open_2(const char *file, int flags)
     return openat(AT_FDCWD, file, flags);
 }
 
-int __open64_2(const char *file, int flags)
-{
-    return openat(AT_FDCWD, file, flags);
-}
-
 FILE *fopen(const char *file, const char *mode)
 {
     static const auto function = next<decltype(&fopen)>("fopen");
@@ -173,10 +147,11 @@ FILE *fopen(const char *file, const char *mode)
     return function(file, mode);
 }
 
-FILE *fopen64(const char *file, const char *mode)
-{
-    return fopen(file, mode);
-}
+// The names for large files; all are large here.
+int openat64(int folder, const char *file, int flags, ...) __attribute__((alias("openat")));
+int open64(const char *file, int flags, ...) __attribute__((alias("open")));
+int __open64_2(const char *file, int flags) __attribute__((alias("__open_2")));
+FILE *fopen64(const char *file, const char *mode) __attribute__((alias("fopen")));
 }
 
 #pragma GCC visibility pop

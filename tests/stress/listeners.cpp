@@ -91,10 +91,10 @@ private:
 };
 
 /// A listener that ends others from inside its own delivery.
-class ReaperListener final : public Counter
+class RemovingListener final : public Counter
 {
 public:
-    ReaperListener(Run &run, Exchange &exchange, std::atomic<long> &removals)
+    RemovingListener(Run &run, Exchange &exchange, std::atomic<long> &removals)
         : Counter(run), m_exchange(exchange), m_removals(removals)
     {
     }
@@ -111,9 +111,9 @@ private:
     std::atomic<long> &m_removals;
 };
 
-struct Churn
+struct Removals
 {
-    Churn(Run &theRun, const Counter &theCounter)
+    Removals(Run &theRun, const Counter &theCounter)
         : run(theRun), counter(theCounter), exchange(theRun)
     {
     }
@@ -126,7 +126,7 @@ struct Churn
     std::atomic<long> others{0}; ///< ended inside another delivery
 };
 
-void churn(Churn &churn, Budget &budget, std::uint64_t seed)
+void subscribeAndRemove(Removals &removals, Budget &budget, std::uint64_t seed)
 {
     // So many removals of one thread at most go by without an event.
     constexpr int kRemovalsPerEvent = 16;
@@ -134,30 +134,31 @@ void churn(Churn &churn, Budget &budget, std::uint64_t seed)
     Random random(seed);
     while (budget.take()) {
         if (random.oneIn(kRemovalsPerEvent)) {
-            const long seen = churn.counter.deliveries();
-            waitFor([&] { return churn.counter.deliveries() != seen; });
+            const long seen = removals.counter.deliveries();
+            waitFor([&] { return removals.counter.deliveries() != seen; });
         }
         const char *event = random.pick(Interface::instance().events).c_str();
         if (random.oneIn(8)) {
             // Lives until its event has come, and then ends itself.
-            (new EndingListener(churn.run, churn.inside))->subscribe(event);
+            (new EndingListener(removals.run, removals.inside))->subscribe(event);
             continue;
         }
-        churn.exchange.put(event);
+        removals.exchange.put(event);
         if (!random.oneIn(16)) {
-            churn.own += churn.exchange.endOne(random.next());
+            removals.own += removals.exchange.endOne(random.next());
         }
-        churn.run.framework.removeListener(random.next());
+        removals.run.framework.removeListener(random.next());
     }
 }
 
-void churnOnAllThreads(Churn &theChurn, Budget &budget, const Options &options)
+void removeOnAllThreads(Removals &removals, Budget &budget, const Options &options)
 {
     Random random(options.seed);
     std::vector<std::thread> threads;
     threads.reserve(static_cast<std::size_t>(options.threads));
     for (int i = 0; i < options.threads; ++i) {
-        threads.emplace_back([&, seed = random.next()] { churn(theChurn, budget, seed); });
+        threads.emplace_back(
+            [&, seed = random.next()] { subscribeAndRemove(removals, budget, seed); });
     }
     for (std::thread &thread : threads) {
         thread.join();
@@ -174,18 +175,18 @@ void runListeners(const Options &options)
     run.framework.addListener("account.initFinished", &counter);
     expect(run.account.waitUntilIdle(10000), "the account library does not come to rest");
 
-    Churn theChurn(run, counter);
-    ReaperListener reaper(run, theChurn.exchange, theChurn.others);
-    run.framework.addListener("account.cookieUpdated", &reaper);
+    Removals removals(run, counter);
+    RemovingListener remover(run, removals.exchange, removals.others);
+    run.framework.addListener("account.cookieUpdated", &remover);
     Budget budget(options);
     TrafficThreads threads(run, options.seed, &counter);
     const Traffic &traffic = threads.traffic();
-    churnOnAllThreads(theChurn, budget, options);
+    removeOnAllThreads(removals, budget, options);
 
     // Every kind of event comes often enough to end what waits for it.
     expect(waitFor([&] {
-               theChurn.own += theChurn.exchange.endOne(0);
-               return theChurn.own + theChurn.inside + theChurn.others >= budget.taken();
+               removals.own += removals.exchange.endOne(0);
+               return removals.own + removals.inside + removals.others >= budget.taken();
            }),
            "subscriptions do not end");
     const double seconds = budget.seconds();
@@ -195,6 +196,6 @@ void runListeners(const Options &options)
     run.stop();
     std::printf("listeners: %ld removals on %d threads in %.1f s (%ld inside the own delivery, %ld "
                 "inside another), %ld events, %ld broken\n",
-                theChurn.own + theChurn.inside + theChurn.others, options.threads, seconds,
-                theChurn.inside.load(), theChurn.others.load(), traffic.events(), brokenCount());
+                removals.own + removals.inside + removals.others, options.threads, seconds,
+                removals.inside.load(), removals.others.load(), traffic.events(), brokenCount());
 }

@@ -1,4 +1,5 @@
 #include "support/childprocess.h"
+#include "support/rows.h"
 
 #include <QtTest>
 
@@ -32,13 +33,14 @@ const QHash<QByteArray, bool> kPromised = {
 
 void tst_Faults::everyFailureIsSurvived_data()
 {
-    QTest::addColumn<QByteArrayList>("mustFail"); // what has to be among the calls that failed
+    // mustFail: what has to be among the calls that failed
+    const auto row = columns<QByteArrayList>("mustFail");
 
-    QTest::newRow("dlopen") << QByteArrayList{"libzaccountlite.so", "libvemolog.so"};
-    QTest::newRow("dlsym") << QByteArrayList{"InitInterface", "GetInterface", "UninitInterface",
-                                             "writeMsg", "getVemoLogSavePath"};
-    QTest::newRow("threads") << QByteArrayList{"host thread"};
-    QTest::newRow("files") << QByteArrayList{};
+    row("dlopen", QByteArrayList{"libzaccountlite.so", "libvemolog.so"});
+    row("dlsym", QByteArrayList{"InitInterface", "GetInterface", "UninitInterface", "writeMsg",
+                                "getVemoLogSavePath"});
+    row("threads", QByteArrayList{"host thread"});
+    row("files", QByteArrayList{});
 }
 
 void tst_Faults::everyFailureIsSurvived()

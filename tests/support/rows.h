@@ -2,16 +2,11 @@
 
 #include <QtTest>
 
-/// Columns of a test table that hold texts.
-template <typename... Names>
-void textColumns(const Names &...names)
+/// Adds the columns of a test table, for example columns<QString, int>("text", "size").
+/// \return what adds a row: takes its name and its values.
+template <typename... Columns, typename... Names>
+auto columns(const Names *...names)
 {
-    (QTest::addColumn<QByteArray>(names), ...);
-}
-
-/// A row of a table that has only such columns.
-template <typename... Texts>
-void row(const char *name, const Texts &...texts)
-{
-    (QTest::newRow(name) << ... << QByteArray(texts));
+    (QTest::addColumn<Columns>(names), ...);
+    return [](const char *row, const Columns &...values) { (QTest::newRow(row) << ... << values); };
 }

@@ -1,3 +1,4 @@
+#include "support/rows.h"
 #include "json/jsonobjecttexts.h"
 #include "json/jsonreader.h"
 #include "json/jsonwriter.h"
@@ -11,7 +12,7 @@
 
 #include <limits>
 
-// Every expected value is written out, and held against what Qt makes of the same input.
+// Every expected value is written out and also compared with Qt's result for the same input.
 class tst_JsonText : public QObject
 {
     Q_OBJECT
@@ -64,12 +65,8 @@ QByteArray nestedArrays(int depth)
 
 void tst_JsonText::readsValue_data()
 {
-    QTest::addColumn<QByteArray>("value");
-    QTest::addColumn<QVariant>("expected");
+    const auto row = columns<QByteArray, QVariant>("value", "expected");
 
-    const auto row = [](const char *name, const QByteArray &value, const QVariant &expected) {
-        QTest::newRow(name) << value << expected;
-    };
     row("true", "true", true);
     row("false", " false ", false);
     row("null", "null", QVariant::fromValue(nullptr));
@@ -122,7 +119,7 @@ void tst_JsonText::readsValue()
 
 void tst_JsonText::refuses_data()
 {
-    QTest::addColumn<QByteArray>("text");
+    const auto row = columns<QByteArray>("text");
 
     const QList<QByteArray> texts = {
         "", " ", "x", "1", "\"a\"", "null", "[]", "[{\"a\":1}]", "{", "}", "{]", "{,}", "{a:1}",
@@ -138,7 +135,7 @@ void tst_JsonText::refuses_data()
         "{\"a\":\"\xf5\x80\x80\x80\"}", "{\"a\":\"\xe6\x97\"}", "{\"a\":\"\xe6", "{\"\xff\":1}",
         "\xef\xbb\xbf", "\xef\xbb{}", "\xc2\xa0{\"a\":1}"};
     for (const QByteArray &text : texts) {
-        QTest::newRow(text.toPercentEncoding(" !\"#$&'()*+,/:;<=>?@[]{}\\").constData()) << text;
+        row(text.toPercentEncoding(" !\"#$&'()*+,/:;<=>?@[]{}\\").constData(), text);
     }
 }
 
@@ -163,26 +160,20 @@ void tst_JsonText::readsDownToDepthLimit()
 
 void tst_JsonText::lastOfDuplicatesCounts_data()
 {
-    QTest::addColumn<QByteArray>("text");
-    QTest::addColumn<QByteArray>("expected");
+    const auto row = columns<QByteArray, QByteArray>("text", "expected");
 
     QByteArray many;
     for (int i = 0; i < 40; ++i) {
         many += (i ? ",\"k" : "{\"k") + QByteArray::number(i % 4) + "\":" + QByteArray::number(i);
     }
 
-    QTest::newRow("values") << QByteArray(R"({"a":1,"b":2,"a":3})")
-                            << QByteArray(R"({"a":3,"b":2})");
-    QTest::newRow("containers") << QByteArray(R"({"a":{"x":[1]},"a":[2],"a":{}})")
-                                << QByteArray(R"({"a":{}})");
-    QTest::newRow("by null") << QByteArray(R"({"a":{"x":1},"a":null})")
-                             << QByteArray(R"({"a":null})");
-    QTest::newRow("spelled differently")
-        << QByteArray(R"({"a":1,"\u0061":2})") << QByteArray(R"({"a":2})");
-    QTest::newRow("many") << many + "}" << QByteArray(R"({"k0":36,"k1":37,"k2":38,"k3":39})");
+    row("values", R"({"a":1,"b":2,"a":3})", R"({"a":3,"b":2})");
+    row("containers", R"({"a":{"x":[1]},"a":[2],"a":{}})", R"({"a":{}})");
+    row("by null", R"({"a":{"x":1},"a":null})", R"({"a":null})");
+    row("spelled differently", R"({"a":1,"\u0061":2})", R"({"a":2})");
+    row("many", many + "}", R"({"k0":36,"k1":37,"k2":38,"k3":39})");
     // Qt takes these two for one key.
-    QTest::newRow("none") << QByteArray("{\"\\ud800\":1,\"\xef\xbf\xbd\":2}")
-                          << QByteArray("{\"\\ud800\":1,\"\xef\xbf\xbd\":2}");
+    row("none", "{\"\\ud800\":1,\"\xef\xbf\xbd\":2}", "{\"\\ud800\":1,\"\xef\xbf\xbd\":2}");
 }
 
 void tst_JsonText::lastOfDuplicatesCounts()
@@ -195,12 +186,8 @@ void tst_JsonText::lastOfDuplicatesCounts()
 
 void tst_JsonText::writesValue_data()
 {
-    QTest::addColumn<QVariant>("value");
-    QTest::addColumn<QByteArray>("expected");
+    const auto row = columns<QVariant, QByteArray>("value", "expected");
 
-    const auto row = [](const char *name, const QVariant &value, const QByteArray &expected) {
-        QTest::newRow(name) << value << expected;
-    };
     row("invalid", QVariant(), "null");
     row("null pointer", QVariant::fromValue(nullptr), "null");
     row("true", true, "true");

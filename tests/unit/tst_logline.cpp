@@ -1,6 +1,7 @@
 #include "log/logline.h"
 #include "log/zelectronlogproxy.h"
 #include "support/loadedlibrary.h"
+#include "support/rows.h"
 
 #include <QtTest>
 
@@ -40,22 +41,18 @@ void tst_LogLine::cleanup()
 
 void tst_LogLine::foreignTextArrivesAsItIs_data()
 {
-    QTest::addColumn<QByteArray>("utf8");
-    QTest::addColumn<QString>("expected");
+    const auto row = columns<QByteArray, QString>("utf8", "expected");
 
-    QTest::newRow("plain") << QByteArray("text") << "text";
-    QTest::newRow("empty") << QByteArray("") << "";
-    QTest::newRow("places") << QByteArray("%1 %2 %10 %") << "%1 %2 %10 %";
-    QTest::newRow("beyond ASCII") << QByteArray("a\u00e9\u4e2d")
-                                  << QString::fromUtf8("a\u00e9\u4e2d");
-    QTest::newRow("beyond U+FFFF") << QByteArray("\U0001F600") << QString::fromUtf8("\U0001F600");
-    QTest::newRow("invalid UTF-8") << QByteArray("a\xff z") << QString::fromUtf8("a\ufffd z");
-    QTest::newRow("long") << QByteArray("a\u00e9").repeated(5000)
-                          << QString::fromUtf8("a\u00e9").repeated(5000);
-    QTest::newRow("mark at the head") << QByteArray("\ufeffa") << "a";
-    QTest::newRow("mark behind ASCII")
-        << QByteArray("{\"a\":\"\ufeff\"}") << QString("{\"a\":\"%1\"}").arg(QChar(0xfeff));
-    QTest::newRow("two marks") << QByteArray("\ufeff\ufeff") << QString(QChar(0xfeff));
+    row("plain", "text", "text");
+    row("empty", "", "");
+    row("places", "%1 %2 %10 %", "%1 %2 %10 %");
+    row("beyond ASCII", "a\u00e9\u4e2d", QString::fromUtf8("a\u00e9\u4e2d"));
+    row("beyond U+FFFF", "\U0001F600", QString::fromUtf8("\U0001F600"));
+    row("invalid UTF-8", "a\xff z", QString::fromUtf8("a\ufffd z"));
+    row("long", QByteArray("a\u00e9").repeated(5000), QString::fromUtf8("a\u00e9").repeated(5000));
+    row("mark at the head", "\ufeffa", "a");
+    row("mark behind ASCII", "{\"a\":\"\ufeff\"}", QString("{\"a\":\"%1\"}").arg(QChar(0xfeff)));
+    row("two marks", "\ufeff\ufeff", QString(QChar(0xfeff)));
 }
 
 void tst_LogLine::foreignTextArrivesAsItIs()

@@ -1,5 +1,6 @@
 #include "dispatch/reply.h"
 #include "dispatch/zmessagehandlerbase.h"
+#include "support/rows.h"
 
 #include <QtTest>
 
@@ -72,28 +73,26 @@ void tst_MessageHandler::emptyCompletionIsNotAnswered()
 
 void tst_MessageHandler::callAnswers_data()
 {
-    QTest::addColumn<QString>("method");
-    QTest::addColumn<QVariantMap>("expected");
+    const auto row = columns<QString, QVariantMap>("method", "expected");
 
     const auto failed = [](const QString &message) {
         return QVariantMap{{"result", "fail"}, {"msg", message}};
     };
     const QVariantMap echoed{{"result", "ok"}, {"msg", "success"}, {"data", QVariantMap{{"a", 1}}}};
-    QTest::newRow("answers") << "echo" << echoed;
-    QTest::newRow("white space around the name") << " echo " << echoed;
-    QTest::newRow("does not answer") << "answerLater" << QVariantMap();
-    QTest::newRow("throws") << "fail" << failed("method:fail call failed");
-    QTest::newRow("unknown") << "nothing" << failed("method:nothing call failed");
-    QTest::newRow("empty") << "" << failed("method: call failed");
-    QTest::newRow("other case") << "Echo" << failed("method:Echo call failed");
-    QTest::newRow("other arguments")
-        << "otherArguments" << failed("method:otherArguments call failed");
-    QTest::newRow("no module method") << "deleteLater" << failed("method:deleteLater call failed");
-    QTest::newRow("with arguments") << "echo(QVariantMap,CallBackFunc)"
-                                    << failed("method:echo(QVariantMap,CallBackFunc) call failed");
-    QTest::newRow("place holder") << "%1%2" << failed("method:%1%2 call failed");
-    QTest::newRow("beyond Latin-1") << QString::fromUtf8("ech\u043e")
-                                    << failed(QString::fromUtf8("method:ech\u043e call failed"));
+    row("answers", "echo", echoed);
+    row("white space around the name", " echo ", echoed);
+    row("does not answer", "answerLater", QVariantMap());
+    row("throws", "fail", failed("method:fail call failed"));
+    row("unknown", "nothing", failed("method:nothing call failed"));
+    row("empty", "", failed("method: call failed"));
+    row("other case", "Echo", failed("method:Echo call failed"));
+    row("other arguments", "otherArguments", failed("method:otherArguments call failed"));
+    row("no module method", "deleteLater", failed("method:deleteLater call failed"));
+    row("with arguments", "echo(QVariantMap,CallBackFunc)",
+        failed("method:echo(QVariantMap,CallBackFunc) call failed"));
+    row("place holder", "%1%2", failed("method:%1%2 call failed"));
+    row("beyond Latin-1", QString::fromUtf8("ech\u043e"),
+        failed(QString::fromUtf8("method:ech\u043e call failed")));
 }
 
 void tst_MessageHandler::callAnswers()

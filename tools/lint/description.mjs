@@ -62,23 +62,6 @@ for (const [type, { examples = [] }] of Object.entries(description.tasks)) {
   }
 }
 
-/** What mock.json describes is what the stand-in of the account library knows. */
-function compare(what, described, source, table, entry) {
-  const text = readFileSync(`standins/account/keeper/${source}.cpp`, 'utf8');
-  const [rows] = text.slice(text.indexOf(table)).split('};', 1);
-  const known = [...rows.matchAll(entry)].map((match) => match[1]);
-  const differing = [
-    ...known.filter((name) => !described.includes(name)),
-    ...described.filter((name) => !known.includes(name)),
-  ];
-  for (const name of differing)
-    problems.push(`${what} ${name}: not in both mock.json and ${source}`);
-}
-const keysOf = (...types) => types.flatMap((type) => Object.keys(mock[type].properties));
-compare('script key', keysOf('MockScript'), 'script', 'Key kKeys[]', /\{"(\w+)"/g);
-compare('operation', mock.MockOperation.enum, 'script', 'kKnownOperations[]', /"([\w/]+)"/g);
-compare('key', keysOf('MockCommand', 'MockKnowledge'), 'command', 'kStateKeys[]', /"(\w+)"/g);
-
 // What the main branch does not have, or has alone, is news for the authors of hosts.
 const namesOf = ({ methods, events, tasks }) => Object.keys({ ...methods, ...events, ...tasks });
 let before = description;
