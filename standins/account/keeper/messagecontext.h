@@ -24,7 +24,7 @@ private:
 };
 
 /// Calls a handler with a weak reference of the wanted kind.
-bool sendTo(const MessageHandler &handler, const QVariantMap &message, MessageContext kind)
+inline bool sendTo(const MessageHandler &handler, const QVariantMap &message, MessageContext kind)
 {
     std::shared_ptr<IMessageTaskContext> owner;
     if (kind == MessageContext::nullObject) {
