@@ -258,9 +258,10 @@ void tst_Zefhost::closedLibrariesAreListed()
     const std::string host = (folder + "/bin/zefhost").toStdString();
     const ChildResult lacking = runChild({host, "--json", "libraries"});
     VERIFY_EXIT(lacking, 2);
-    const QString object = R"({"kind":"function","library":"libzaccountlite.so","file":"%1",)"
-                           R"("function":"GetInterface","need":"required","state":"missing"})";
-    VERIFY_CONTAINS(lacking.output, object.arg(account));
+    const QRegularExpression object(
+        R"("file":".*/lib/libzaccountlite.so","function":"GetInterface","need":"required",)"
+        R"("state":"missing"\})");
+    VERIFY_CONTAINS(lacking.output, object);
 }
 
 void tst_Zefhost::foreignTextIsPrintedHarmlessly()
