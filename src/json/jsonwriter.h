@@ -73,7 +73,7 @@ private:
     /// Makes room for kRoom + more further bytes.
     void makeRoom(int more = 0)
     {
-        if (Q_UNLIKELY(m_limit - m_at < kRoom + more)) {
+        if (Q_UNLIKELY(m_limit - m_at - kRoom < more)) {
             grow(more);
         }
     }

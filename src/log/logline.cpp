@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <optional>
 
 namespace {
@@ -35,7 +36,7 @@ public:
     {
         m_room.reset(m_isKept ? s_keptRoom.exchange(nullptr) : nullptr);
         if (!m_room) {
-            m_room.reset(new wchar_t[std::max(size, kKeptRoom)]);
+            m_room.reset(new (std::nothrow) wchar_t[std::max(size, kKeptRoom)]);
         }
     }
     ~HeapRoom()
@@ -47,6 +48,7 @@ public:
     HeapRoom(const HeapRoom &) = delete;
     HeapRoom &operator=(const HeapRoom &) = delete;
 
+    /// Null when there is no memory.
     wchar_t *get() const { return m_room.get(); }
 
 private:
@@ -141,6 +143,9 @@ void logAt(const wchar_t *level, const char *function, const char *text,
         heapRoom.emplace(size);
     }
     wchar_t *const line = heapRoom ? heapRoom->get() : stackRoom;
+    if (!line) {
+        return; // an operation that has delivered its reply must not fail for its log line
+    }
     writeLine(line, QLatin1String(function), QLatin1String(text), values);
     logProxy->write(level, L"zelectronframework", line);
 }

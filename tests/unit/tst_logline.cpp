@@ -5,6 +5,8 @@
 
 #include <QtTest>
 
+#include <sys/resource.h>
+
 class tst_LogLine : public QObject
 {
     Q_OBJECT
@@ -19,6 +21,7 @@ private Q_SLOTS:
     void placesTakeTheirValues();
     void levelsAndModule();
     void nothingIsWrittenWithoutProxy();
+    void lineWithoutMemoryIsDropped();
 
 private:
     zefstandin::LogControl *m_control = nullptr;
@@ -118,6 +121,26 @@ void tst_LogLine::nothingIsWrittenWithoutProxy()
     logInfo("f", "a");
     g_logProxy = logProxy;
     QVERIFY(m_control->lines().empty());
+}
+
+void tst_LogLine::lineWithoutMemoryIsDropped()
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    QSKIP("the sanitizers need more address space than the limit leaves");
+#endif
+    const QByteArray text(1 << 24, 'x');
+    rlimit old{};
+    QCOMPARE(getrlimit(RLIMIT_AS, &old), 0);
+    const rlimit small{1 << 20, old.rlim_max};
+    QCOMPARE(setrlimit(RLIMIT_AS, &small), 0);
+    bool isThrown = false;
+    try {
+        logInfo("call", "%1", {text});
+    } catch (const std::bad_alloc &) {
+        isThrown = true;
+    }
+    setrlimit(RLIMIT_AS, &old);
+    QVERIFY(!isThrown); // an emulator may grant the memory
 }
 
 QTEST_APPLESS_MAIN(tst_LogLine)
