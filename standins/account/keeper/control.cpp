@@ -79,8 +79,8 @@ public:
     int collect(const std::string &mapJson, Thread thread) override
     {
         const std::optional<QVariantMap> map = objectFromText(mapJson);
-        const QList<CallBackFunc> callbacks = m_keeper.collectCallbacks();
-        for (const CallBackFunc &callback : map ? callbacks : QList<CallBackFunc>()) {
+        const std::vector<CallBackFunc> callbacks = m_keeper.collectCallbacks();
+        for (const CallBackFunc &callback : map ? callbacks : std::vector<CallBackFunc>()) {
             const auto job = [callback, map = *map] {
                 deliver({"collect", {}, callback, {}, 0, map});
             };
@@ -89,7 +89,7 @@ public:
                 return -1;
             }
         }
-        return map ? callbacks.size() : -1;
+        return map ? int(callbacks.size()) : -1;
     }
 
     bool writeLog(const std::string &level, const std::string &message, Thread thread) override

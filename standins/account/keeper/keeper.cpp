@@ -51,7 +51,7 @@ void Keeper::reset()
     m_exceptions = 0;
     // Foreign function objects are destroyed after the lock.
     QList<MessageHandler> handlers;
-    QList<CallBackFunc> callbacks;
+    std::vector<CallBackFunc> callbacks;
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_overlay.clear();
     m_lastState.clear();
@@ -133,7 +133,7 @@ QList<MessageHandler> Keeper::messageHandlers(const QString &messageName,
 void Keeper::addCollectCallback(const CallBackFunc &callback)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_collectCallbacks.append(callback);
+    m_collectCallbacks.push_back(callback);
 }
 
 void Keeper::keepForever(QObject *object)
@@ -142,7 +142,7 @@ void Keeper::keepForever(QObject *object)
     m_keptObjects.append(object);
 }
 
-QList<CallBackFunc> Keeper::collectCallbacks() const
+std::vector<CallBackFunc> Keeper::collectCallbacks() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     return m_collectCallbacks;
@@ -151,7 +151,7 @@ QList<CallBackFunc> Keeper::collectCallbacks() const
 void Keeper::attach(LibraryHooks *hooks)
 {
     QList<MessageHandler> handlers;
-    QList<CallBackFunc> callbacks;
+    std::vector<CallBackFunc> callbacks;
     const std::lock_guard<std::mutex> lock(m_mutex);
     handlers.swap(m_messageHandlers);
     callbacks.swap(m_collectCallbacks);

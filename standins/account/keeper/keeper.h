@@ -73,7 +73,7 @@ public:
     QList<MessageHandler> messageHandlers(const QString &messageName,
                                           const QString &taskName) const;
     void addCollectCallback(const CallBackFunc &callback);
-    QList<CallBackFunc> collectCallbacks() const;
+    std::vector<CallBackFunc> collectCallbacks() const;
     /// Only keeps it reachable for leak checkers.
     void keepForever(QObject *object);
 
@@ -106,7 +106,8 @@ private:
     QVariantMap m_overlay;
     QVariantMap m_lastState;
     QList<MessageHandler> m_messageHandlers;
-    QList<CallBackFunc> m_collectCallbacks;
+    // Not shared as a QList would be, which ThreadSanitizer cannot follow.
+    std::vector<CallBackFunc> m_collectCallbacks;
     QList<QObject *> m_keptObjects;
     LibraryHooks *m_hooks = nullptr;
     int m_users = 0; // calls of withLibrary in progress
