@@ -14,33 +14,23 @@
 
 #include <pthread.h>
 
+/// The number of entries, counted separately for those made before and after the level was last
+/// lowered, so that a steady stream of new entries cannot delay the wait for the earlier ones. Each
+/// thread uses one of several counters, so that threads do not contend for a cache line.
+struct alignas(64) RunThread::Counter
+{
+    std::atomic<int> inside[2];
+};
+
 namespace {
+
+using Counter = RunThread::Counter;
 
 constexpr auto kLongestExit = std::chrono::seconds(2);
 constexpr int kExitHandlers = 3; // those of the first start
 
-/// The number of entries, counted separately for those made before and after the level was last
-/// lowered, so that a steady stream of new entries cannot delay the wait for the earlier ones. Each
-/// thread uses one of several counters, so that threads do not contend for a cache line.
-struct alignas(64) Counter
-{
-    std::atomic<int> inside[2];
-};
 std::array<Counter, 32> s_counters;
 std::atomic<unsigned> s_threadCount{0};
-
-} // namespace
-
-struct RunThread
-{
-    Counter *counter;
-    int entries[2]; // not left yet, by which of the two counts has them
-    int hostCode;   // entries that are running the host's code
-
-    int entryCount() const { return entries[0] + entries[1]; }
-};
-
-namespace {
 
 thread_local RunThread t_thread{}; // the braces spare it a constructor that runs at first use
 
@@ -159,15 +149,9 @@ inline bool countIn(Counter &counter, State seen)
     return false;
 }
 
-struct Entry
-{
-    RunThread *thread = nullptr; // null when refused
-    qint8 count = -1;            // which of the two, if it was counted
-};
+RunEntry enterSlowly(RunThread &thread, State seen, Admission needed);
 
-Entry enterSlowly(RunThread &thread, State seen, Admission needed);
-
-inline Entry enter(RunThread &thread, Counter *counter, State seen, Admission needed)
+inline RunEntry enter(RunThread &thread, Counter *counter, State seen, Admission needed)
 {
     if (!seen.admits(needed)) {
         return {};
@@ -180,7 +164,7 @@ inline Entry enter(RunThread &thread, Counter *counter, State seen, Admission ne
 }
 
 /// On the host thread, for the first time, or after the state has changed.
-Q_NEVER_INLINE Entry enterSlowly(RunThread &thread, State seen, Admission needed)
+Q_NEVER_INLINE RunEntry enterSlowly(RunThread &thread, State seen, Admission needed)
 {
     if (HostThreadScope::isCurrent()) {
         return {&thread, -1};
@@ -189,7 +173,24 @@ Q_NEVER_INLINE Entry enterSlowly(RunThread &thread, State seen, Admission needed
         thread.counter = &s_counters[s_threadCount++ % s_counters.size()];
     }
     const State now = state();
-    return now.run() == seen.run() ? enter(thread, thread.counter, now, needed) : Entry();
+    return now.run() == seen.run() ? enter(thread, thread.counter, now, needed) : RunEntry();
+}
+
+// The thread is read before the state: reading it is a call, which saves fewer registers then.
+
+inline RunEntry enterCurrent(Admission needed)
+{
+    RunThread &thread = t_thread;
+    Counter *const counter = thread.counter;
+    return enter(thread, counter, state(), needed);
+}
+
+inline RunEntry enterIfCurrent(quint64 run)
+{
+    RunThread &thread = t_thread;
+    Counter *const counter = thread.counter;
+    const State seen = state();
+    return seen.run() == run ? enter(thread, counter, seen, Admission::Deliveries) : RunEntry();
 }
 
 } // namespace
@@ -285,46 +286,17 @@ void Run::abandonAtExit()
     }
 }
 
-// The thread is read before the state: reading it is a call, which saves fewer registers then.
+RunScope::RunScope(Admission needed) : m_entry(enterCurrent(needed)) {}
 
-RunScope::RunScope(Admission needed)
-{
-    RunThread &thread = t_thread;
-    Counter *const counter = thread.counter;
-    const Entry entry = enter(thread, counter, state(), needed);
-    m_thread = entry.thread;
-    m_count = entry.count;
-}
-
-RunScope::RunScope(quint64 run)
-{
-    RunThread &thread = t_thread;
-    Counter *const counter = thread.counter;
-    const State seen = state();
-    if (seen.run() != run) {
-        return;
-    }
-    const Entry entry = enter(thread, counter, seen, Admission::Deliveries);
-    m_thread = entry.thread;
-    m_count = entry.count;
-}
+RunScope::RunScope(quint64 run) : m_entry(enterIfCurrent(run)) {}
 
 RunScope::~RunScope()
 {
-    if (m_thread && m_count >= 0) {
-        --m_thread->entries[m_count];
-        countOut(*m_thread->counter, unsigned(m_count));
+    const auto [thread, count] = m_entry;
+    if (count >= 0) {
+        --thread->entries[count];
+        countOut(*thread->counter, unsigned(count));
     }
-}
-
-HostCodeScope::HostCodeScope(const RunScope &operation) : m_thread(operation.m_thread)
-{
-    ++m_thread->hostCode;
-}
-
-HostCodeScope::~HostCodeScope()
-{
-    --m_thread->hostCode;
 }
 
 RunChange::RunChange()

@@ -25,7 +25,23 @@ enum class Admission : quint64 {
     Everything = Q_UINT64_C(3) << 62
 };
 
-struct RunThread; // what is known of one thread
+/// What is known of one thread.
+struct RunThread
+{
+    struct Counter;
+
+    Counter *counter;
+    int entries[2]; ///< not left yet, by which of the two counts has them
+    int hostCode;   ///< entries that are running the host's code
+
+    int entryCount() const { return entries[0] + entries[1]; }
+};
+
+struct RunEntry
+{
+    RunThread *thread = nullptr; ///< state of the calling thread; null when refused
+    qint8 count = -1;            ///< which of the two counts has it, if any
+};
 
 class Run
 {
@@ -83,13 +99,12 @@ public:
     RunScope(const RunScope &) = delete;
     RunScope &operator=(const RunScope &) = delete;
 
-    explicit operator bool() const { return m_thread != nullptr; }
+    explicit operator bool() const { return m_entry.thread != nullptr; }
 
 private:
     friend class HostCodeScope;
 
-    RunThread *m_thread = nullptr; ///< state of the calling thread; null when refused
-    qint8 m_count = -1;            ///< which of the two counters counts it, if any
+    const RunEntry m_entry;
 };
 
 /// Exists while an operation of the host runs the host's own code: nothing between the two is a
@@ -97,8 +112,11 @@ private:
 class HostCodeScope
 {
 public:
-    explicit HostCodeScope(const RunScope &operation);
-    ~HostCodeScope();
+    explicit HostCodeScope(const RunScope &operation) : m_thread(operation.m_entry.thread)
+    {
+        ++m_thread->hostCode;
+    }
+    ~HostCodeScope() { --m_thread->hostCode; }
     HostCodeScope(const HostCodeScope &) = delete;
     HostCodeScope &operator=(const HostCodeScope &) = delete;
 

@@ -11,8 +11,6 @@
 #include "log/logline.h"
 #include "meeting/zcallbackfuncmanager.h"
 
-#include <utility>
-
 using zelectronframeworkspace::IElectronCallback;
 using zelectronframeworkspace::ListenerHandle;
 
@@ -81,12 +79,16 @@ bool ZElectronFramework::call(const char *method, const char *params, IElectronC
 {
     return withMember(Admission::Operations, &ZElectronApplication::dispatcher, false,
                       [=](ZMethodDispatcher &dispatcher, const RunScope &scope) {
-                          QVariantMap reply = dispatcher.call(method, mapFromJsonText(params));
-                          if (!callback) {
-                              return true;
+                          JsonWriter text;
+                          {
+                              // Freed here: a long reply would be in memory twice with the log line.
+                              const QVariantMap reply =
+                                  dispatcher.call(method, mapFromJsonText(params));
+                              if (!callback) {
+                                  return true;
+                              }
+                              text.map(reply);
                           }
-                          // Freed here: a long reply would be in memory twice with the log line.
-                          JsonWriter text(std::exchange(reply, {}));
                           deliverReply(*callback, text, scope);
                           logInfo("call", "call method:%1, params:%2, result:%3",
                                   {method, params, {text.text(), text.length()}});
