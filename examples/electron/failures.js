@@ -35,7 +35,7 @@ const starts = [
     remedy: 'Install the one for this computer.',
   },
   {
-    codes: /MISSING|NAME|NOT_THE_LIBRARY|LOAD/,
+    codes: /MISSING|NAME|NOT_THE_LIBRARY|BAD_FILE|LOAD/,
     message: 'A part of the application is missing or damaged.',
     remedy: 'Install the application again.',
   },

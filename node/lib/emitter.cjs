@@ -47,6 +47,7 @@ class FrameworkEmitter extends EventEmitter {
   }
 
   off(event, listener) {
+    checkListener('off', listener);
     const isRemoved = (each) => each === listener || each.listener === listener;
     const removed = this.rawListeners(event).findLast(isRemoved);
     super.removeListener(event, listener);

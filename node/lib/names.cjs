@@ -2,10 +2,15 @@
 
 const longestShown = 80;
 
-/** A name as error messages show it: a very long one is cut off. */
-function shown(name) {
-  const text = String(name);
+/** A text as error messages show it: a very long one is cut off. */
+function cut(text) {
   return text.length > longestShown ? `${text.slice(0, longestShown)}…` : text;
+}
+
+/** A name as error messages show it: in quotes where it could be overlooked. */
+function shown(name) {
+  const text = cut(String(name));
+  return /^\S+$/.test(text) ? text : `'${text}'`;
 }
 
 /** How many characters have to be added, removed or replaced to make one word of the other. */
@@ -43,4 +48,4 @@ function didYouMean(name, known) {
   return meant === undefined ? '' : `; did you mean ${meant}?`;
 }
 
-module.exports = { shown, didYouMean };
+module.exports = { cut, shown, didYouMean };

@@ -1,6 +1,6 @@
 'use strict';
 
-const { didYouMean, shown } = require('./names.cjs');
+const { cut, didYouMean, shown } = require('./names.cjs');
 const shapes = require('./shapes.json');
 
 const isObject = (value) => typeof value === 'object' && value !== null && !Array.isArray(value);
@@ -29,7 +29,7 @@ function check(given, value, path, refuse) {
     return;
   }
   const [isOne, words] = kinds[shape.type];
-  if (!isOne(value)) refuse(`${path} must be ${words}, not ${shown(JSON.stringify(value))}`);
+  if (!isOne(value)) refuse(`${path} must be ${words}, not ${cut(JSON.stringify(value))}`);
   if (shape.minimum > value) refuse(`${path} must be ${shape.minimum} or more, not ${value}`);
   checkName(shape, value, path, refuse);
   if (shape.type === 'array') {

@@ -16,7 +16,7 @@ namespace {
 
 // A process ends within a second, whatever the account library is doing; the framework library itself
 // waits for half a second at most.
-constexpr std::chrono::milliseconds kLongestWait{300};
+constexpr std::chrono::milliseconds kLongestWait{200};
 
 /// \return where the framework library was loaded from; empty when it was not.
 std::string loadedFramework()

@@ -155,8 +155,9 @@ test('a start that fails is told to people, with details for developers', {
 }, async (t) => {
   const { code, details } = state.error;
   assert.equal(code, 'ZEF_ACCOUNT_LIBRARY_MISSING');
-  assert.match(details[0], /^init: the account library libzaccountlite\.so cannot be loaded/);
-  assert.equal(details.filter((text) => text.includes('libzaccountlite.so')).length, 1);
+  const failed = 'the account library cannot be loaded: libzaccountlite.so';
+  assert.ok(details[0].startsWith(failed), details[0]);
+  assert.equal(details.filter((text) => text.includes(failed)).length, 1);
   assert.match(details.at(-1), /npm run doctor/);
   const { startFailureOf } = require(path.join(example, 'failures.js'));
   const packaged = startFailureOf(new Error('internal words'), { findings: [] }, true);

@@ -232,6 +232,7 @@ test('wrong events, listeners and options are refused, and say what was meant', 
       assert.throws(() => framework[add](name, ...args), failure('ZEF_BAD_ARGUMENT'));
     }
   }
+  assert.throws(() => framework.off(event, undefined), failure('ZEF_BAD_ARGUMENT'));
   for (const each of options) {
     const loop = () => framework.tasks('meetingDataChangeTask', each);
     assert.throws(loop, failure('ZEF_BAD_ARGUMENT'));

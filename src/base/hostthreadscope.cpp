@@ -63,7 +63,8 @@ void HostWorkScope::waitAtExit()
     if (t_isHostThread) {
         return;
     }
-    const auto end = std::chrono::steady_clock::now() + kLongestWait;
+    // The exit handlers of one exit share it.
+    static const auto end = std::chrono::steady_clock::now() + kLongestWait;
     while (s_isBusy && std::chrono::steady_clock::now() < end) {
         std::this_thread::sleep_for(kWaitStep);
     }

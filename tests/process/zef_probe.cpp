@@ -137,6 +137,37 @@ int exitAtRest(IElectronFramework &framework)
     return kReachedTheEnd;
 }
 
+std::chrono::steady_clock::time_point g_exitTime;
+
+/// Runs after the exit handlers of the framework.
+void observeWait()
+{
+    const auto wait = std::chrono::steady_clock::now() - g_exitTime;
+    std::printf("waited once %d\n", wait < std::chrono::seconds(1));
+    std::fflush(stdout);
+}
+
+/// A callback of the host does not return.
+int exitWhileBusy(IElectronFramework &framework)
+{
+    std::atexit(&observeWait);
+    start(framework);
+    static std::atomic<bool> isBusy{false};
+    static Printer &printer = *new Printer;
+    printer.action = [] {
+        isBusy = true;
+        for (;;) {
+            pause();
+        }
+    };
+    framework.asynCall("utils.nothing", "{}", &printer);
+    while (!isBusy) {
+        std::this_thread::yield();
+    }
+    g_exitTime = std::chrono::steady_clock::now();
+    return kReachedTheEnd;
+}
+
 int unload(IElectronFramework &framework)
 {
     start(framework);
@@ -296,6 +327,7 @@ int main(int argc, char **argv)
         {"exit-quick", &exitQuickly},
         {"exit-callback", &exitInsideCallback},
         {"rest", &exitAtRest},
+        {"exit-busy", &exitWhileBusy},
         {"unload", &unload},
         {"fork", &forkWhileRunning},
         {"fork-before", &forkBeforeStart},
