@@ -197,8 +197,6 @@ const runners = {
       setTimeout(() => console.log(Object.keys(electron.bridge.framework).join()), 5);`;
     assert.equal(runProgram(program, 'withsession.cjs'), 'ask,cancel,on\n');
   },
-  'sh electron-doctor': ([{ code }]) =>
-    assert.match(run('sh', ['-c', code.replace('npx electron', process.execPath)]), /: started/),
   'sh electron-bundle': ([{ code }]) => {
     write('preload.js', "require('zelectronframework/electron-preload');");
     runTool(code);
