@@ -827,12 +827,12 @@ export interface MockScript {
   loopMs?: number;
   /** Ends the library's core application. */
   quit?: boolean;
-  /** Tasks only: deletes the object that came with the task. */
+  /** Tasks and `registerMessageTask` only: deletes the object that came with it. */
   destroyContext?: boolean;
-  /** `uninit` only: what raises the events stays. */
-  keepNotifier?: boolean;
   /** `notifier` only: one that has no events. */
   plainNotifier?: boolean;
+  /** `uninit` only: what Qt still has of the mock's code or data when the mock is unloaded. */
+  leave?: 'notifier' | 'notifierToDelete' | 'timer' | 'child' | 'functor' | 'names';
   /** How many calls are left alone first. Default: `0`. */
   skip?: number;
   /** How many calls it is for; -1 for all. Default: `-1`. */
@@ -850,6 +850,7 @@ export type MockOperation =
   | 'init'
   | 'uninit'
   | 'notifier'
+  | 'registerMessageTask'
   | 'getAccount'
   | 'getScheduler'
   | 'getMessageTaskRegistry'

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -58,7 +59,7 @@ class AccountControl
 public:
     virtual ~AccountControl() = default;
 
-    /// Drops scripts, overlaid state, records, registered handlers and held answers, and restores
+    /// Drops scripts, actions, overlaid state, records, registered handlers and held answers, and restores
     /// every mode below but the recording. A library that runs keeps its accounts.
     virtual void reset() = 0;
 
@@ -67,6 +68,10 @@ public:
     /// \return false when the operation is unknown or the text is not a valid script; nothing is
     ///         changed then.
     virtual bool script(const std::string &operation, const std::string &json) = 0;
+
+    /// Runs a function of the test inside each call of an operation, before its script, until
+    /// reset(); an empty function removes it.
+    virtual void setAction(const std::string &operation, std::function<void()> action) = 0;
 
     /// Sets parts of the state, in the shape of the settings' "standin" object; omitted
     /// keys keep their values. Raises no signal. Without a running library it is stored; it

@@ -96,7 +96,7 @@ bool isAccountLibraryMapped()
 void notifierOutlivesItsLibrary(HostFixture &host)
 {
     host.start();
-    host.script("uninit", R"({"keepNotifier":true})");
+    host.script("uninit", R"({"leave":"notifier"})");
     Counter listener;
     host.framework.addListener("account.cookieUpdated", &listener);
     require(host.framework.uninit(), "uninit");

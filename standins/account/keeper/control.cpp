@@ -20,6 +20,11 @@ public:
                m_keeper.scripts().set(QString::fromStdString(operation), document.toVariant());
     }
 
+    void setAction(const std::string &operation, std::function<void()> action) override
+    {
+        m_keeper.setAction(QString::fromStdString(operation), std::move(action));
+    }
+
     bool setState(const std::string &json) override
     {
         const std::optional<QVariantMap> standin = objectFromText(json);

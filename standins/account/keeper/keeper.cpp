@@ -52,11 +52,25 @@ void Keeper::reset()
     // Foreign function objects are destroyed after the lock.
     QList<MessageHandler> handlers;
     std::vector<CallBackFunc> callbacks;
+    QHash<QString, std::function<void()>> actions;
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_overlay.clear();
     m_lastState.clear();
     handlers.swap(m_messageHandlers);
     callbacks.swap(m_collectCallbacks);
+    actions.swap(m_actions);
+}
+
+void Keeper::setAction(const QString &operation, std::function<void()> action)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_actions[operation].swap(action);
+}
+
+std::function<void()> Keeper::action(const QString &operation) const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_actions.value(operation);
 }
 
 Script Keeper::begin(const char *operation, const QByteArray &argument)
@@ -71,6 +85,9 @@ Script Keeper::begin(const QString &operation, Call call)
         return {};
     }
     m_records.add(std::move(call));
+    if (const std::function<void()> first = action(operation)) {
+        first();
+    }
     const Script script = m_scripts.next(operation);
     const std::optional<Operation> known = findOperation(operation);
     script.beginCall(known && answersByReturning(*known));

@@ -56,8 +56,12 @@ public:
     void addOverlay(const QVariantMap &standin);
     void reset();
 
+    /// As AccountControl::setAction.
+    void setAction(const QString &operation, std::function<void()> action);
+
     // calls
-    /// Records the call of an operation and does what its script says comes first.
+    /// Records the call of an operation and does what comes first: its action, and
+    /// what its script says.
     /// \return the script, for what comes then.
     Script begin(const char *operation, const QByteArray &argument = {});
     Script begin(const QString &operation, Call call);
@@ -94,6 +98,7 @@ public:
 
 private:
     Keeper() = default;
+    std::function<void()> action(const QString &operation) const;
 
     std::atomic<bool> m_controlNoCost{false};
     std::atomic<bool> m_settingsNoCost{false};
@@ -109,6 +114,7 @@ private:
     // Not shared as a QList would be, which ThreadSanitizer cannot follow.
     std::vector<CallBackFunc> m_collectCallbacks;
     QList<QObject *> m_keptObjects;
+    QHash<QString, std::function<void()>> m_actions;
     LibraryHooks *m_hooks = nullptr;
     int m_users = 0; // calls of withLibrary in progress
     int m_busy = 0;

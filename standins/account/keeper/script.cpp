@@ -82,8 +82,8 @@ const Key kKeys[] = {
     {"loopMs", &Script::loopMs},
     {"quit", &Script::quit},
     {"destroyContext", &Script::destroyContext},
-    {"keepNotifier", &Script::keepNotifier},
     {"plainNotifier", &Script::plainNotifier},
+    {"leave", &Script::leave},
     {"skip", &Script::skip},
     {"count", &Script::count},
 };

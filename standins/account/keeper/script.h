@@ -29,9 +29,9 @@ struct Script
     bool dropAtUninit = false;
     int loopMs = 0;    ///< waits in an event loop of its own; below 0: until that is ended
     bool quit = false; ///< asks the core application to end
-    bool destroyContext = false; ///< deletes the context object that it was given
-    bool keepNotifier = false;   ///< the notifier is not deleted
-    bool plainNotifier = false;  ///< a notifier without signals
+    bool destroyContext = false;  ///< deletes the context object that it was given
+    bool plainNotifier = false;   ///< a notifier without signals
+    std::optional<QString> leave; ///< what is left behind; see leaveBehind()
     int skip = 0;
     int count = -1;    ///< how many calls it applies to; -1: all
     quint64 noise = 0; ///< not 0: also raises a signal and sends a message, in hostile mode

@@ -13,7 +13,8 @@ const struct
     Operation operation;
     const char *names;
 } kOperations[] = {
-    {Operation::step, "InitInterface GetInterface UninitInterface init uninit notifier"},
+    {Operation::step, "InitInterface GetInterface UninitInterface init uninit notifier "
+                      "registerMessageTask"},
     {Operation::getter, "getAccount getScheduler getMessageTaskRegistry getLoginService "
                         "getSignService getCookieFactory getInfoCollectHandler "
                         "getAccessbaseService getDomainMgr"},

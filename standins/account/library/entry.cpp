@@ -35,9 +35,11 @@ public:
     void uninit() override
     {
         try {
-            endInstance(begin("uninit").keepNotifier);
+            const Script script = begin("uninit");
+            endInstance(script.leave.value_or(QString()));
+            script.throwLateIfScripted();
         } catch (...) { // scripted
-            endInstance(false);
+            endInstance();
             throw;
         }
     }
@@ -72,10 +74,10 @@ public:
     }
     IDomainMgr *getDomainMgr() override { return get("getDomainMgr", &Instance::domainMgr); }
 
-    void endInstance(bool keepNotifier)
+    void endInstance(const QString &leave = {})
     {
-        if (m_instance && keepNotifier) {
-            m_instance->leakNotifier();
+        if (m_instance) {
+            m_instance->leaveBehind(leave);
         }
         delete m_instance;
         m_instance = nullptr;
@@ -119,7 +121,7 @@ bool GetInterface(IAccountSdk **sdk)
 void UninitInterface()
 {
     zefstandin::begin("UninitInterface");
-    zefstandin::accountSdk.endInstance(false);
+    zefstandin::accountSdk.endInstance();
 }
 
 zefstandin::AccountControl *zefAccountStandinControl()

@@ -3,9 +3,17 @@
 #include "jsontext.h"
 #include "keeper/delivery.h"
 
+#include <QCoreApplication>
+#include <QThread>
+#include <QTimer>
+
+#include <chrono>
+
 namespace zefstandin {
 
 namespace {
+
+constexpr auto kLongAfterTheRun = std::chrono::minutes(1);
 
 constexpr int kAnnounceMilliseconds = 50;
 
@@ -68,6 +76,28 @@ Instance::~Instance()
     Keeper::instance().detach(state());
     officeWorker.stop();
     accountWorker.stop();
+}
+
+void Instance::leaveBehind(const QString &what)
+{
+    // A function object with a destructor, which is code of this library as its call is.
+    const auto functor = [owned = std::make_shared<QString>(what)] {};
+    if (what == "notifier") {
+        Keeper::instance().keepForever(m_notifier.release());
+    } else if (what == "notifierToDelete") {
+        m_notifier.release()->deleteLater();
+    } else if (what == "timer") {
+        QTimer::singleShot(kLongAfterTheRun, qApp, functor);
+    } else if (what == "child") {
+        m_notifier.release()->setParent(qApp);
+    } else if (what == "functor") {
+        QMetaObject::invokeMethod(qApp, functor, Qt::QueuedConnection);
+    } else if (what == "names") {
+        qApp->setObjectName(QStringLiteral("account library"));
+        QThread::currentThread()->setObjectName(QStringLiteral("account library"));
+        QCoreApplication::setApplicationName(QStringLiteral("account library"));
+        QCoreApplication::setOrganizationName(QStringLiteral("account library"));
+    }
 }
 
 bool Instance::raiseNow(const QByteArray &name)

@@ -47,8 +47,9 @@ public:
     QObject *notifier() { return m_notifier.get(); }
     QObject *plainNotifier() { return &m_plainNotifier; }
 
-    /// Keeps the notifier when the library is unloaded.
-    void leakNotifier() { Keeper::instance().keepForever(m_notifier.release()); }
+    /// Leaves something of this library on the host thread when it is unloaded: "notifier",
+    /// "notifierToDelete", "timer", "child", "functor" or "names"; otherwise nothing.
+    void leaveBehind(const QString &what);
 
     /// Raises a signal on this thread.
     bool raiseNow(const QByteArray &name);

@@ -8,8 +8,13 @@ namespace zefstandin {
 void Messages::registerMessageTask(const QString &messageName, const QString &taskName,
                                    QObject *context, const MessageTaskHandler &handler)
 {
+    const std::string name = "registerMessageTask";
     const std::string names = (messageName + ' ' + taskName).toStdString();
-    Keeper::instance().recordCall("registerMessageTask", names, context);
+    const Script script = Keeper::instance().begin(QString::fromStdString(name),
+                                                   Call{name, names, {}, context != nullptr, 0});
+    if (script.destroyContext) {
+        delete context;
+    }
     Keeper::instance().addMessageHandler({messageName, taskName, handler});
 }
 
