@@ -27,10 +27,11 @@ enum class Thread {
 
 /// What the weak reference handed to a message handler refers to.
 enum class MessageContext {
-    alive,     ///< an object that exists until the handler has returned
-    gone,      ///< an object that has been destroyed already
-    empty,     ///< nothing, it never referred to an object
-    nullObject ///< a live owner without an object: locking it gives null
+    alive,      ///< an object that exists until the handler has returned
+    gone,       ///< an object that has been destroyed already
+    empty,      ///< nothing, it never referred to an object
+    nullObject, ///< a live owner without an object: locking it gives null
+    throwing    ///< an object whose functions throw
 };
 
 /// One call that reached the library.

@@ -2,6 +2,8 @@
 
 #include "keeper/delivery.h"
 
+#include <stdexcept>
+
 namespace zefstandin {
 
 namespace {
@@ -11,16 +13,26 @@ namespace {
 class MessageContextObject final : public IMessageTaskContext
 {
 public:
-    explicit MessageContextObject(const QVariantMap &message) : m_message(message) {}
+    MessageContextObject(const QVariantMap &message, bool isThrowing)
+        : m_message(message), m_isThrowing(isThrowing)
+    {
+    }
 
     void reserved0() override {}
     void reserved1() override {}
     void reserved2() override {}
     void reserved3() override {}
-    const QVariantMap &messageData() override { return m_message; }
+    const QVariantMap &messageData() override
+    {
+        if (m_isThrowing) {
+            throw std::runtime_error("scripted");
+        }
+        return m_message;
+    }
 
 private:
     const QVariantMap m_message;
+    const bool m_isThrowing;
 };
 
 /// Calls a handler with a weak reference of the wanted kind.
@@ -30,7 +42,7 @@ inline bool sendTo(const MessageHandler &handler, const QVariantMap &message, Me
     if (kind == MessageContext::nullObject) {
         owner.reset(static_cast<IMessageTaskContext *>(nullptr), [](IMessageTaskContext *) {});
     } else if (kind != MessageContext::empty) {
-        owner.reset(new MessageContextObject(message));
+        owner.reset(new MessageContextObject(message, kind == MessageContext::throwing));
     }
     const std::weak_ptr<IMessageTaskContext> reference = owner;
     if (kind == MessageContext::gone) {
