@@ -125,9 +125,11 @@ void forkWhileLateAnswersCome(HostFixture &host)
 }
 
 constexpr auto kWork = std::chrono::milliseconds(200); // the exit waits for that long
+constexpr auto kLongestExit = std::chrono::milliseconds(1300);
 
 std::atomic<bool> g_isWorking{false};
 std::atomic<bool> g_hasReturned{false};
+std::chrono::steady_clock::time_point g_leftAt;
 std::atomic<int> g_started{0};
 
 void work()
@@ -142,6 +144,7 @@ void work()
 void observeRest()
 {
     const int before = g_started;
+    require(std::chrono::steady_clock::now() - g_leftAt < kLongestExit, "the exit takes too long");
     require(!g_hasReturned, "init or uninit returns although the process exits");
     require(!g_isWorking, "the host thread works while the process exits");
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
@@ -174,6 +177,7 @@ void observeRest()
 [[noreturn]] void leave(HostFixture &host)
 {
     waitForStop(host);
+    g_leftAt = std::chrono::steady_clock::now();
     std::exit(kExitCode); // NOLINT(concurrency-mt-unsafe)
 }
 
