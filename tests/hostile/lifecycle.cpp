@@ -51,40 +51,35 @@ void operationsOverlap(HostFixture &host)
     std::atomic<int> ended{0};
     std::atomic<bool> isStopped{false};
     const auto work = [&](unsigned seed) {
-        Action stopper([&] { stops += host.framework.uninit(); });
+        zelectronframeworkspace::IElectronFramework &framework = host.framework;
         zelectronframeworkspace::ListenerHandle handle = 0;
+        Action stopper([&] { stops += framework.uninit(); });
+        const char *const method = "accessbase.getDeviceInfo";
+        const char *const event = "account.cookieUpdated";
+        const auto start = [&] { starts += host.library.start(); };
+        const auto call = [&] { framework.call(method, "{}", &counter); };
+        const auto queue = [&] { accepted += framework.asynCall(method, "{}", &replies); };
+        const std::function<void()> steps[] = {
+            start,
+            start,
+            call,
+            call,
+            queue,
+            queue,
+            queue,
+            queue,
+            queue,
+            queue,
+            [&] { stops += framework.uninit(); },
+            [&] { framework.call(method, "{}", &stopper); },
+            [&] { framework.registerCallbackFunc("meetingDataChangeTask", &counter); },
+            [&] { handle = framework.addListener(event, &counter); },
+            [&] { framework.removeListener(handle); },
+            [&] { host.library.account().raiseSignal("cookieUpdated", Thread::library); },
+        };
         while (std::chrono::steady_clock::now() < end) {
             seed = seed * 1664525 + 1013904223;
-            switch (seed >> 24 & 15) {
-            case 0:
-            case 1:
-                starts += host.library.start();
-                break;
-            case 2:
-                stops += host.framework.uninit();
-                break;
-            case 3:
-                host.framework.call("accessbase.getDeviceInfo", "{}", &stopper);
-                break;
-            case 4:
-                host.framework.registerCallbackFunc("meetingDataChangeTask", &counter);
-                break;
-            case 5:
-                handle = host.framework.addListener("account.cookieUpdated", &counter);
-                break;
-            case 6:
-                host.framework.removeListener(handle);
-                break;
-            case 7:
-                host.library.account().raiseSignal("cookieUpdated", Thread::library);
-                break;
-            case 8:
-            case 9:
-                host.framework.call("accessbase.getDeviceInfo", "{}", &counter);
-                break;
-            default:
-                accepted += host.framework.asynCall("accessbase.getDeviceInfo", "{}", &replies);
-            }
+            steps[seed >> 24 & 15]();
         }
         // Qt loses 368 bytes when a thread ends that has started one application, another thread
         // has stopped it and a second application is running.

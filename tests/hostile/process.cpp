@@ -145,6 +145,8 @@ void observeRest()
 {
     const int before = g_started;
     require(std::chrono::steady_clock::now() - g_leftAt < kLongestExit, "the exit takes too long");
+    zelectronframeworkspace::IElectronFramework &framework = LoadedLibrary::instance().framework();
+    require(!framework.init("{}") && !framework.uninit(), "init or uninit while the process exits");
     require(!g_hasReturned, "init or uninit returns although the process exits");
     require(!g_isWorking, "the host thread works while the process exits");
     std::this_thread::sleep_for(std::chrono::milliseconds(20));

@@ -222,11 +222,6 @@ void tst_Processes::scenarioPrints_data()
     const auto row = columns<QByteArray>("output");
 
     row("unload", "init 1\nmapped 1\n");
-    row("rest", "init 1\nanswers 0\nuninit 0\ninit 0\n");
-    row("exit-busy", R"(init 1
-{"msg":"method:nothing asynCall failed","result":"fail"}
-waited once 1
-)");
     row("fork", "init 1\nchild 0\nuninit 1\n");
     row("state", "init 1\nrunning 1\nstopped 1\n");
     row("default-context", "init 1\nforeign ticks 0\n");

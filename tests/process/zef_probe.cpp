@@ -116,58 +116,6 @@ int exitInsideCallback(IElectronFramework &framework)
     }
 }
 
-IElectronFramework *g_framework = nullptr;
-
-/// An exit handler of a time before the start runs among the destructors of static objects.
-void observeRest()
-{
-    const int before = g_answers.count;
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    std::printf("answers %d\nuninit %d\ninit %d\n", g_answers.count - before, g_framework->uninit(),
-                g_framework->init(kSettings));
-    std::fflush(stdout);
-}
-
-int exitAtRest(IElectronFramework &framework)
-{
-    g_framework = &framework;
-    std::atexit(&observeRest);
-    start(framework);
-    keepBusy(framework);
-    return kReachedTheEnd;
-}
-
-std::chrono::steady_clock::time_point g_exitTime;
-
-/// Runs after the exit handlers of the framework.
-void observeWait()
-{
-    const auto wait = std::chrono::steady_clock::now() - g_exitTime;
-    std::printf("waited once %d\n", wait < std::chrono::seconds(1));
-    std::fflush(stdout);
-}
-
-/// A callback of the host does not return.
-int exitWhileBusy(IElectronFramework &framework)
-{
-    std::atexit(&observeWait);
-    start(framework);
-    static std::atomic<bool> isBusy{false};
-    static Printer &printer = *new Printer;
-    printer.action = [] {
-        isBusy = true;
-        for (;;) {
-            pause();
-        }
-    };
-    framework.asynCall("utils.nothing", "{}", &printer);
-    while (!isBusy) {
-        std::this_thread::yield();
-    }
-    g_exitTime = std::chrono::steady_clock::now();
-    return kReachedTheEnd;
-}
-
 int unload(IElectronFramework &framework)
 {
     start(framework);
@@ -326,8 +274,6 @@ int main(int argc, char **argv)
         {"exit-thread", &exitOnAnotherThread},
         {"exit-quick", &exitQuickly},
         {"exit-callback", &exitInsideCallback},
-        {"rest", &exitAtRest},
-        {"exit-busy", &exitWhileBusy},
         {"unload", &unload},
         {"fork", &forkWhileRunning},
         {"fork-before", &forkBeforeStart},
