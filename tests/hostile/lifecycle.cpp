@@ -152,6 +152,7 @@ void methodWaitsForTheHostThread(HostFixture &host)
                 qApp, [] {}, Qt::BlockingQueuedConnection);
         });
         std::vector<std::thread> callers;
+        callers.reserve(2);
         for (int i = 0; i < 2; ++i) {
             callers.emplace_back([&] {
                 Counter reply;
@@ -186,6 +187,7 @@ void callsNeverPause(HostFixture &host)
         --inside;
     });
     std::vector<std::thread> callers;
+    callers.reserve(2);
     for (int i = 0; i < 2; ++i) {
         callers.emplace_back([&] {
             while (host.framework.call("utils.getLogPath", "{}", &relay)) {}
