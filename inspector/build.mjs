@@ -1,4 +1,4 @@
-// Builds the page into dist/, with the description of the interface and the notices of the bundled
+// Builds the page into dist/, with the description of the interface, the table of its secrets and the notices of the bundled
 // packages beside it.
 import { copyFileSync, mkdirSync, readdirSync, readFileSync, writeFileSync } from 'node:fs';
 import { gzipSync } from 'node:zlib';
@@ -24,6 +24,7 @@ const { metafile } = await build({
 });
 copyFileSync(path('page/index.html'), path('dist/index.html'));
 copyFileSync(path('../interface/modules.json'), path('dist/modules.json'));
+copyFileSync(path('../node/lib/secrets.json'), path('dist/secrets.json'));
 
 /** Name, version and licence text of a bundled package. */
 function noticeOf(name) {

@@ -1,7 +1,8 @@
 'use strict';
 
-// The description of the interface, put beside the page when that is built.
+// The description of the interface and the table of its secrets, put beside the page when that is built.
 const description = require('../dist/modules.json');
+const secrets = require('../dist/secrets.json');
 
 const methods = new Map(description.methods.map((method) => [method.name, method]));
 
@@ -29,63 +30,67 @@ function resolve(reference) {
     .reduce((at, key) => at?.[key], description);
 }
 
-const lastName = (path) => path.replace(/\[\*\]$/, '').replace(/^.*\./, '');
+const { harmless, methods: secretive, tasks, settings } = secrets;
 
-const secretsIn = (schema) => marked(schema, 'x-secret').map(lastName);
+const among = (names = []) => {
+  const set = new Set(names);
+  return (name) => set.has(name);
+};
+const isHarmless = among(harmless);
+const isEnvelope = among(['result', 'msg', 'data', 'taskResult']);
 
 /** Names of values that are secret wherever they occur. The mock's state has them too. */
-const secretNames = new Set(['setCookie']);
-for (const { params } of description.methods) {
-  for (const { name, schema } of params) {
-    for (const secret of secretsIn(schema)) secretNames.add(secret || name);
-  }
-}
-for (const { message } of description['x-tasks']) {
-  for (const secret of secretsIn(message)) secretNames.add(secret);
-}
+const isSecret = among([
+  ...Object.values(secretive).flatMap(({ params = [] }) => params),
+  ...Object.values(tasks).flatMap((names) => names ?? []),
+  ...settings,
+  'setCookie',
+]);
 
-/** Names of values that are secret in the reply of a method; in other texts they may be anything. */
-const replySecrets = new Map(
-  description.methods.map(({ name, result }) => [
-    name,
-    new Set([...secretNames, ...secretsIn(result.schema)]),
-  ]),
-);
-const allReplySecrets = new Set([...replySecrets.values()].flatMap((names) => [...names]));
-
-// A rule says by the name of a member whether it is secret: true, false, or the rule for what is below
-// it. `isTop` says whether it is a member of the whole.
+// A rule says by the name of a member whether it is secret: true or false; 'here' if it may be one, but
+// is nothing to look for in other texts; or the rule for what is below it. `isTop` says whether it is a
+// member of the whole.
 const everything = () => true;
+const unsure = () => 'here';
+
+/** Texts of others: names that are described, and nowhere as secret, are shown. */
+const described = (isMarked) => (name, isTop) => {
+  if (isMarked(name)) return true;
+  return !isHarmless(name) && !(isTop && isEnvelope(name)) && unsure;
+};
 
 const rules = {
   /** What a method is given. Nobody knows all of what is passed on to other libraries. */
   params(method) {
-    const known = methods.get(method);
-    if (known && !known['x-passedOn']) return (name) => secretNames.has(name);
-    const described = new Set(known?.params.map(({ name }) => name));
-    return (name, isTop) => secretNames.has(name) || (isTop && !described.has(name) && everything);
+    const its = secretive[method] ?? {};
+    const isWhole = among(its.whole);
+    const isOpen = its.described !== undefined || !methods.has(method);
+    const isDescribed = isOpen ? among(its.described) : () => true;
+    return (name, isTop) =>
+      isSecret(name) || ((isWhole(name) || (isTop && !isDescribed(name))) && everything);
   },
+  /** What a method replies, which the account library may have written. */
   reply(method) {
-    const names = replySecrets.get(method);
-    return names
-      ? (name) => names.has(name)
-      : (name, isTop) => isTop && name === 'data' && everything;
+    const { data, isOpen } = secretive[method] ?? {};
+    const isMarked = among(data);
+    const isEither = (name) => isSecret(name) || isMarked(name);
+    return isOpen || !methods.has(method) ? described(isEither) : isEither;
   },
   /** The reply of some method. */
-  anyReply: (name) => allReplySecrets.has(name),
-  /** Settings, task messages, and the state of the mock with what that was told to answer. */
-  other: (name) => (name === 'script' ? rules.script : secretNames.has(name)),
-  script: (name) => (/^sign(PopToken|LoginData)$/.test(name) ? rules.signed : rules.anyReply(name)),
-  signed: (name) => name === 'text' || rules.anyReply(name),
+  anyReply: described(isSecret),
+  task: (type) => (tasks[type] ? isSecret : unsure),
+  /** Settings, and the state of the mock with what that was told to answer. */
+  other(name) {
+    if (name === 'collect') return unsure;
+    return name === 'script' ? rules.script : isSecret(name);
+  },
+  script: (name) => (/^sign(PopToken|LoginData)$/.test(name) ? rules.signed : rules.step),
+  signed: (name) => name === 'text' || rules.step(name),
+  step: (name) => (name === 'reply' ? rules.anyReply : isSecret(name)),
 };
 
 /** Whether texts of a method have to be searched for secrets. */
-function isSecretive(name) {
-  const method = methods.get(name);
-  if (!method || method['x-passedOn'] || secretsIn(method.result.schema).length > 0) return true;
-  return method.params.some(({ schema }) => secretsIn(schema).length > 0);
-}
-const open = new Set([...methods.keys()].filter((name) => !isSecretive(name)));
+const isSecretive = (name) => !methods.has(name) || name in secretive;
 
 /** What the interface itself says: never looked for as a secret, since it stands everywhere. */
 const words = new Set(['true', 'false', 'null', 'undefined', 'success']);
@@ -120,7 +125,7 @@ module.exports = {
   methods,
   rules,
   words,
-  isSecretive: (name) => !open.has(name),
+  isSecretive,
   varying,
   eventNames: description['x-events'].map(({ name }) => name),
   taskNames: description['x-tasks'].map(({ name }) => name),

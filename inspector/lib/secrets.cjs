@@ -37,6 +37,7 @@ class Secrets {
   #values = new Map(); // {{name:n}} -> secret
   #counts = new Map();
   #occurrences = new Occurrences(); // of the writings of those that are looked for
+  #unsure = new Set(); // texts that may be none; they are forgotten first
   #bytes = 0;
 
   /** The secret that a placeholder stands for. */
@@ -88,7 +89,7 @@ class Secrets {
       json('reply', rules.reply(name));
       if (copy.error !== undefined) copy.error = known(copy.error);
     } else if (kind === 'task' || kind === 'mock') {
-      json('text', rules.other);
+      json('text', kind === 'task' ? rules.task(name) : rules.other);
     } else if (copy.text !== undefined) {
       copy.text = kind === 'log' ? this.#logLine(copy.text, known) : known(copy.text);
     }
@@ -117,29 +118,32 @@ class Secrets {
 
   #jsonText(text, rule, known) {
     const value = parsed(text);
-    if (value === text) return unreadable;
-    // A method that is not told may have given anything under such a name.
-    const isCertain = rule !== rules.anyReply;
-    return JSON.stringify(this.#value(value, rule, known, { isCertain }));
+    return value === text ? unreadable : JSON.stringify(this.#value(value, rule, known));
   }
 
-  #value(value, rule, known, { isCertain = true, isTop = true, name } = {}) {
-    const below = (part, its, key) =>
-      this.#value(part, its, known, { isCertain, isTop: false, name: key });
-    if (Array.isArray(value)) return value.map((part) => below(part, rule, name));
+  #value(value, rule, known, { isTop = true, name = 'value' } = {}) {
+    if (Array.isArray(value)) {
+      return value.map((part) => this.#value(part, rule, known, { isTop: false, name }));
+    }
     if (typeof value === 'object' && value !== null) {
       const members = Object.entries(value).map(([key, member]) => {
         const verdict = rule(key, isTop);
-        return [key, below(member, typeof verdict === 'function' ? verdict : rule, key)];
+        const isNew = typeof verdict === 'function';
+        const its = isNew ? verdict : rule;
+        return [key, this.#value(member, its, known, { isTop: isNew, name: key })];
       });
       return Object.fromEntries(members);
     }
     const isText = typeof value === 'string';
     if (value === '' || (!isText && typeof value !== 'number')) return value;
-    if (name !== undefined && rule(name, false) === true) return this.#hide(name, value, isCertain);
+    const verdict = rule(name, false);
+    if (verdict === true) return this.#hide(name, value);
+    if (verdict === 'here' && known !== same) return this.#hide(name, value, false);
     if (!isText) return value;
     const inner = parsed(value); // entries of some replies are JSON texts
-    return inner === value ? known(value) : JSON.stringify(below(inner, rule, name));
+    return inner === value
+      ? known(value)
+      : JSON.stringify(this.#value(inner, rule, known, { isTop: false, name }));
   }
 
   #known = (text) => {
@@ -162,6 +166,8 @@ class Secrets {
     // Not a part of a longer text, all of which would stay in memory with it.
     const secret = JSON.parse(JSON.stringify(text));
     const replacement = known ?? this.#newPlaceholder(name, secret);
+    if (isLookedFor) this.#unsure.delete(secret);
+    else this.#unsure.add(secret);
     if (isNew) for (const each of writings(secret)) this.#occurrences.add(each, replacement);
     if (this.#bytes > mostBytes) this.#forgetOldest();
     return replacement;
@@ -183,13 +189,20 @@ class Secrets {
 
   // Many at once: the first entry of a map is slow to find behind many that were deleted.
   #forgetOldest() {
-    for (const [oldest, its] of this.#placeholders) {
-      if (this.#bytes <= mostBytes * 0.75) return;
-      for (const writing of writings(oldest)) this.#occurrences.delete(writing);
-      this.#placeholders.delete(oldest);
-      this.#values.delete(its);
-      this.#bytes -= bytesOf(oldest);
+    for (const texts of [this.#unsure, this.#placeholders.keys()]) {
+      for (const oldest of texts) {
+        if (this.#bytes <= mostBytes * 0.75) return;
+        this.#forget(oldest);
+      }
     }
+  }
+
+  #forget(secret) {
+    for (const writing of writings(secret)) this.#occurrences.delete(writing);
+    this.#values.delete(this.#placeholders.get(secret));
+    this.#placeholders.delete(secret);
+    this.#unsure.delete(secret);
+    this.#bytes -= bytesOf(secret);
   }
 }
 

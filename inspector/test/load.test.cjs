@@ -310,7 +310,6 @@ test('for an application that does not attach, a call costs one look more', asyn
 test('detached, nobody listens any more; attached, the process ends by itself', () => {
   const script = `
     const { ElectronFramework } = require('zelectronframework');
-const { attach } = require('../index.cjs');
     const { attach } = require('./index.cjs');
     const { channel } = require('node:diagnostics_channel');
     const framework = new ElectronFramework({ mock: true });

@@ -26,11 +26,13 @@ const enter = (accessCode) => ({
   name: 'meetingDataChangeTask',
   text: JSON.stringify({ dataType: 'enterMeeting', data: { accessCode } }),
 });
+const logout = 'account.logout';
 const reply = (data, msg = 'success') => ({
   kind: 'call',
-  name: 'account.logout',
+  name: 'utils.getLogPath',
   reply: JSON.stringify({ result: 'ok', msg, data }),
 });
+const ask = (name, params) => ({ kind: 'call', name, params: JSON.stringify(params) });
 const log = (text) => ({ kind: 'log', name: 'x', text });
 const call = (params, result) =>
   log(`call call method:account.signLoginData, params:${params}, result:${result}`);
@@ -101,8 +103,8 @@ const rows = {
   ],
   'a result without its method': [
     [],
-    log('operator() asynCall result:{"data":{"url":"https://x?a","n":1},"msg":"m"}'),
-    'operator() asynCall result:{"data":{"url":"{{url:1}}","n":1},"msg":"m"}',
+    log('operator() asynCall result:{"data":{"url":"https://x?a","userId":"1"},"msg":"m"}'),
+    'operator() asynCall result:{"data":{"url":"{{url:1}}","userId":"1"},"msg":"m"}',
   ],
   'the proxy': [
     [],
@@ -113,6 +115,33 @@ const rows = {
     [],
     log('operator() meeting data changed meetingUrl:https://m/1, accessCode:1, 2'),
     'operator() meeting data changed meetingUrl:{{meetingUrl:1}}, accessCode:{{accessCode:1}}',
+  ],
+  // An object can be secret as a whole, and what the account library writes may hold anything.
+  'an object with all that is in it': [
+    [],
+    ask('account.quickLogin', { extParam: { a: [{ b: 'c' }], n: 7 } }),
+    '{"extParam":{"a":[{"b":"{{b:1}}"}],"n":"{{n:1}}"}}',
+  ],
+  'a name that is secret in another method': [
+    [ask('meeting.changeMeetingStatus', { data: { id: 'meeting-1' } })],
+    reply({ data: 'shown', of: 'meeting-1' }),
+    '{"result":"ok","msg":"success","data":{"data":"shown","of":"{{id:1}}"}}',
+  ],
+  'what the account library replies without a description': [
+    [],
+    { ...reply({ userId: '10001', token: 'words', more: { is_login: 1, x1: 2 } }), name: logout },
+    '{"result":"ok","msg":"success","data":{"userId":"10001","token":"{{token:1}}",' +
+      '"more":{"is_login":"{{is_login:1}}","x1":"{{x1:1}}"}}}',
+  ],
+  'what is hidden without being known as a secret': [
+    [{ ...reply({ token: 'words' }), name: logout }],
+    reply({ other: 'in words' }),
+    '{"result":"ok","msg":"success","data":{"other":"in words"}}',
+  ],
+  'what the account library collects': [
+    [],
+    { kind: 'task', name: 'accountInfoCollectTask', text: '{"step":"login","all":["a"]}' },
+    '{"step":"{{step:1}}","all":["{{all:1}}"]}',
   ],
   'a method that nobody knows': [
     [],
@@ -131,6 +160,12 @@ test('secrets are replaced wherever they are, and nothing else is', () => {
     if (expected instanceof RegExp) assert.match(shown, expected, what);
     else assert.equal(shown, expected, what);
   }
+  // Secrets are not forgotten over texts that may be none.
+  const busy = new Secrets();
+  busy.learn(login('ssid-1'));
+  const state = (i) => ({ ...reply({ state: `s${i}` }), name: logout });
+  for (let i = 0; i < 60_000; ++i) busy.masked(state(i));
+  assert.equal(busy.masked(log('no ssid-1')).text, 'no {{ssid:1}}');
   // A text that is too long to be looked at is not kept, not even its beginning.
   const store = new Store({ textLimit: 1000 });
   const { text, cut } = store.add(log(`${'x'.repeat(990)}ssid-1234567890`));
