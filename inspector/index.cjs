@@ -14,7 +14,7 @@ function isPackaged() {
 
 /**
  * Opens a window on a framework: a page on this machine's loopback address.
- * \returns { url, close() }; the url holds the token that the page needs
+ * @returns { url, close() }; the url holds the token that the page needs
  */
 async function attach(framework, options = {}) {
   if (isPackaged() && !options.allowPackaged) {

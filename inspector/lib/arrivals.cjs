@@ -20,7 +20,7 @@ class Arrivals {
     this.#wake();
   }
 
-  /** \returns the oldest arrival of a key, or undefined when none has come in that time. */
+  /** @returns the oldest arrival of a key, or undefined when none has come in that time. */
   async next(key, milliseconds) {
     const end = Date.now() + milliseconds;
     while (!this.#queues.get(key)?.length) {

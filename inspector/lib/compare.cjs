@@ -62,15 +62,15 @@ class Comparison {
   #rules;
   #bound = new Map(); // placeholder -> text
 
-  /** \param given what the replay hands in: a placeholder in it stands for itself */
+  /** @param given what the replay hands in: a placeholder in it stands for itself */
   constructor(mayDiffer, given = []) {
     this.#rules = rulesFrom(mayDiffer);
     for (const name of JSON.stringify(given).match(placeholder) ?? []) this.#bound.set(name, name);
   }
 
   /**
-   * \param subject method, event or task type
-   * \returns the differences, [{ path, expected, actual }], the paths like
+   * @param subject method, event or task type
+   * @returns the differences, [{ path, expected, actual }], the paths like
    *          "data.cookieList[0].value"; undefined is what is not there
    */
   differences(subject, expected, actual) {

@@ -6,7 +6,7 @@ const secrets = require('../dist/secrets.json');
 
 const methods = new Map(description.methods.map((method) => [method.name, method]));
 
-/** \returns every marked part below a schema as its path in a value: "data.cookieList[*].value". */
+/** @returns every marked part below a schema as its path in a value: "data.cookieList[*].value". */
 function marked(schema, mark, path = '', seen = new Set()) {
   if (typeof schema !== 'object' || schema === null || seen.has(schema)) return [];
   const deeper = new Set(seen).add(schema);

@@ -27,7 +27,7 @@ class Guard {
     this.#token = digest(`Bearer ${token}`);
   }
 
-  /** \returns why any request of this form is refused, or undefined. */
+  /** @returns why any request of this form is refused, or undefined. */
   formRefusal(request) {
     if (request.httpVersion !== '1.1') return 'HTTP/1.1 is needed';
     const hosts = headerValues(request, 'host');
@@ -36,7 +36,7 @@ class Guard {
     return undefined;
   }
 
-  /** \returns why a request for data or for an action is refused, or undefined. */
+  /** @returns why a request for data or for an action is refused, or undefined. */
   accessRefusal(request) {
     const sites = headerValues(request, 'sec-fetch-site');
     if (sites.length !== 1 || sites[0] !== 'same-origin') return 'not sent by the page';

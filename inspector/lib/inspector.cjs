@@ -1,12 +1,16 @@
 'use strict';
 
 const { isMainThread } = require('node:worker_threads');
-const { description, eventNames, taskNames } = require('./description.cjs');
+const { Calls } = require('./calls.cjs');
+const { parsed } = require('./compare.cjs');
+const { description } = require('./description.cjs');
 const { HeadStream, headOf } = require('./heads.cjs');
+const { Learning } = require('./learning.cjs');
 const { LogTies } = require('./logties.cjs');
 const { Measures } = require('./measures.cjs');
 const { MockLog } = require('./mocklog.cjs');
 const { MockPanel, isMock, mockState } = require('./mockpanel.cjs');
+const { answerOf } = require('./mockscript.cjs');
 const { previewOf } = require('./previews.cjs');
 const { Recorder } = require('./recorder.cjs');
 const { ReplayApart } = require('./replayapart.cjs');
@@ -23,7 +27,7 @@ const mostPreviews = 200;
 
 const number = (text, otherwise) => (/^\d{1,15}$/.test(text ?? '') ? Number(text) : otherwise);
 
-/** \returns the texts of a JSON list */
+/** @returns the texts of a JSON list */
 function listOf(text) {
   try {
     return JSON.parse(text).map(String);
@@ -46,7 +50,8 @@ class Inspector {
   #framework;
   #options;
   #secrets = new Secrets();
-  #learned = 0; // entries before this one gave their secrets
+  #learning;
+  #calls;
   #store;
   #watch;
   #measures;
@@ -55,8 +60,6 @@ class Inspector {
   #log;
   #ties = new LogTies();
   #search;
-  #runs = new Map(); // id that the page gave -> AbortController
-  #subscriptions = new Map();
   #unfollow;
   #mock;
   #recorder;
@@ -67,8 +70,10 @@ class Inspector {
     this.#options = options;
     this.#store = new Store({
       bytes: options.memoryBytes,
-      onLoss: (entry) => this.#learnAtLoss(entry),
+      onLoss: (entry) => this.#learning.beforeLossOf(entry),
     });
+    this.#learning = new Learning(this.#store, this.#secrets);
+    this.#calls = new Calls(framework, this.#store);
     this.#secrets.state(options.settings ?? {}); // an init that was not seen was given these
     this.#mock = new MockPanel(this.#store, this.#secrets);
     this.#recorder = new Recorder(this.#store, this.#secrets, options);
@@ -102,7 +107,7 @@ class Inspector {
     this.#mock.close();
     this.#replay.close();
     for (const stream of this.#streams) stream.close();
-    for (const subscription of this.#subscriptions.values()) subscription.dispose();
+    this.#calls.close();
     this.#server.close();
   }
 
@@ -147,36 +152,16 @@ class Inspector {
 
   // ---- what leaves the process
 
-  /** Reads the secrets of all entries that there are, so that they are masked in all others. */
-  async #learnAll() {
-    const otherThings = slices();
-    while (this.#learned < this.#store.next) {
-      const entry = this.#store.get(this.#learned++);
-      if (entry?.outcome === 'open') this.#open.add(entry);
-      if (entry) this.#secrets.learn(entry);
-      await otherThings();
-    }
-    for (const entry of this.#open) {
-      if (entry.outcome === 'open') continue;
-      this.#secrets.learn(entry); // its reply has come meanwhile
-      this.#open.delete(entry);
-    }
-  }
-  #open = new Set(); // calls that were open when they were read
-
-  #learnAtLoss(entry) {
-    const isNew = entry.seq >= this.#learned;
-    if (this.#open.delete(entry) || isNew) this.#secrets.learn(entry);
-  }
-
   #shown(entry) {
     const { where, isMeasured: _, ...masked } = this.#secrets.masked(entry);
     const frames = where && framesOf(where);
-    return { ...masked, where: frames };
+    const reply = entry.kind === 'call' && parsed(masked.reply);
+    const mockAnswer = reply?.result && answerOf(entry.name, reply);
+    return { ...masked, where: frames, mockAnswer };
   }
 
   async #entry({ seq }) {
-    await this.#learnAll();
+    await this.#learning.all();
     const entry = this.#store.get(number(seq, -1));
     if (!entry) throw new Refusal(404, 'this entry has fallen out');
     return this.#shown(entry);
@@ -191,13 +176,13 @@ class Inspector {
   }
 
   async #find({ words = '[]', from, open = '' }) {
-    await this.#learnAll();
+    await this.#learning.all();
     const seqs = open.split(',').map((seq) => number(seq, -1));
     return this.#search.find(listOf(words), number(from, 0), seqs);
   }
 
   async #previews({ seqs = '' }) {
-    await this.#learnAll();
+    await this.#learning.all();
     const otherThings = slices();
     const previews = [];
     for (const seq of seqs.split(',', mostPreviews)) {
@@ -222,7 +207,7 @@ class Inspector {
       startedAt: this.#store.startedAt,
       isReadOnly: Boolean(this.#options.readOnly),
       hasFolder: this.#options.recordings !== undefined,
-      subscribed: [...this.#subscriptions.keys()],
+      subscribed: this.#calls.subscribed,
       process: `${process.title.replace(/^.*\//, '')} ${process.pid}`,
     };
   }
@@ -247,48 +232,9 @@ class Inspector {
     for (const stream of this.#streams) stream.send(message);
   }
 
-  // ---- calls and subscriptions
-
-  async #run({ run, method, params, mode, timeout }) {
-    const abort = new AbortController();
-    const seq = this.#store.next;
-    const options = { raw: true, signal: abort.signal, timeout };
-    this.#runs.set(run, abort);
-    try {
-      if (mode === 'sync') this.#framework.callSync(method, params, options);
-      else await this.#framework.call(method, params, options);
-    } catch (error) {
-      if (!this.#store.get(seq)) throw error;
-    } finally {
-      this.#runs.delete(run);
-    }
-    return { seq };
-  }
-
-  #abort({ run }) {
-    this.#runs.get(run)?.abort();
-  }
-
-  #subscribe({ event, task, on }) {
-    const name = event ?? task;
-    const nothing = () => {};
-    if (!on) {
-      this.#subscriptions.get(name)?.dispose();
-      this.#subscriptions.delete(name);
-    } else if (!this.#subscriptions.has(name)) {
-      const subscription =
-        event === undefined
-          ? this.#framework.onTask(task, nothing)
-          : this.#framework.subscribe(event, nothing);
-      this.#subscriptions.set(name, subscription);
-    }
-    return { subscribed: [...this.#subscriptions.keys()] };
-  }
-
   /** Hears all there is, as a program does that has nobody else to listen. */
   subscribeAll() {
-    for (const event of eventNames) this.#subscribe({ event, on: true });
-    for (const task of taskNames) this.#subscribe({ task, on: true });
+    this.#calls.subscribeAll();
   }
 
   // ---- recordings
@@ -301,7 +247,7 @@ class Inspector {
   #stopRecording(body) {
     return this.#recorder.stop(body, {
       isRunning: this.#framework.running,
-      learn: () => this.#learnAll(),
+      learn: () => this.#learning.all(),
       ended: () => this.#tell({ session: this.#changing() }),
     });
   }
@@ -323,9 +269,12 @@ class Inspector {
     const actions = new Map([['/api/reveal', (body) => this.#reveal(body)]]);
     const changing = {
       run: (body) =>
-        this.#run({ ...body, params: this.#secrets.withSecrets(body.params ?? null) ?? undefined }),
-      abort: (body) => this.#abort(body),
-      subscribe: (body) => this.#subscribe(body),
+        this.#calls.run({
+          ...body,
+          params: this.#secrets.withSecrets(body.params ?? null) ?? undefined,
+        }),
+      abort: (body) => this.#calls.abort(body),
+      subscribe: (body) => this.#calls.subscribe(body),
       mock: (body) => this.#mock.tell(body),
       cancelPlan: (body) => this.#mock.cancel(body),
       startRecording: () => this.#startRecording(),

@@ -33,7 +33,7 @@ function endOf(name, text, from, separator) {
 
 /**
  * Takes a log line apart.
- * \returns [{ text } or { name, value }], one after the other; undefined for a line without values.
+ * @returns [{ text } or { name, value }], one after the other; undefined for a line without values.
  *          A value is all that is left where the next separator is missing.
  */
 function readLogLine(text) {

@@ -21,7 +21,7 @@ class LogTies {
     if (calls.length > mostWaiting) calls.splice(0, mostWaiting / 2);
   }
 
-  /** \returns the call that a line of that time tells of, if any: { seq, at } */
+  /** @returns the call that a line of that time tells of, if any: { seq, at } */
   callOf(t, message) {
     const [, operation, name] = form.exec(message) ?? [];
     const key = `${operation === 'call' ? 'sync' : 'async'} ${name}`;

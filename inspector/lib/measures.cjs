@@ -34,7 +34,7 @@ class Measures {
     this.#delay.disable();
   }
 
-  /** \param since leaves out older samples */
+  /** @param since leaves out older samples */
   read(since = -1) {
     return {
       methods: [...this.#methods].map(([name, { histogram, fails, counts }]) => ({

@@ -30,7 +30,7 @@ class MockLog {
   #timer;
   #positions = new Map(); // file -> { at, rest }
 
-  /** \param take gets { time, level, thread, module, message } */
+  /** @param take gets { time, level, thread, module, message } */
   constructor(folder, since, take) {
     this.#folder = folder;
     this.#since = since;

@@ -6,7 +6,7 @@ const { Refusal } = require('./server.cjs');
 const mostMilliseconds = 2 ** 31 - 1; // of a timer; what is longer would be due at once
 const mostPlans = 1000;
 
-/** \returns what the mock knows; undefined when the account library is not the mock. */
+/** @returns what the mock knows; undefined when the account library is not the mock. */
 function mockState() {
   try {
     return mock();

@@ -63,6 +63,14 @@ function stepOf(method, got) {
   return { [operation]: form(msg === undefined ? rest : { ...rest, msg }) };
 }
 
+/** What the mock is told to answer a method so again: { operation, step }, or undefined. */
+function answerOf(method, got) {
+  const getter = getterOf(method, got.msg);
+  if (getter) return { operation: getter, step: { refuse: true } };
+  const [[operation, step = {}] = []] = Object.entries(stepOf(method, got));
+  return Object.keys(step).length > 0 ? { operation, step } : undefined;
+}
+
 /** What the mock has to know for a reply that the framework puts together itself. */
 function stateOf(method, got) {
   if (method === 'account.getAccountListInfo' && Array.isArray(got.data?.accountListInfo)) {
@@ -165,4 +173,4 @@ function forMock({ header, lines }) {
   return { header: { ...header, libraries: 'mock', settings }, lines: converted };
 }
 
-module.exports = { forMock };
+module.exports = { answerOf, forMock };

@@ -39,7 +39,7 @@ class Occurrences {
     if (lengths.size === 0) this.#lengths.delete(key);
   }
 
-  /** \returns the text with all of them replaced. */
+  /** @returns the text with all of them replaced. */
   replacedIn(text) {
     if (this.#replacements.size === 0) return text;
     let result = '';

@@ -2,18 +2,22 @@
 
 const longest = 200;
 
-/** JSON as a reader of a list wants it: one line, without the outer braces and the quotes of keys. */
+/**
+ * JSON as a reader of a list wants it: one line, without the outer braces and the quotes of keys, also
+ * those of JSON within a text.
+ */
 function brief(text = '') {
   return text
     .slice(0, 2 * longest)
     .replace(/\s+/g, ' ')
-    .replace(/,?"([\w.-]+)":/g, (found, key) => `${found[0] === ',' ? ', ' : ''}${key}: `)
     .replace(/\\"/g, '"')
+    .replace(/"(?=\{"|\[\{)|(?<=[}\]])"/g, '')
+    .replace(/,?"([\w.-]+)":/g, (found, key) => `${found[0] === ',' ? ', ' : ''}${key}: `)
     .replace(/^\{(.*?)\}?$/, '$1')
     .slice(0, longest);
 }
 
-/** \returns the members of an object that a text stands for; none of anything else */
+/** @returns the members of an object that a text stands for; none of anything else */
 function membersOf(text) {
   try {
     return JSON.parse(text) ?? {};
@@ -22,7 +26,7 @@ function membersOf(text) {
   }
 }
 
-/** \returns what a row shows of a masked entry: what was asked or told, and what was answered */
+/** @returns what a row shows of a masked entry: what was asked or told, and what was answered */
 function previewOf({ kind, name, params, reply, error, text, outcome }) {
   if (kind === 'log') return { asked: brief(text?.replace(`${name} `, '')) };
   if (kind === 'mock') return { asked: brief(JSON.stringify(membersOf(text)[name]) ?? text) };

@@ -80,8 +80,8 @@ class Later {
 
 /**
  * Writes entries of a store as a recording, in several turns of the event loop.
- * \param shown gives an entry as it shall be written
- * \returns asynchronous iterable of lines in the order of time
+ * @param shown gives an entry as it shall be written
+ * @returns asynchronous iterable of lines in the order of time
  */
 async function* recordingLines({ store, from, to, started, header, shown }) {
   const otherThings = slices();
@@ -130,7 +130,7 @@ const others = ['at', 'thread', 'why'];
 const ofCalls = [...others, 'params', 'id'];
 const isObject = (value) => typeof value === 'object' && value !== null && !Array.isArray(value);
 
-/** \returns what is wrong with a line, or undefined. */
+/** @returns what is wrong with a line, or undefined. */
 function complaint(line, ids) {
   const found = Object.keys(line).filter((key) => verbs.includes(key));
   const [verb] = found;
@@ -147,7 +147,7 @@ function complaint(line, ids) {
   return ids.has(line.id) ? `another call has the id ${line.id}` : undefined;
 }
 
-/** \returns { header, lines: [{ number, ...what it says }] } */
+/** @returns { header, lines: [{ number, ...what it says }] } */
 function readRecording(text) {
   const lines = [];
   const ids = new Set();

@@ -241,10 +241,10 @@ function textOf({ line, text, path, expected, actual, nearest }) {
 /**
  * Runs a recording against the mock and compares what comes with what was recorded.
  *
- * \param source path of the file, or { text }
- * \param options timeout: milliseconds that each answer, event or message may take; update: writes
+ * @param source path of the file, or { text }
+ * @param options timeout: milliseconds that each answer, event or message may take; update: writes
  *        the file again as things are now
- * \returns { ok, calls, compared, differ, failures, warnings, report }
+ * @returns { ok, calls, compared, differ, failures, warnings, report }
  */
 async function replay(source, { timeout = 5000, update = false } = {}) {
   if (!(timeout >= 0 && timeout < 2 ** 31)) throw new RangeError('replay: timeout is milliseconds');

@@ -32,8 +32,8 @@ class ReplayApart {
   }
 
   /**
-   * \param source text, or { lines }, a stream
-   * \param gone tells when nobody waits for the result any more
+   * @param source text, or { lines }, a stream
+   * @param gone tells when nobody waits for the result any more
    */
   async run({ text = '', lines = Readable.from([String(text)]) }, gone) {
     if (this.#running) throw new Refusal(409, 'a replay is running already');

@@ -22,10 +22,10 @@ class Search {
   }
 
   /**
-   * \param words an entry holds all of them, each in any of its texts
-   * \param from the seq to begin with: `next` of an earlier result
-   * \param open seqs of an earlier result, whose replies were to come
-   * \returns { found, open, next, isAll }; the newest are found first
+   * @param words an entry holds all of them, each in any of its texts
+   * @param from the seq to begin with: `next` of an earlier result
+   * @param open seqs of an earlier result, whose replies were to come
+   * @returns { found, open, next, isAll }; the newest are found first
    */
   async find(words, from, open) {
     const wanted = words.map((word) => word.toLowerCase());

@@ -54,7 +54,7 @@ class Secrets {
     );
   }
 
-  /** \returns the entry with its secrets replaced; what is found counts from now on. */
+  /** @returns the entry with its secrets replaced; what is found counts from now on. */
   masked(entry) {
     return this.#entry(entry, this.#known);
   }
@@ -74,7 +74,7 @@ class Secrets {
     return this.#value(value, rules.other, this.#known);
   }
 
-  /** \param known gets each text that is not secret by its name. */
+  /** @param known gets each text that is not secret by its name. */
   #entry(entry, known) {
     const { kind, name } = entry;
     const copy = { ...entry };
@@ -156,7 +156,7 @@ class Secrets {
     });
   };
 
-  /** \param isLookedFor also in other texts, unless the interface itself says it */
+  /** @param isLookedFor also in other texts, unless the interface itself says it */
   #hide(name, value, isLookedFor = true) {
     const text = String(value);
     if (isPlaceholder(text)) return text;

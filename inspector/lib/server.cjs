@@ -55,7 +55,7 @@ class Refusal extends Error {
 
 /** A body that is sent in parts, as they are made: for actions whose result may be large. */
 class Download {
-  /** \param parts asynchronous iterable of texts */
+  /** @param parts asynchronous iterable of texts */
   constructor(parts, more = {}) {
     this.parts = parts;
     this.headers = { 'Content-Type': 'application/jsonl', ...more };
@@ -104,7 +104,7 @@ class Server {
   #strangers = new Set(); // those of them whose requests had no token so far
 
   /**
-   * \param api { reads, actions, stream(response, query) }; reads and actions: path -> function. An
+   * @param api { reads, actions, stream(response, query) }; reads and actions: path -> function. An
    *        action gets the JSON body, or { lines } with the stream of a body of JSON Lines, and a
    *        signal that tells when nobody waits for its answer any more.
    */
@@ -130,7 +130,7 @@ class Server {
     if (this.#strangers.size > mostStrangers) this.#strangers.values().next().value.destroy();
   }
 
-  /** \returns the address to open, the token in its fragment. */
+  /** @returns the address to open, the token in its fragment. */
   async listen(port = 0) {
     this.#http.listen({ port, host: '127.0.0.1', exclusive: true });
     this.#http.unref();

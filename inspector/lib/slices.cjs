@@ -6,7 +6,7 @@ const sliceMilliseconds = 4;
 
 /**
  * For long loops in an application that has other things to do.
- * \returns a function that returns a promise whenever the event loop should have a turn
+ * @returns a function that returns a promise whenever the event loop should have a turn
  */
 function slices() {
   let begin = performance.now();

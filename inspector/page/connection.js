@@ -36,7 +36,7 @@ export function upload(name, file) {
   return send(name, 'application/jsonl', file).then(answerOf);
 }
 
-/** Like post(), where a file comes. \returns { file, savedAs } */
+/** Like post(), where a file comes. @returns { file, savedAs } */
 export async function download(name, body) {
   const response = await send(name, 'application/json', JSON.stringify(body));
   if (!response.ok) return answerOf(response);

@@ -1,5 +1,6 @@
 import { useState } from 'preact/hooks';
 import { Text } from './secret.js';
+import './json.css';
 
 const childrenAtOnce = 200;
 

@@ -10,6 +10,8 @@ import { list } from './timeline/list.js';
 import { Timeline } from './timeline/timeline.js';
 import 'uplot/dist/uPlot.min.css';
 import './style.css';
+import './controls.css';
+import './top.css';
 
 const views = { Timeline, Explorer, Mock, Charts, Replay };
 

@@ -3,7 +3,7 @@ export class Order {
   seqs = [];
   #timeOf;
 
-  /** \param timeOf gives the time of an entry by its seq */
+  /** @param timeOf gives the time of an entry by its seq */
   constructor(timeOf) {
     this.#timeOf = timeOf;
   }
@@ -13,7 +13,7 @@ export class Order {
     return difference === 0 ? a < b : difference < 0;
   }
 
-  /** \returns where a seq stands, or would stand. */
+  /** @returns where a seq stands, or would stand. */
   placeOf(seq) {
     let [low, high] = [0, this.seqs.length];
     while (low < high) {

@@ -1,6 +1,6 @@
 import { entries } from './entries.js';
 
-/** \returns seconds since the start, the microseconds apart */
+/** @returns seconds since the start, the microseconds apart */
 export function seconds(t) {
   const text = (t / 1000).toFixed(6);
   return [text.slice(0, -3), text.slice(-3)];

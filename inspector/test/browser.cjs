@@ -71,7 +71,7 @@ async function checkAccess(page, what) {
 
 /**
  * Runs something while the browser notes what the page's thread does.
- * \returns the longest task in milliseconds of processor time, whatever else the machine does
+ * @returns the longest task in milliseconds of processor time, whatever else the machine does
  */
 async function longestTask(page, run) {
   await browser.startTracing(page, { categories: ['toplevel'] });

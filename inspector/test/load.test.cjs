@@ -25,7 +25,7 @@ const mostAtOnce = 20;
 const mostRounds = 3;
 const mostMilliseconds = 10;
 
-/** Reads a live stream as a page does. \returns counts, kept up to date */
+/** Reads a live stream as a page does. @returns counts, kept up to date */
 function count(response, seen = { seqs: new Set(), gap: 0 }) {
   let rest = '';
   response.on('data', (part) => {
@@ -48,7 +48,7 @@ const cpuMilliseconds = () => {
 
 /**
  * How long the event loop is taken up at a time, in CPU time, which other programs hardly change.
- * \returns stop() -> what 99 % of all moments stay below
+ * @returns stop() -> what 99 % of all moments stay below
  */
 function ownDelay() {
   const delays = [];

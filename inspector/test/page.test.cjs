@@ -9,7 +9,7 @@ const { scratch, until } = require('./support.cjs');
 
 const program = path.join(__dirname, '../bin/inspector.cjs');
 
-/** The program as a user starts it. \returns the address that it prints */
+/** The program as a user starts it. @returns the address that it prints */
 async function startProgram(t, ...options) {
   const child = spawn(process.execPath, [program, ...options], {
     env: { ...process.env, XDG_STATE_HOME: scratch },

@@ -150,7 +150,7 @@ test('a masked recording replays green, a changed one red at its line', () => {
   }
 });
 
-/** \returns [name, verdict, recording] of the table that tests/host/tst_zefhost.cpp reads too. */
+/** @returns [name, verdict, recording] of the table that tests/host/tst_zefhost.cpp reads too. */
 function table() {
   const text = fs
     .readFileSync(path.join(__dirname, '../../tests/host/replays.txt'), 'utf8')

@@ -47,6 +47,28 @@ test('calls that end otherwise are told apart', async (t) => {
   assert.match((await api.get(`entry?seq=${refused.seq}`)).outcome, /ZEF_NOT_THREAD_SAFE/);
 });
 
+test('the mock can be told to answer so again, in the form that the operation takes', async (t) => {
+  const { framework, api } = await started(t);
+  const entryOf = async (method, params) => {
+    const before = (await api.get('heads')).next;
+    const reply = await framework.call(method, params, { raw: true });
+    const { heads } = await api.get(`heads?from=${before}`);
+    const { seq } = heads.find(({ name }) => name === method);
+    return { reply, entry: await api.get(`entry?seq=${seq}`) };
+  };
+  const signed = await entryOf('account.signLoginData', { signData: 'a' });
+  const { operation, step } = signed.entry.mockAnswer;
+  assert.deepEqual([operation, step], ['signLoginData', { text: '{{data:1}}' }]);
+  await api.post('mock', { command: { script: { [operation]: [step] } } });
+  const again = await entryOf('account.signLoginData', { signData: 'b' });
+  assert.deepEqual(again.reply, signed.reply);
+
+  const refuse = { operation: 'getLoginService', step: { refuse: true } };
+  mock({ script: { [refuse.operation]: [refuse.step] } });
+  assert.deepEqual((await entryOf('account.logout', {})).entry.mockAnswer, refuse);
+  assert.equal((await entryOf('account.getAccountListInfo', {})).entry.mockAnswer, undefined);
+});
+
 test('a worker has a list of its own, and says so', async () => {
   const script = `
     const { parentPort } = require('node:worker_threads');

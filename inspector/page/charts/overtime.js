@@ -11,6 +11,9 @@ const rounded = (value) => {
 };
 const timeOf = (seconds) => clock(seconds * 1000).slice(0, 8);
 
+/** A little more than there is: a line along the edge is hard to see. */
+const fromZero = (_, __, most) => [0, (most || 1) * 1.1];
+
 /** A chart over the time of day. */
 export function OverTime({ title, unit = '', times, series, columns }) {
   const say = (value) => `${rounded(value)} ${unit}`;
@@ -21,7 +24,7 @@ export function OverTime({ title, unit = '', times, series, columns }) {
       data={[times, ...columns]}
       say={say}
       whereOf={timeOf}
-      scales={{ x: { time: false } }}
+      scales={{ x: { time: false }, y: { range: fromZero } }}
       axes={[
         { values: (_, splits) => splits.map(timeOf), space: 90, size: 24 },
         { size: 46, values: (_, splits) => splits.map((value) => value.toLocaleString('en')) },

@@ -1,4 +1,4 @@
-/** \returns the fields of a form for a method: those of its parameters whose values are simple. */
+/** @returns the fields of a form for a method: those of its parameters whose values are simple. */
 export function Form({ method, values, change }) {
   if (method.params.length === 0) return <p class="dim">no parameters are described</p>;
   return (

@@ -4,7 +4,7 @@ const most = 10;
 
 const all = () => JSON.parse(sessionStorage.getItem(key) ?? '{}');
 
-/** \returns the parameters that a method was called with, the latest first */
+/** @returns the parameters that a method was called with, the latest first */
 export const earlier = (method) => all()[method] ?? [];
 
 export function remember(method, text) {

@@ -1,4 +1,4 @@
-/** \returns { value } or { error } of a text that should be a JSON object */
+/** @returns { value } or { error } of a text that should be a JSON object */
 export function readObject(text) {
   try {
     const value = JSON.parse(text);

@@ -1,25 +1,16 @@
-/** What can be scripted: what the account library does, and which service it gives. */
-export const operations = [
-  'logout',
-  'loginCallback',
-  'switchAccount',
-  'upgradeAccount',
-  'downgradeAccount',
-  'updateAccountInfo',
-  'getUrlWithAuthorizeCode',
-  'signPopToken',
-  'signLoginData',
-  'getJwkPublicKeyStr',
-  'generatePKCEParam',
-  'cookiesForUrl',
-  'getDeviceInfo',
-  'getDeviceNetworkStatus',
-  'getDeviceHeader',
-  'grantAuthorizeCodeOffice',
-  'getAuthorizedUserInfoOffice',
-  'notifyOfficeMsg/getMeetingStatus',
+import { entries } from '../entries.js';
+
+/** What the account library does for the methods, and can be scripted. */
+export const operations = () => [
+  ...new Set(
+    entries.session.description.methods
+      .flatMap((method) => method['x-operations'])
+      .filter((name) => !getters.includes(name))
+      .sort(),
+  ),
 ];
 
+/** What the account library gives its services with. */
 export const getters = [
   'getLoginService',
   'getSignService',
@@ -27,13 +18,8 @@ export const getters = [
   'getCookieFactory',
   'getAccount',
   'getAccessbaseService',
+  'getDomainMgr',
 ];
-
-/** The operation that answers a method: the one of its name for most. */
-export function operationOf(name) {
-  const last = name.split('.')[1];
-  return /^(loginWith|quickLogin)/.test(last) ? 'loginCallback' : last;
-}
 
 const words = [
   ['refuse', () => 'refuses'],
@@ -44,7 +30,7 @@ const words = [
   ['times', (times) => (times === 0 ? 'never answers' : `answers ${times} times`)],
 ];
 
-/** \returns what the mock does in one step, in words */
+/** @returns what the mock does in one step, in words */
 export function wordsOf({ count: _, ...step }) {
   const keys = Object.keys(step);
   const known = words.filter(([key]) => key in step && step[key] !== false);

@@ -1,7 +1,7 @@
 import { keep, useKept } from '../kept.js';
 import { JsonField, readObject } from './jsonfield.js';
 import { Later } from './later.js';
-import { getters, operationOf, operations } from './operations.js';
+import { getters, operations } from './operations.js';
 
 const behaviours = {
   refuse: { refuse: true },
@@ -13,9 +13,9 @@ const behaviours = {
 const otherReply = JSON.stringify({ reply: { result: 'fail', msg: 'scripted' } });
 
 /** Lets the mock answer as in an entry of the timeline. */
-export function prepareAnswer({ name, reply }) {
-  keep('scripted operation', operationOf(name));
-  keep('other answer', JSON.stringify({ reply: JSON.parse(reply) }));
+export function prepareAnswer({ mockAnswer: { operation, step } }) {
+  keep('scripted operation', operation);
+  keep('other answer', JSON.stringify(step));
 }
 
 function Operation({ operation, setOperation, count, setCount }) {
@@ -26,7 +26,8 @@ function Operation({ operation, setOperation, count, setCount }) {
       ))}
     </optgroup>
   );
-  const isOther = ![...operations, ...getters].includes(operation);
+  const known = operations();
+  const isOther = ![...known, ...getters].includes(operation);
   return (
     <div class="actions">
       <label>
@@ -45,7 +46,7 @@ function Operation({ operation, setOperation, count, setCount }) {
         value={operation}
         onChange={({ target }) => setOperation(target.value)}
       >
-        {group('operations', isOther ? [operation, ...operations] : operations)}
+        {group('operations', isOther ? [operation, ...known] : known)}
         {group('services', getters)}
       </select>
     </div>

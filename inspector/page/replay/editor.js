@@ -73,7 +73,7 @@ function Part({ recording: { file }, line }) {
   );
 }
 
-/** A recording, to be looked at and changed. \param line { number } that is shown */
+/** A recording, to be looked at and changed. @param line { number } that is shown */
 export function Editor(props) {
   return props.recording.text === undefined ? <Part {...props} /> : <Text {...props} />;
 }

@@ -3,7 +3,7 @@ const pieceBytes = 2 ** 19;
 
 /**
  * A recording that is replayed: a file, and its text if it can be edited.
- * \returns { file, name, text }
+ * @returns { file, name, text }
  */
 export async function recordingOf(file, name) {
   return { file, name, text: file.size <= mostEdited ? await file.text() : undefined };
@@ -14,7 +14,7 @@ export function edited({ name }, text) {
   return { name, text, file: new Blob([text], { type: 'application/jsonl' }) };
 }
 
-/** \returns where a line begins. Read in pieces, between which the page does other things. */
+/** @returns where a line begins. Read in pieces, between which the page does other things. */
 async function offsetOf(file, line) {
   let left = line - 1;
   for (let at = 0; left > 0 && at < file.size; at += pieceBytes) {
@@ -27,7 +27,7 @@ async function offsetOf(file, line) {
   return left > 0 ? file.size : 0;
 }
 
-/** \returns some lines of a file, from one on, as far as a piece reaches */
+/** @returns some lines of a file, from one on, as far as a piece reaches */
 export async function linesFrom(file, from, count) {
   const start = await offsetOf(file, from);
   const text = await file.slice(start, start + pieceBytes).text();

@@ -12,7 +12,7 @@ export function Actions({ entry, runAgain, answerSo }) {
           Run again…
         </button>
       )}
-      {isMock && !isReadOnly && entry.reply && (
+      {isMock && !isReadOnly && entry.mockAnswer && (
         <button type="button" onClick={() => answerSo(entry)}>
           Mock this answer…
         </button>

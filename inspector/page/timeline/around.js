@@ -10,7 +10,7 @@ const end = ({ kind, t, ms }) => {
   return ms === undefined ? Number.POSITIVE_INFINITY : t + ms;
 };
 
-/** \returns the heads before a place of all entries, or after it, the nearest first */
+/** @returns the heads before a place of all entries, or after it, the nearest first */
 function* heads(place, step) {
   const { seqs } = entries.order;
   for (let count = 1; count <= mostLookedAt; ++count) {
@@ -23,7 +23,7 @@ function* heads(place, step) {
 /**
  * What happened around an entry, whatever the search and the filters; log lines where the list shows
  * them.
- * \returns { open, before, during }: calls that were open when it began, the last entries before it,
+ * @returns { open, before, during }: calls that were open when it began, the last entries before it,
  *          the nearest first, and those that came until it ended
  */
 export function around(head) {

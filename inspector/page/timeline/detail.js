@@ -10,6 +10,7 @@ import { isBad, kinds } from './kinds.js';
 import { list } from './list.js';
 import { Surroundings } from './surroundings.js';
 import { Texts } from './texts.js';
+import './detail.css';
 
 /** The texts of an entry, which are fetched when it is opened and when its reply has come. */
 function useEntry(head) {
@@ -40,7 +41,7 @@ function ShowInList({ seq, select }) {
   );
 }
 
-/** \param head is undefined when the entry has fallen out */
+/** @param head is undefined when the entry has fallen out */
 function Title({ head, select, close }) {
   const { kind, name = 'This entry was dropped', outcome, ms } = head ?? {};
   return (

@@ -24,7 +24,7 @@ function limit(word) {
 /**
  * Reads a search: method:logout module:account kind:event result:fail >50ms <1ms, and other words,
  * which are looked for in the texts of entries, in the process that has them.
- * \returns { test(head), words, hasKind }
+ * @returns { test(head), words, hasKind }
  */
 export function readSearch(text) {
   const found = { tests: [], words: [], hasKind: false };

@@ -86,7 +86,7 @@ function useSelection(box, selected, follow) {
   }, [selected, list.filters]);
 }
 
-/** \returns the entry that a key leads to, if it does */
+/** @returns the entry that a key leads to, if it does */
 function seqAt(key, selected, begin, page) {
   const { seqs } = list;
   const step = stepOf(key, page);

@@ -49,7 +49,7 @@ class Previews {
 
 const previews = new Previews();
 
-/** \returns a function that gives what is known of a head: { asked, told } or { summary } */
+/** @returns a function that gives what is known of a head: { asked, told } or { summary } */
 export function usePreviews(heads) {
   useEffect(() => previews.want(heads));
   return (head) => previews.of(head);

@@ -18,7 +18,7 @@ export class TextSearch {
   #timer;
   #take;
 
-  /** \param take gets the seqs that are found, as they are */
+  /** @param take gets the seqs that are found, as they are */
   constructor(take) {
     this.#take = take;
     entries.watch(() => {
