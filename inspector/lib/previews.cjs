@@ -1,18 +1,16 @@
 'use strict';
 
+const { parsed } = require('./compare.cjs');
+
 const longest = 200;
 
-/**
- * JSON as a reader of a list wants it: one line, without the outer braces and the quotes of keys, also
- * those of JSON within a text.
- */
+/** JSON as a reader of a list wants it: one line, without the outer braces and the quotes of keys. */
 function brief(text = '') {
   return text
     .slice(0, 2 * longest)
     .replace(/\s+/g, ' ')
-    .replace(/\\"/g, '"')
-    .replace(/"(?=\{"|\[\{)|(?<=[}\]])"/g, '')
     .replace(/,?"([\w.-]+)":/g, (found, key) => `${found[0] === ',' ? ', ' : ''}${key}: `)
+    .replace(/\\"/g, '"')
     .replace(/^\{(.*?)\}?$/, '$1')
     .slice(0, longest);
 }
@@ -26,6 +24,9 @@ function membersOf(text) {
   }
 }
 
+// Entries of some lists are JSON texts.
+const inside = (_, value) => parsed(value);
+
 /** @returns what a row shows of a masked entry: what was asked or told, and what was answered */
 function previewOf({ kind, name, params, reply, error, text, outcome }) {
   if (kind === 'log') return { asked: brief(text?.replace(`${name} `, '')) };
@@ -34,7 +35,7 @@ function previewOf({ kind, name, params, reply, error, text, outcome }) {
   const { msg, data } = membersOf(reply);
   const isGood = kind === 'late' || outcome === 'ok' || outcome === 'open';
   const reason = msg ?? error?.replace(`${name}: `, '');
-  return { asked: brief(params), told: brief(isGood ? JSON.stringify(data) : reason) };
+  return { asked: brief(params), told: brief(isGood ? JSON.stringify(data, inside) : reason) };
 }
 
 module.exports = { previewOf };

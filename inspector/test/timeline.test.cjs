@@ -31,6 +31,10 @@ const call = (framework, ...given) => framework.call(...given).catch(() => {});
 test('rows say what was asked and answered, log lines follow what they tell of', async (t) => {
   const { framework, inspector, api } = await started(t);
   const page = await opened(t, inspector.url);
+  await call(framework, 'account.quickLogin', { extParam: { a: 'b' } });
+  await row(page, /quickLogin extParam: \{a: "\{\{a:1\}\}"\} → keepOnline: false/).waitFor();
+  await call(framework, 'account.getAccountListInfo');
+  await row(page, /getAccountListInfo accountListInfo: \[\{avatar_url: "", /).waitFor();
   mock({ script: { logout: [{ refuse: true }] } });
   await call(framework, 'account.logout', { reason: 'end of the day' });
   await row(page, /account\.logout refused reason: "end of the day" .*fail/).waitFor();
