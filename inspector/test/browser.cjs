@@ -54,7 +54,9 @@ const says = (page, text) => page.getByRole('main').getByRole('status').getByTex
 async function picture(page, name) {
   if (!pictures) return;
   await page.mouse.move(0, 0);
-  await page.screenshot({ path: path.join(pictures, `${name}.png`), animations: 'disabled' });
+  const session = await page.context().newCDPSession(page);
+  const { data } = await session.send('Page.captureScreenshot', { format: 'webp', quality: 80 });
+  fs.writeFileSync(path.join(pictures, `${name}.webp`), Buffer.from(data, 'base64'));
 }
 
 async function checkAccess(page, what) {

@@ -139,7 +139,6 @@ test("a new user's minute: sign in, see events, let a logout fail, record, repla
   await page.getByRole('button', { name: 'Filters' }).click();
   await page.getByLabel('Result').selectOption('fail');
   await says(page, /^1 of /);
-  await picture(page, 'narrow');
   await checkAccess(page, 'filters at 420 px');
 });
 
