@@ -3,12 +3,19 @@ import { useState } from 'preact/hooks';
 const placeholder = /\{\{[\w-]+:\d+\}\}/;
 const quoted = (text) => `'${text.replace(/'/g, `'\\''`)}'`;
 
+/** A C++ literal, whatever is in the text. */
+function rawLiteral(text) {
+  let mark = 'json';
+  while (text.includes(`)${mark}"`)) mark += '_';
+  return `R"${mark}(${text})${mark}"`;
+}
+
 /** A call as a line of JavaScript, of C++, or for zefhost. */
 const forms = {
   JavaScript: ({ name, mode, params }) =>
     `${mode === 'sync' ? 'framework.callSync' : 'await framework.call'}('${name}'${params ? `, ${params}` : ''});`,
   'C++': ({ name, mode, params }) =>
-    `framework->${mode === 'sync' ? 'call' : 'asynCall'}("${name}", R"json(${params ?? '{}'})json", &callback);`,
+    `framework->${mode === 'sync' ? 'call' : 'asynCall'}("${name}", ${rawLiteral(params ?? '{}')}, &callback);`,
   zefhost: ({ name, mode, params }) =>
     `zefhost ${mode === 'sync' ? 'call' : 'async'} ${name} ${quoted(params ?? '{}')}`,
 };

@@ -7,7 +7,7 @@ const { test } = require('node:test');
 const { ElectronFramework } = require('zelectronframework');
 const { attach } = require('../index.cjs');
 const { longestTask, opened, says, view } = require('./browser.cjs');
-const { scratch, settings, started } = require('./support.cjs');
+const { scratch, settings, started, until } = require('./support.cjs');
 
 // The first one: later the mock is loaded in this process.
 test('a page that was open before the framework starts learns what that is', async (t) => {
@@ -90,13 +90,18 @@ test('the explorer fits a narrow screen, and hands its call on', async (t) => {
   await page.getByRole('button', { name: 'in the timeline' }).waitFor();
   const excess = await page.locator('main').evaluate((main) => main.scrollWidth - innerWidth);
   assert.ok(excess <= 0, `${excess} px too wide`);
-  await page.getByLabel('as JSON').fill('{"cv":"1"}');
-  await page.getByRole('button', { name: 'Copy as zefhost' }).click();
-  await page.getByText('Copied', { exact: true }).waitFor();
+  await page.getByLabel('as JSON').fill(`{"cv":"it's )json"}`);
+  const copied = async (form) => {
+    await page.getByRole('button', { name: `Copy as ${form}` }).click();
+    await page.getByText('Copied', { exact: true }).waitFor();
+    return page.evaluate(() => navigator.clipboard.readText());
+  };
   assert.equal(
-    await page.evaluate(() => navigator.clipboard.readText()),
-    `zefhost async account.signPopToken '{"cv":"1"}'`,
+    await copied('zefhost'),
+    `zefhost async account.signPopToken '{"cv":"it'\\''s )json"}'`,
   );
+  const cpp = `framework->asynCall("account.signPopToken", R"json_({"cv":"it's )json"})json_", &callback);`;
+  await until(async () => (await copied('C++')) === cpp, 'the line of C++');
   await framework.call('account.logout', { reason: 'again' }).catch(() => {});
   await view(page, 'Timeline');
   await page.getByRole('row', { name: /logout/ }).click();
