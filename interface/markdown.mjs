@@ -82,7 +82,7 @@ export function parametersPart(method) {
     ]),
   );
   return method['x-passedOn']
-    ? `Parameters are handed to the account library, whole. These are what the mock knows:\n\n${parameters}`
+    ? `The parameter object is passed to the account library unchanged. The mock uses these parameters:\n\n${parameters}`
     : parameters;
 }
 

@@ -11,7 +11,7 @@ import type {
 
 export * from './lib/interface.cjs';
 
-/** What JSON holds, as it arrives. */
+/** A JSON value, as it arrives. */
 export type JsonValue = string | number | boolean | null | JsonValue[] | JsonObject;
 export interface JsonObject {
   [key: string]: JsonValue | undefined;
@@ -23,17 +23,17 @@ export interface JsonLike {
   readonly [key: string]: any;
 }
 
-/** What a method without parameters takes. */
+/** The parameters of a method without any. */
 export type NoParams = Record<string, never> | undefined;
 
 export type MethodName = keyof Methods;
 export type EventName = keyof Events;
 export type TaskType = keyof TaskMessages;
 
-/** What the office suite asks of the meeting application. */
+/** A request of the office suite to the meeting application. */
 export type MeetingMessage = TaskMessages['meetingDataChangeTask'];
 
-/** A reply as the framework gives it; "data" only where there is some. */
+/** A reply of the framework; "data" only when there is some. */
 export type Reply<Data = JsonObject> =
   | { result: 'ok'; msg: string; data?: Data }
   | { result: 'fail'; msg: string; data?: JsonObject };
@@ -42,7 +42,7 @@ export type ReplyOf<M extends MethodName> = Reply<
   Methods[M] extends { raw: infer Raw } ? Raw : Methods[M]['data']
 >;
 
-/** What happened; docs/errors.md says of each code what to do. */
+/** The cause of a failure; docs/errors.md explains each code. */
 export type ErrorCode =
   // calls
   | 'ZEF_REPLY_FAIL'
@@ -117,21 +117,21 @@ export class FrameworkError extends Error {
   readonly remedy?: string;
   /** Plain values, which survive IPC. */
   toJSON(): SerializedError;
-  /** Makes an error of the values again, on the other side. */
+  /** Restores the error from these values, on the other side. */
   static fromJSON(serialized: SerializedError): FrameworkError;
 }
 
 /** What `new ElectronFramework()` takes. */
 export interface FrameworkOptions {
-  /** Uses the mock of the two closed libraries that the package brings along. */
+  /** Uses the mock of the two closed libraries, which is part of the package. */
   mock?: boolean;
-  /** Path of the framework library, where it is not the one of the package: a newer one, for example. */
+  /** Path of the framework library, if not that of the package: a newer one, for example. */
   libraryPath?: string;
-  /** Path of the account library, where it is not in the same folder as the framework library. */
+  /** Path of the account library, if not in the same folder as the framework library. */
   accountLibrary?: string;
-  /** Path of the log library, where it is not in the same folder as the framework library. */
+  /** Path of the log library, if not in the same folder as the framework library. */
   logLibrary?: string;
-  /** Milliseconds for every call() that names none of its own. Without it there is no limit. */
+  /** Milliseconds for every call() without a timeout of its own. By default there is no limit. */
   timeout?: number;
 }
 
@@ -143,11 +143,11 @@ export interface SignalOptions {
 
 /** What `init()` takes besides the settings. */
 export interface InitOptions {
-  /** Takes the framework as it runs, whatever its settings are; starts it where none runs. */
+  /** Joins a running framework whatever its settings; starts one if none is running. */
   join?: boolean;
-  /** When it aborts, init() rejects with ZEF_ABORTED, and what was started is stopped again. */
+  /** When it aborts, init() rejects with ZEF_ABORTED, and the start is undone. */
   signal?: AbortSignal;
-  /** Milliseconds until init() rejects with ZEF_TIMEOUT, and what was started is stopped again. */
+  /** Milliseconds until init() rejects with ZEF_TIMEOUT, and the start is undone. */
   timeout?: number;
 }
 
@@ -176,7 +176,7 @@ export interface SyncOptions {
 /** What subscribe() and onTask() return; `using` disposes of it at the end of the block. */
 export class Subscription {
   private constructor();
-  /** Ends the subscription; again it does nothing. */
+  /** Ends the subscription; has no effect when repeated. */
   dispose(): void;
   [Symbol.dispose](): void;
 }
@@ -187,30 +187,30 @@ export class Subscription {
  * asynchronous context (AsyncLocalStorage) in which they were added.
  */
 export class ElectronFramework extends EventEmitter {
-  /** Costs nothing and loads nothing; init() does. */
+  /** Loads nothing; init() does. */
   constructor(options?: FrameworkOptions);
 
   /** Whether the framework runs: after init() has resolved, until close() is called. */
   readonly running: boolean;
 
   /**
-   * Starts the framework, or joins the one that runs with the same libraries and settings.
-   * Starts and stops take place one after the other, in the order of the calls of init() and close().
-   * @returns this object, which runs then. Rejects with a FrameworkError that says what is missing.
+   * Starts the framework, or joins the one that runs with the same libraries and settings. Starts and
+   * stops run one after the other, in the order of the calls of init() and close().
+   * @returns this object, once it runs. Rejects with a FrameworkError that says what is missing.
    */
   init(settings: Settings, options?: InitOptions): Promise<this>;
 
   /**
-   * Ends calls that are open with ZEF_CLOSED and loops over tasks(), delivers nothing more, ends what
-   * ref() began, and stops the framework unless another object uses it. Never rejects; may be
-   * repeated. Counts for what was begun before it: an init() that follows starts anew.
+   * Rejects pending calls with ZEF_CLOSED, ends loops over tasks(), undoes ref(), and stops the
+   * framework unless another object uses it. Nothing is delivered any more. Never rejects; may be
+   * repeated. A later init() starts again.
    */
   close(): Promise<void>;
   [Symbol.asyncDispose](): Promise<void>;
 
   /**
    * Runs a method and resolves to its data. A call that is aborted, timed out or closed still runs
-   * in the library; only its answer is dropped.
+   * in the library; only its reply is dropped.
    * @param method "module.method"; the comments of `Methods` say what each one does
    * @param params for a method without parameters nothing or `{}`
    * @returns the data; rejects with a FrameworkError when the reply is "fail", unless `raw` is set
@@ -231,8 +231,8 @@ export class ElectronFramework extends EventEmitter {
   ): Promise<Methods[M]['data'] | ReplyOf<M>>;
 
   /**
-   * Runs a thread-safe method on this thread, which waits meanwhile.
-   * @throws FrameworkError as call() rejects
+   * Runs a thread-safe method on this thread, which blocks until the method returns.
+   * @throws FrameworkError when call() would reject with it
    */
   callSync<M extends SyncMethodName>(
     method: M,
@@ -250,8 +250,8 @@ export class ElectronFramework extends EventEmitter {
   ): Methods[M]['data'] | ReplyOf<M>;
 
   /**
-   * Listeners may be added before init() and stay. An event that is still waiting stands for all that
-   * follow. All other functions of an EventEmitter are there as well.
+   * Listeners may be added before init() and stay. Undelivered events of the same name are merged
+   * into one. All other functions of an EventEmitter are there as well.
    */
   on(event: EventName, listener: () => void, options?: SignalOptions): this;
   once(event: EventName, listener: () => void, options?: SignalOptions): this;
@@ -264,13 +264,13 @@ export class ElectronFramework extends EventEmitter {
   listenerCount(event: EventName): number;
   emit(event: EventName): boolean;
 
-  /** As on(), for `using` and for listeners that nobody else has to know. */
+  /** Like on(), but returns a Subscription, for `using`. */
   subscribe(event: EventName, listener: () => void, options?: SignalOptions): Subscription;
 
   /**
-   * Listens to task messages until disposed of; before init() too, so that none is missed. While more
-   * than 64 MB of messages wait to be taken, further ones are dropped with a process warning of the
-   * code ZEF_DROPPED.
+   * Listens to task messages until disposed of. May be called before init(), so that none is missed.
+   * While more than 64 MB of messages are queued, further ones are dropped with a process warning of
+   * the code ZEF_DROPPED.
    */
   onTask<T extends TaskType>(
     type: T,
@@ -280,8 +280,8 @@ export class ElectronFramework extends EventEmitter {
 
   /**
    * Task messages for `for await`, from now on. The loop ends with `break`, its signal or close().
-   * It keeps up to 64 MB of messages that it has not taken; further ones are dropped with a process
-   * warning of the code ZEF_DROPPED. Like a listener it does not keep the process running: see ref().
+   * It queues up to 64 MB of messages; further ones are dropped with a process warning of the code
+   * ZEF_DROPPED. Like a listener it does not keep the process running: see ref().
    */
   tasks<T extends TaskType>(
     type: T,
@@ -290,16 +290,16 @@ export class ElectronFramework extends EventEmitter {
 
   /**
    * Keeps the process running for events and task messages, until unref() or close(). Without it only
-   * open calls do.
+   * pending calls do.
    */
   ref(): this;
-  /** Ends what ref() began. */
+  /** Undoes ref(). */
   unref(): this;
 }
 
 /** Something that diagnose() found missing or unusable. */
 export interface Finding {
-  /** With a warning the framework starts nevertheless. */
+  /** With warnings only, the framework can still start. */
   severity: 'error' | 'warning';
   /** What it is. */
   code: ErrorCode;
@@ -309,9 +309,9 @@ export interface Finding {
   remedy?: string;
 }
 
-/** What diagnose() saw. A path or a version that is absent was not found. */
+/** The result of diagnose(). A path or a version that is absent was not found. */
 export interface Diagnosis {
-  /** Whether nothing was found that keeps the framework from starting: no finding but warnings. */
+  /** Whether the framework can start: there are no findings except warnings. */
   ok: boolean;
   /** For example "linux-x64". */
   platform: string;
@@ -333,49 +333,49 @@ export interface Diagnosis {
   accountLibrary?: string;
   /** Versions of the C library. */
   glibc?: { found: string; needed?: string };
-  /** Versions as GLIBCXX names them: 3.4.25 is the libstdc++ of GCC 8. */
+  /** Versions of GLIBCXX: 3.4.25 is the libstdc++ of GCC 8. */
   libstdcxx?: { found?: string; needed?: string };
   /** Versions of Qt. */
   qt?: { found?: string; needed?: string };
   /** The GLib that was in the process before Qt, as in Electron. */
   glib?: { loadedBefore: boolean; path?: string };
-  /** What is missing, in the order in which it is looked for. */
+  /** What is missing, in the order of the checks. */
   findings: Finding[];
 }
 
 /** The version of the package and of the framework library in it. */
 export const frameworkVersion: string;
 
-/** Says what of the library and its needs was found; starts nothing and throws nothing. */
+/** Reports which parts of the library and its dependencies were found. Starts and throws nothing. */
 export function diagnose(options?: FrameworkOptions): Diagnosis;
 
-/** What doctor() saw. */
+/** The result of doctor(). */
 export interface Examination extends Diagnosis {
-  /** How a start with the mock went, where the options ask for the mock. */
+  /** The result of a start with the mock, when the options request the mock. */
   roundTrip?: string;
-  /** All of it for a person, as `npx zelectronframework doctor` prints it. */
+  /** All findings as readable text, as `npx zelectronframework doctor` prints it. */
   text: string;
 }
 
 /**
- * A diagnosis for a person, from within a process: Electron's main process, for example. With the
- * option `mock` it starts the framework with the mock, asks it something and stops it; that process
- * has the mock as its account library from then on. Never rejects.
+ * A readable diagnosis from inside a process, for example Electron's main process. With the option
+ * `mock` it starts the framework with the mock, makes a call and stops it; from then on the process
+ * has the mock as its account library. Never rejects.
  */
 export function doctor(options?: FrameworkOptions): Promise<Examination>;
 
 /**
  * What the channels `tracing:zelectronframework.call:*` of `node:diagnostics_channel` publish: one
- * object for each call. It carries secrets; see mask().
+ * object for each call. It contains secrets; see mask().
  */
 export interface CallContext {
-  /** Unlike any other call's; a second answer comes as `zelectronframework:late` with this id. */
+  /** Unique; a second answer is published on `zelectronframework:late` with this id. */
   id: number;
-  /** Unlike any other run's of any object. */
+  /** Id of the run, unique in the process. */
   instance?: number;
   method: string;
   mode: 'sync' | 'async';
-  /** JSON as sent; undefined where nothing was. */
+  /** JSON as sent; undefined when nothing was sent. */
   params?: string;
   signal?: AbortSignal;
   timeout?: number;
@@ -399,7 +399,7 @@ export interface InitContext {
 export interface EventContext {
   instance: number;
   name: EventName;
-  /** Of the events that this one stands for, which were raised while it was waiting. */
+  /** Number of events that were merged into this one, itself included. */
   count: number;
 }
 
@@ -411,18 +411,17 @@ export interface TaskContext {
   text: string;
 }
 
-/** `zelectronframework:late`: a second answer, or one after the call had ended. */
+/** `zelectronframework:late`: a second reply, or one after the call had ended. */
 export interface LateContext {
   id: number;
   reply: string;
 }
 
 /**
- * A copy of a context without its secrets, for programs that show or keep what they watch: the
- * values that the interface calls secret, whatever it does not describe in parameters, replies and
- * messages of the account library, and both wherever they occur again in the reply or in the words of
- * an error.
- * @param replace gives the replacement of a value, `***` by default
+ * A copy of a context without its secrets, for programs that show or keep it. Secrets are the values
+ * that the interface marks as secret and all undescribed ones in parameters, replies and messages of
+ * the account library. They are also replaced in the rest of the reply and in error messages.
+ * @param replace returns the replacement of a value, `***` by default
  */
 export function mask<Context extends object>(
   context: Context,
@@ -430,8 +429,8 @@ export function mask<Context extends object>(
 ): Context;
 
 /**
- * Tells the mock of the closed libraries what to do from now on. It is one for the whole process.
- * @throws FrameworkError ZEF_MOCK_MISSING when it was not loaded, ZEF_MOCK_REFUSED when it knows no
- * such thing or nobody hears it
+ * Controls the mock of the closed libraries, of which a process has one.
+ * @throws FrameworkError ZEF_MOCK_MISSING when it was not loaded, ZEF_MOCK_REFUSED when it does not
+ * know the command, or when nothing is registered for it
  */
 export function mock(command?: MockCommand): MockState;
