@@ -8,7 +8,6 @@
 #include <array>
 #include <atomic>
 #include <cfenv>
-#include <chrono>
 #include <clocale>
 #include <csignal>
 #include <cstdio>
