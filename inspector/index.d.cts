@@ -20,7 +20,7 @@ export interface InspectorOptions {
 export interface Inspector {
   /** Address of the page with its token: whoever has it sees what the page shows. */
   url: string;
-  /** Hears all events and task messages, as if the application did. */
+  /** Subscribes to all events and task messages, as the application could. */
   subscribeAll(): void;
   close(): void;
 }
@@ -42,7 +42,7 @@ export interface ReplayFinding {
   path?: string;
   expected?: unknown;
   actual?: unknown;
-  /** What came in place of something that did not. */
+  /** The delivery that came instead of a missing one. */
   nearest?: string;
 }
 

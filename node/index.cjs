@@ -9,7 +9,7 @@ const { followDebug } = require('./lib/debug.cjs');
 const { mask } = require('./lib/mask.cjs');
 const { mock } = require('./lib/mock.cjs');
 
-/** That of the library as well: both are built and shipped together. */
+/** Also the version of the library: both are built and shipped together. */
 const frameworkVersion = require('./package.json').version;
 
 followDebug();

@@ -6,12 +6,12 @@ const { mock } = require('zelectronframework');
 const settleMilliseconds = 50;
 const mostSettleMilliseconds = 5000;
 
-/** What arrives, by where it belongs: the replies of one method, one event, one task type. */
+/** Deliveries, in one queue for each method, event and task type. */
 class Arrivals {
   #queues = new Map();
   #wake = () => {};
   #count = 0;
-  isEarly = true; // before the first line; then nothing need be expected
+  isEarly = true; // before the first line, where deliveries need not be recorded
 
   add(key, value) {
     const queue = this.#queues.get(key) ?? [];
@@ -41,7 +41,7 @@ class Arrivals {
     this.#queues.clear();
   }
 
-  /** Waits until nothing more comes. A machine that is busy elsewhere needs longer to tell. */
+  /** Waits until no more deliveries arrive; longer on a busy machine. */
   async settle() {
     const end = Date.now() + mostSettleMilliseconds;
     for (let isQuiet = false; !isQuiet && Date.now() < end; ) {
@@ -52,7 +52,7 @@ class Arrivals {
     }
   }
 
-  /** Waits until the mock has nothing on its way, so that it holds what it is to hold. */
+  /** Waits until the mock is idle, so that it holds the answers that it must hold. */
   async idle(milliseconds) {
     const end = Date.now() + milliseconds;
     while (mock().busy && Date.now() < end) await pause(1);

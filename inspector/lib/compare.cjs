@@ -92,7 +92,7 @@ class Comparison {
     return wanted === found || this.#stands(expected, actual) ? [] : [{ path, expected, actual }];
   }
 
-  /** The value with what placeholders stand for replaced by them again. */
+  /** A copy of the value, with the texts of known placeholders replaced by the placeholders. */
   withPlaceholders(value) {
     const occurrences = new Occurrences();
     for (const [name, text] of this.#bound) occurrences.add(text, name);

@@ -12,9 +12,9 @@ function headerValues({ rawHeaders }, name) {
 }
 
 /**
- * Says whether a request may be answered. Pages of other origins reach this port as well, by this
- * address or by a name that they point at it, so nothing but the token counts, and nothing that a
- * browser sends by itself is a token.
+ * Says whether a request may be answered. Pages of other origins can reach this port too, by its
+ * address or by a host name that they point to it. Therefore only the token grants access, and
+ * browsers never send it by themselves.
  */
 class Guard {
   #host;

@@ -3,7 +3,7 @@
 const turnMilliseconds = 16;
 const mostInATurn = 500; // half a millisecond's work
 
-/** What the list shows of an entry: no text of it. */
+/** What the list shows of an entry: none of its texts. */
 function headOf({
   seq,
   t,
@@ -25,14 +25,14 @@ function headOf({
 
 /**
  * Sends the heads of entries to one page as JSON Lines: each of them in order, as fast as the page
- * reads, and then those that changed after they were sent. What has fallen out of the store before the
- * page could read it is told as a gap.
+ * reads, and then those that changed after they were sent. Entries that the store dropped before
+ * the page could read them are reported as a gap.
  */
 class HeadStream {
   #store;
   #response;
   #next; // seq of the next entry to send
-  #changed = new Map(); // seq -> head; only calls can be here that were sent while they were open
+  #changed = new Map(); // seq -> head; only of calls that were sent while they were open
   #timer;
   #isFull = false;
   #end;
@@ -51,7 +51,7 @@ class HeadStream {
     this.#plan();
   }
 
-  /** Something else than an entry, for example that recording began. */
+  /** Sends a message that is not an entry, for example that recording began. */
   send(message) {
     this.#write([message]);
   }

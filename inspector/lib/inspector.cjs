@@ -36,7 +36,7 @@ function listOf(text) {
   }
 }
 
-/** The application's own frames of a call: what is above them publishes it. */
+/** The application's stack frames of a call, without those of the package above them. */
 function framesOf({ stack }) {
   const frames = stack.split('\n').slice(1);
   const first = frames.findIndex(
@@ -45,7 +45,7 @@ function framesOf({ stack }) {
   return frames.slice(Math.max(0, first)).map((frame) => frame.trim());
 }
 
-/** One window on the frameworks of this thread: what it keeps, and what its page may ask. */
+/** The inspector of this thread's frameworks: its entries and the requests of its page. */
 class Inspector {
   #framework;
   #options;
@@ -115,7 +115,7 @@ class Inspector {
     this.#store.add({ kind: 'note', name: 'inspector', text });
   }
 
-  // Log lines are there where the log library is the mock, once something runs.
+  // Log lines can be read when the log library is the mock and the framework runs.
   #followLog() {
     const look = () => {
       if (this.#log || !this.#framework.running || !mockState()) return;

@@ -10,7 +10,7 @@ const bins = 56; // the last one from 2^27 us, two minutes, on
 
 const inMilliseconds = (nanoseconds) => nanoseconds / 1e6;
 
-/** Latencies by method, and once a second how much happened and how the process was. */
+/** Latencies by method; once a second the numbers of deliveries and the state of the process. */
 class Measures {
   #methods = new Map();
   #samples = [];

@@ -3,11 +3,11 @@
 const { parsed } = require('./compare.cjs');
 const { description, methods } = require('./description.cjs');
 
-// In which form the mock is told a method's reply.
+// For each method, the form in which the mock gets its reply.
 const asReply = (reply) => ({ reply });
 const asText = ({ result, data }) =>
   result === 'ok' ? { text: data?.data ?? '' } : { refuse: true };
-const asOwn = ({ result }) => (result === 'ok' ? {} : { refuse: true }); // the mock's own will do
+const asOwn = ({ result }) => (result === 'ok' ? {} : { refuse: true }); // the mock's own reply
 const asTask = ({ result, msg, data = {} }) => {
   if (/^su(b)?m(b)?it .*fail/.test(msg ?? '')) return { refuse: true };
   if (msg === 'no office app') return { statuses: [101] };
@@ -29,7 +29,7 @@ function formOf(method) {
   return [type].flat().includes('string') ? asText : asOwn;
 }
 
-// What the framework says when the account library has no service, and what that is got with.
+// The reply when the account library has no service, and the operation that returns that service.
 const getters = new Map([
   ['accessbaseService is nullptr', 'getAccessbaseService'],
   ['account is nullptr', 'getAccount'],
@@ -41,7 +41,7 @@ const getters = new Map([
 ]);
 const signing = /^account\.(getJwk|sign|generatePKCE)/;
 
-// What it says before it asks the account library.
+// Replies of the framework before it calls the account library.
 const before =
   /^(deviceCode|event, data or busyType|param) is empty$|not support thread safe$|not found$/;
 
@@ -50,7 +50,7 @@ function getterOf(method, msg) {
   return signing.test(method) ? 'getSignService' : 'getLoginService';
 }
 
-/** How the operation that a call reaches has to answer: { operation: step }; empty for as usual. */
+/** How the operation of a call must answer: { operation: step }; empty for the usual answer. */
 function stepOf(method, got) {
   const described = methods.get(method);
   const operation = described?.['x-operations'].at(-1);
@@ -98,18 +98,18 @@ function stateOf(method, got) {
   return undefined;
 }
 
-/** What the mock is told before a call, so that it is answered as it was. */
+/** The commands to the mock before a call, so that it answers as recorded. */
 function preparation(method, got = {}) {
   const getter = getterOf(method, got.msg);
   return getter ? { script: { [getter]: [{ refuse: true }] } } : stateOf(method, got);
 }
 
-/** Task types whose messages are what the account library collects. */
+/** Task types whose messages contain information that the account library collects. */
 const collecting = description['x-tasks']
   .filter(({ examples }) => examples.every(({ mock }) => 'collect' in mock))
   .map(({ name }) => name);
 
-/** What makes the mock send what was received. */
+/** The command that makes the mock send a recorded delivery. */
 function commandOf(got) {
   if (got.event) return { signal: got.event.replace(/^account\./, '') };
   if (collecting.includes(got.task)) return { collect: got.message };

@@ -17,16 +17,16 @@ const defaultSettings = {
   },
 };
 
-const partLength = 64 * 1024; // characters that are handed on at once
+const partLength = 64 * 1024; // characters in one write
 
 const librariesOf = (isRunning) => (isMock(isRunning) ? 'mock' : 'real');
 
-/** The mock as it is now, as settings with which another one starts in the same state. */
+/** Settings with which a mock starts in the current state of this one. */
 function seedOf({ accounts, users, currentUserId, office }, standin) {
   return { ...standin, accounts, users, currentUserId, office, initFinishedAfterMs: -1 };
 }
 
-/** Joins lines to texts that are worth a write. */
+/** Joins lines to texts of a good size for writing. */
 async function* inParts(lines) {
   let part = '';
   for await (const line of lines) {
@@ -38,7 +38,7 @@ async function* inParts(lines) {
   yield part;
 }
 
-/** Makes recordings of what a store gets between start() and stop(). */
+/** Records the entries that a store gets between start() and stop(). */
 class Recorder {
   #store;
   #secrets;

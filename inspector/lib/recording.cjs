@@ -14,12 +14,12 @@ function objectOf(text) {
   }
 }
 
-/** What the package says of calls that it does not hand to the library. */
+/** Error codes of calls that the package does not pass to the library. */
 const refusals = new Set(
   ['BAD_ARGUMENT', 'NOT_RUNNING', 'NOT_THREAD_SAFE', 'UNKNOWN_METHOD'].map((code) => `ZEF_${code}`),
 );
 
-/** The two lines of a call: what was asked, and what came. */
+/** The two lines of a call: the request and the reply. */
 function callLines(entry) {
   const { name, id, mode, params, reply, outcome, t, ms, cut, thread } = entry;
   if (name === 'init') return [];
@@ -55,13 +55,13 @@ function linesOf(entry) {
   }
 }
 
-/** What is subscribed to before the first line of a replay: what was heard of. */
+/** The subscriptions for a replay: every event and task type that occurs in the recording. */
 function subscriptionOf({ kind, name }) {
   if (kind === 'event') return { listen: name };
   return kind === 'task' ? { task: name } : undefined;
 }
 
-/** Lines that belong later than the entry that they are from, the next one first. */
+/** Lines that belong at a later time than their entry, the next one first. */
 class Later {
   #lines = [];
 
@@ -71,7 +71,7 @@ class Later {
     this.#lines.splice(place, 0, line);
   }
 
-  /** Takes those up to a time. */
+  /** Takes the lines up to a time. */
   until(t) {
     const end = this.#lines.findIndex((line) => line.t > t);
     return this.#lines.splice(0, end < 0 ? this.#lines.length : end);

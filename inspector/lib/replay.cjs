@@ -10,9 +10,9 @@ const { readRecording, RecordingError } = require('./recording.cjs');
 const { Secrets } = require('./secrets.cjs');
 
 const version = require('zelectronframework/package.json').version;
-const heard = channel('zelectronframework:event'); // says how many events one stands for
-const mostFindings = 1000; // that are kept; the others are counted
-// Asynchronous calls reach the account library in their order: when this one is answered, all have.
+const heard = channel('zelectronframework:event'); // has the number of merged events
+const mostFindings = 1000; // kept ones; further ones are only counted
+// Asynchronous calls reach the account library in order: once this one is answered, all are there.
 const marker = 'utils.getLogPath';
 
 const short = (value) => {
@@ -22,7 +22,7 @@ const short = (value) => {
 
 const subjectOf = (key) => key.replace(/^(reply of|event|task) /, '');
 
-/** What makes the mock do what a line says. */
+/** The command that makes the mock do what a line describes. */
 const commandOf = ({ mock: command, raise, office }) =>
   command ??
   (raise === undefined ? { message: office } : { signal: raise.replace(/^account\./, '') });
@@ -35,12 +35,12 @@ class Replay {
   #comparison;
   #methods = new Map(); // id of a recorded call -> its method
   #answered = new Set(); // ids of calls of which a reply was recorded
-  #isOnItsWay = false; // an asynchronous call that may not have reached the account library
+  #isOnItsWay = false; // whether an asynchronous call may not have reached the account library
   #secrets = new Secrets();
   differ = 0;
   failures = [];
   warnings = [];
-  lines = []; // as they would be recorded now
+  lines = []; // the lines that a recording would have now
 
   constructor(recording, { timeout = 5000 } = {}) {
     const { header, lines } = recording;
@@ -83,7 +83,7 @@ class Replay {
       }
       await this.#arrivals.settle();
       this.#arrivals.isEarly = false;
-      // What subscribing brings belongs to the recording only when that began before init.
+      // Deliveries caused by subscribing belong to the recording only when it began before init.
       if (header.began === 'running') this.#arrivals.forget();
       for (const line of lines) await this.#step(line);
       await this.#arrivals.settle();
@@ -173,7 +173,7 @@ class Replay {
     }
   }
 
-  /** The "got" of what came now, without its secrets. */
+  /** The "got" of the delivery that came now, without its secrets. */
   #recorded({ reply, event, task }, body) {
     if (event !== undefined) return { event };
     const now = this.#comparison.withPlaceholders(body);
@@ -197,7 +197,7 @@ class Replay {
   }
 }
 
-/** What a replay before this one told the mock is none of this one's. */
+/** Removes the state that an earlier replay left in the mock. */
 function startFromNothing() {
   try {
     mock({ reset: true });
@@ -220,7 +220,7 @@ function gotOf(key, { id }) {
   return key.startsWith('task') ? { task: subject } : { reply: id };
 }
 
-/** Names that lines of a recording listen to or got -> the first of these lines. */
+/** Names of the subscriptions and deliveries in a recording -> their first line. */
 function named(lines, got, verb) {
   const names = new Map();
   for (const line of lines) {
@@ -239,7 +239,7 @@ function textOf({ line, text, path, expected, actual, nearest }) {
 }
 
 /**
- * Runs a recording against the mock and compares what comes with what was recorded.
+ * Replays a recording with the mock and compares the deliveries with the recorded ones.
  *
  * @param source path of the file, or { text }
  * @param options timeout: milliseconds that each answer, event or message may take; update: writes

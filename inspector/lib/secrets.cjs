@@ -6,7 +6,7 @@ const { methodOf, readLogLine } = require('./logforms.cjs');
 const { Occurrences } = require('./occurrences.cjs');
 const { textBytes } = require('./store.cjs');
 
-const mostBytes = 32 * 2 ** 20; // that the secrets which are remembered may take
+const mostBytes = 32 * 2 ** 20; // memory limit of the remembered secrets
 const secretBytes = 700; // of one without its texts, as measured in V8
 const mostNames = 1000;
 const placeholder = /\{\{[\w-]+:\d+\}\}/g;
@@ -14,11 +14,12 @@ const isPlaceholder = (text) => /^\{\{[\w-]+:\d+\}\}$/.test(text);
 const base64 = /[A-Za-z0-9+/_-]{16,}/g;
 const unreadable = '(no JSON, so not shown)';
 
-/** How a secret may stand in a text: as it is, in JSON once and twice, in a URL and in a form. */
+/** A secret as it may appear in a text: plain, in JSON once and twice, in a URL and in a form. */
 function writings(secret) {
   const inJson = JSON.stringify(secret).slice(1, -1);
   const twice = JSON.stringify(inJson).slice(1, -1);
-  const inUrl = encodeURIComponent(Buffer.from(secret).toString()); // which has no half characters
+  // encodeURIComponent refuses lone surrogates, which a Buffer replaces.
+  const inUrl = encodeURIComponent(Buffer.from(secret).toString());
   return new Set([secret, inJson, twice, inUrl, inUrl.replaceAll('%20', '+')]);
 }
 
@@ -45,7 +46,7 @@ class Secrets {
     return this.#values.get(name);
   }
 
-  /** A value that the page sent, which was given placeholders and means the secrets. */
+  /** A value from the page, with its placeholders replaced by the secrets. */
   withSecrets(value) {
     return JSON.parse(JSON.stringify(value), (_, each) =>
       typeof each === 'string'
@@ -59,7 +60,7 @@ class Secrets {
     return this.#entry(entry, this.#known);
   }
 
-  /** Takes note of the secrets of an entry. Cheap for those that can have none. */
+  /** Takes note of the secrets of an entry. Cheap for entries without secrets. */
   learn(entry) {
     const { kind, name, text } = entry;
     if (kind === 'event' || kind === 'note') return;
@@ -69,7 +70,7 @@ class Secrets {
     this.#entry(entry, same);
   }
 
-  /** The same for settings, and for what the mock knows and is told. */
+  /** The same for settings, and for the state of the mock and commands to it. */
   state(value) {
     return this.#value(value, rules.other, this.#known);
   }
@@ -102,7 +103,7 @@ class Secrets {
     const method = methodOf(text);
     const shown = {
       params: (value) => this.#jsonText(value, rules.params(method), known),
-      // Which method an asynchronous reply belongs to is not said.
+      // The line does not say to which method an asynchronous reply belongs.
       reply: (value) =>
         this.#jsonText(value, method === undefined ? rules.anyReply : rules.reply(method), known),
       method: known,
@@ -163,7 +164,7 @@ class Secrets {
     const known = this.#placeholders.get(text);
     const isNew = isLookedFor && !words.has(text) && !this.#occurrences.has(text);
     if (known !== undefined && !isNew) return known;
-    // Not a part of a longer text, all of which would stay in memory with it.
+    // A copy: a slice would keep the whole longer text in memory.
     const secret = JSON.parse(JSON.stringify(text));
     const replacement = known ?? this.#newPlaceholder(name, secret);
     if (isLookedFor) this.#unsure.delete(secret);
@@ -187,7 +188,7 @@ class Secrets {
     return replacement;
   }
 
-  // Many at once: the first entry of a map is slow to find behind many that were deleted.
+  // Many at once: the first entry of a map is slow to find after many were deleted.
   #forgetOldest() {
     for (const texts of [this.#unsure, this.#placeholders.keys()]) {
       for (const oldest of texts) {

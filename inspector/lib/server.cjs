@@ -79,7 +79,7 @@ async function body(request) {
     const value = JSON.parse(Buffer.concat(parts).toString() || '{}');
     if (typeof value === 'object' && value !== null) return value;
   } catch {
-    // told below
+    // reported below
   }
   throw new Refusal(400, 'a JSON object is needed');
 }

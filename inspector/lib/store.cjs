@@ -4,17 +4,17 @@ const { performance } = require('node:perf_hooks');
 
 // As measured in V8 (test/load.test.cjs measures it again).
 const entryBytes = 400; // an entry without its texts
-const siteBytes = 900; // where it comes from
+const siteBytes = 900; // its call site
 const texts = ['params', 'reply', 'text', 'error'];
 
 /** Bytes that V8 takes for the characters of a text: two each as soon as one needs them. */
 const textBytes = (text) => (/[^\0-\xff]/.test(text) ? 2 : 1) * text.length;
 
 /**
- * What happened, in order, bounded by the bytes that it takes. The oldest entries fall out first.
+ * All entries, in order, up to a number of bytes. The oldest ones are dropped first.
  *
  * An entry is { seq, t, kind, name, ... } with t in milliseconds since the store was made. Its texts
- * are kept as they are: whoever hands them on masks them. A text that is too long is not kept; its
+ * are kept unmasked: the code that passes them on masks them. A text that is too long is not kept; its
  * length is then in `cut`.
  */
 class Store {
@@ -36,12 +36,12 @@ class Store {
     this.startedAt = performance.timeOrigin + this.started;
   }
 
-  /** seq of the oldest entry that is kept; so many have fallen out. */
+  /** seq of the oldest entry that is kept, which is the number of dropped ones. */
   get first() {
     return this.#first;
   }
 
-  /** seq of the next entry; so many there have been. */
+  /** seq of the next entry, which is the number of entries so far. */
   get next() {
     return this.#first + this.#entries.length - this.#offset;
   }

@@ -3,7 +3,7 @@
 const { channel } = require('node:diagnostics_channel');
 const { threadId } = require('node:worker_threads');
 
-// Held here: a channel that nobody holds is collected together with its subscribers.
+// Referenced here: an unreferenced channel is garbage-collected together with its subscribers.
 const trace = (name) =>
   Object.fromEntries(
     ['start', 'end', 'asyncStart'].map((part) => [
@@ -76,7 +76,7 @@ class Watch {
     this.#subscribe(channels.late, ({ id, reply }) => this.#late(id, reply));
   }
 
-  /** Runs what shall leave no entry. */
+  /** Runs a function without adding entries for it. */
   muted(run) {
     this.#isMuted = true;
     try {

@@ -1,7 +1,7 @@
 'use strict';
 
-// What programs that watch this one subscribe to with node:diagnostics_channel. The channels are held
-// here because a channel that nobody holds is collected together with its subscribers.
+// The diagnostics channels of the package. They are referenced here, because an unreferenced
+// channel is garbage-collected together with its subscribers.
 
 const { channel } = require('node:diagnostics_channel');
 
@@ -25,7 +25,7 @@ class Trace {
     this.#error = part('error');
   }
 
-  /** One look at each, because what a tracing channel says of all five differs between versions. */
+  /** Checks each channel: hasSubscribers of a TracingChannel differs between Node.js versions. */
   get isWatched() {
     return (
       this.#start.hasSubscribers ||
@@ -36,7 +36,7 @@ class Trace {
     );
   }
 
-  /** Runs what returns a promise; that promise is returned itself. */
+  /** Traces a function that returns a promise, and returns that same promise. */
   async(context, run) {
     this.#start.publish(context);
     const promise = run(context);

@@ -18,7 +18,7 @@ const emitterEvents = new Set(['error', 'newListener', 'removeListener']);
  */
 class FrameworkEmitter extends EventEmitter {
   #changed;
-  #releases = new WeakMap(); // registered function -> function that lets its signal go
+  #releases = new WeakMap(); // registered function -> function that removes its abort listener
 
   /** \param changed is told the event whose listeners may have changed. */
   constructor(changed) {
@@ -86,7 +86,7 @@ class FrameworkEmitter extends EventEmitter {
     return checkedOptions(where, 'listener', options).signal;
   }
 
-  /** Each registration has a function of its own, which off(listener) finds by its property `listener`. */
+  /** Each registration has its own function, which off(listener) finds by its property `listener`. */
   #add(where, event, listener, options) {
     const signal = this.#checked(where, event, listener, options);
     if (signal?.aborted) return this;

@@ -57,7 +57,7 @@ function internalRemedy(words) {
 
 const { captureStackTrace } = Error;
 
-/** Remembers who called `operation`; only what fails later looks at it. */
+/** Captures the stack of the caller of `operation`, which is formatted only after a failure. */
 function callerOf(operation) {
   const caller = {};
   captureStackTrace(caller, operation);

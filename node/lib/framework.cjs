@@ -46,7 +46,7 @@ class ElectronFramework extends FrameworkEmitter {
     return starts.async(context, () => this.#begin(caller, request, context));
   }
 
-  /** A start that was given up before its turn is skipped; one given up later is stopped again. */
+  /** A start that was aborted before its turn is skipped; one aborted later is stopped again. */
   #begin(caller, request, context) {
     return new Promise((resolve, reject) => {
       let isGivenUp = false;
@@ -91,7 +91,7 @@ class ElectronFramework extends FrameworkEmitter {
       if (context) Reflect.set(context, 'reply', outcome);
       const failure = startFailure(outcome, libraries);
       if (failure) throw failure;
-      // Those that were added while it started.
+      // Listeners that were added during the start.
       for (const type of this.#heard(taskTypes)) this.#subscribeTask(type);
       this.#isRunning = true;
       for (const event of events) this.#followListeners(event);
@@ -102,7 +102,7 @@ class ElectronFramework extends FrameworkEmitter {
     }
   }
 
-  /** \returns [name, id that receives it] for each of the names that has listeners. */
+  /** \returns [name, receiver id] for each of the names that has listeners. */
   #early(names, receive) {
     return this.#heard(names).map((name) => {
       const id = receive(name);
@@ -192,7 +192,7 @@ class ElectronFramework extends FrameworkEmitter {
     }
   }
 
-  /** Listens to the library while an event has listeners here, and only then. */
+  /** Subscribes to the library's event only while this object has listeners for it. */
   #followListeners(event) {
     if (!this.#isRunning || !events.has(event)) return;
     const id = this.#listening.get(event);
@@ -227,7 +227,7 @@ class ElectronFramework extends FrameworkEmitter {
     return this.#listenToTask(type, signal, own);
   }
 
-  /** \param own takes the texts of messages; each registration has one of its own. */
+  /** \param own receives the texts of messages; each registration has its own function. */
   #listenToTask(type, signal, own, ended) {
     const listeners = this.#taskListeners.get(type) ?? new Set();
     this.#taskListeners.set(type, listeners);
@@ -244,7 +244,7 @@ class ElectronFramework extends FrameworkEmitter {
     return subscription;
   }
 
-  /** Once in a session; it stays when the last listener has gone, which costs next to nothing. */
+  /** Once per session, and never undone: an unused subscription costs almost nothing. */
   #subscribeTask(type) {
     if (this.#listening.has(type)) return;
     const id = this.#receiveTask(type);
@@ -311,7 +311,7 @@ function newIdIfPossible() {
   try {
     return native().newId();
   } catch {
-    return undefined; // what keeps the addon from being loaded is told by init()
+    return undefined; // init() reports why the addon cannot be loaded
   }
 }
 
@@ -321,7 +321,7 @@ function checkTask(type) {
   throw new FrameworkError('ZEF_UNKNOWN_TASK', message);
 }
 
-/** The error where `this` is no framework, because a method was taken off its object. */
+/** The error when `this` is not a framework: a method was called without its object. */
 function detached(operation) {
   const message = `${operation}() was called without its framework: write framework.${operation}(...)`;
   return new FrameworkError('ZEF_BAD_ARGUMENT', message);

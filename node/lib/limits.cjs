@@ -4,7 +4,7 @@
 
 const { FrameworkError } = require('./errors.cjs');
 
-const longestTimer = 2 ** 31 - 1; // beyond it a timer of Node.js fires at once
+const longestTimer = 2 ** 31 - 1; // a longer timer of Node.js fires immediately
 
 /** Runs code of the application. What it throws goes to 'uncaughtException', as from any callback. */
 function run(listener, value) {

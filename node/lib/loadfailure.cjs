@@ -74,7 +74,8 @@ function highestVersion(file, kind) {
   return versions.sort((a, b) => a.localeCompare(b, 'en', { numeric: true })).at(-1);
 }
 
-// Of everything in this package; its build fails above them. Qt's cannot be read from the files.
+// The oldest versions that this package runs with; its build fails if a file needs newer ones. Qt's
+// version cannot be read from the files.
 const floors = { glibc: '2.28', libstdcxx: '3.4.25', qt: '5.10' };
 
 const causes = [
@@ -120,7 +121,7 @@ const causes = [
 ];
 
 /**
- * From the loader's words to one cause and one remedy.
+ * Maps the loader's message to a cause and a remedy.
  * \param file its path, or a bare name that the loader looks for
  */
 function explainLoad(role, file, text, cause) {
@@ -129,7 +130,7 @@ function explainLoad(role, file, text, cause) {
   if (fault) return fault;
   for (const { pattern, code, reason, remedy } of causes) {
     const match = pattern.exec(text);
-    // The file's own name in the loader's words is not the name of something that it needs.
+    // The loader's message may name the file itself, which is not one of its dependencies.
     if (match && match[1] !== file && !file.endsWith(`/${match[1]}`)) {
       return loadError(role, code, `${file}: ${reason(match)} (${text})`, remedy, cause);
     }

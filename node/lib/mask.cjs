@@ -5,13 +5,13 @@ const { methods } = require('./methods.cjs');
 const { kindOf } = require('./objects.cjs');
 const secrets = require('./secrets.json');
 
-const shortest = 4; // a shorter text is found again in too much that is not secret
+const shortest = 4; // shorter texts would also match text that is not secret
 
 function refuse(reason) {
   throw new FrameworkError('ZEF_BAD_ARGUMENT', `mask: ${reason}`);
 }
 
-/** Replaces secrets in one context; what was found once is replaced wherever it occurs later. */
+/** Replaces secrets in one context; a secret that was found is replaced in all that follows. */
 class Masking {
   #replace;
   #found = new Map(); // secret text -> its replacement
@@ -20,14 +20,14 @@ class Masking {
     this.#replace = replace;
   }
 
-  /** \param isSecret is asked with the name of a value and whether it is a member of the whole. */
+  /** \param isSecret is called with the name of a value and whether it is a top-level member. */
   text(text, isSecret) {
     if (typeof text !== 'string') return text;
     const value = parsed(text);
     return value === undefined ? this.#known(text) : JSON.stringify(this.value(value, isSecret));
   }
 
-  /** \param mark the answer of isSecret for its name; 'whole' counts for everything inside too */
+  /** \param mark the result of isSecret for its name; 'whole' applies to everything inside too */
   value(value, isSecret, name, mark = false, isTop = true) {
     if (Array.isArray(value)) {
       return value.map((entry) => this.value(entry, isSecret, name, mark, false));
@@ -62,7 +62,7 @@ class Masking {
   }
 }
 
-/** \returns the object or array that a text stands for, or undefined. */
+/** \returns the object or array that a JSON text contains, or undefined. */
 function parsed(text) {
   if (!/^\s*[[{]/.test(text)) return undefined;
   try {
@@ -80,7 +80,7 @@ const isHarmless = among(secrets.harmless);
 const isEnvelope = among(['result', 'msg', 'data']);
 const everything = () => 'whole';
 
-/** Members that are not described are secret where the account library or an unknown method gets them. */
+/** Undescribed members are secret when the account library or an unknown method receives them. */
 function secretParams(method, { params, whole, described } = {}) {
   const isMarked = among(params);
   const isWhole = among(whole);
@@ -89,7 +89,7 @@ function secretParams(method, { params, whole, described } = {}) {
     isMarked(name) || ((isWhole(name) || (isTop && !isDescribed(name))) && 'whole');
 }
 
-/** Members whose names are described nowhere are secret where the account library writes the reply. */
+/** Members with undescribed names are secret when the account library writes the reply. */
 function secretData(method, { data, isOpen } = {}, isReply = false) {
   const isMarked = among(data);
   if (!isOpen && methods.has(method)) return isMarked;
@@ -98,9 +98,9 @@ function secretData(method, { data, isOpen } = {}, isReply = false) {
 }
 
 /**
- * \returns a copy of what a channel published with its secrets replaced, for programs that show or
- * keep it: those of the interface, everything undescribed that the account library gets or writes, and
- * both wherever they occur again in the reply or in the words of an error.
+ * \returns a copy of a channel's context with its secrets replaced, for programs that show or keep
+ * it: those of the interface, everything undescribed that the account library receives or writes,
+ * and both wherever they occur again in the reply or in an error's message.
  * \param replace gives the replacement from the value's name and text
  */
 function mask(context, replace = () => '***') {
@@ -115,12 +115,12 @@ function mask(context, replace = () => '***') {
   const inReply = secretData(method, entry, true);
   const inMessage = secrets.tasks[type] ? among(secrets.tasks[type]) : everything;
   const copy = { ...context };
-  // First what the caller gave, which is looked for in all that follows.
+  // The parameters first: their secrets are then replaced in everything else.
   if (params !== undefined) copy.params = masking.text(params, secretParams(method, entry));
   if (settings !== undefined) copy.settings = masking.text(settings, among(secrets.settings));
   if (text !== undefined) copy.text = masking.text(text, inMessage);
   if (reply !== undefined) copy.reply = masking.text(reply, inReply);
-  // That of init is the framework object.
+  // The result of init is the framework object.
   if (result !== undefined && method !== undefined) {
     copy.result = masking.value(result, secretData(method, entry));
   }

@@ -7,7 +7,7 @@ const { explainLoad, fileError, loadError } = require('./loadfailure.cjs');
 const platform = `${process.platform}-${process.arch}`;
 const packageFolder = path.join(__dirname, '..');
 
-/** Electron reads inside app.asar, but the system's loader finds only what was unpacked from it. */
+/** Electron reads files inside app.asar; the system's loader needs the unpacked copy. */
 function unpacked(file) {
   const outside = file.replace(/\.asar(?=[\\/])/, '.asar.unpacked');
   return fs.existsSync(outside) ? outside : file;
@@ -17,7 +17,7 @@ function isFile(file) {
   return fs.statSync(file, { throwIfNoEntry: false })?.isFile() ?? false;
 }
 
-// Written out, so that bundlers can follow each of them.
+// Literal paths, so that bundlers can follow each require.
 function requireAddon() {
   switch (platform) {
     case 'linux-x64':
@@ -55,7 +55,8 @@ const hookName = Symbol.for('zelectronframework.exit');
 function native() {
   if (!addon) {
     addon = loadAddon();
-    // The addon's own hook is not run by process.exit(). One will do for every copy of this package.
+    // process.exit() does not run the addon's own hook. One hook serves all loaded copies of this
+    // package.
     if (!process[hookName]) {
       process[hookName] = true;
       process.once('exit', () => addon.settle());
@@ -64,7 +65,7 @@ function native() {
   return addon;
 }
 
-/** Where the framework library is looked for: in the folder of the addon that was really loaded. */
+/** Where the framework library is looked for: in the folder of the addon that was loaded. */
 function defaultLibrary() {
   return path.join(native().state().folder, 'libzelectronframework.so');
 }

@@ -6,7 +6,7 @@ const { isPlain, kindOf } = require('./objects.cjs');
 
 const isBoolean = (value) => typeof value === 'boolean';
 const isPath = (value) => typeof value === 'string' && value !== '' && !value.includes('\0');
-/** By its looks, because other realms have signals of their own. */
+/** By its members, because other realms have their own AbortSignal. */
 const isSignal = (value) =>
   typeof value?.aborted === 'boolean' &&
   typeof value.addEventListener === 'function' &&
@@ -37,13 +37,13 @@ function refuse(where, reason) {
   throw new FrameworkError('ZEF_BAD_ARGUMENT', `${where}: ${reason}`);
 }
 
-/** Throws where an option is wrong. \returns a copy, for which each option is read once. */
+/** Throws when an option is wrong. \returns a copy, for which each option is read once. */
 function checkedOptions(where, operation, options) {
   if (options === undefined) return none;
   try {
     return copied(where, accepted[operation], options);
   } catch (thrown) {
-    throw FrameworkError.from(thrown, 'ZEF_BAD_ARGUMENT', where); // from a getter of the caller's
+    throw FrameworkError.from(thrown, 'ZEF_BAD_ARGUMENT', where); // by a getter of the caller
   }
 }
 

@@ -19,7 +19,7 @@ function parseReply(method, text) {
     const reply = JSON.parse(text);
     if (typeof reply === 'object' && reply !== null) return reply;
   } catch {
-    // told below
+    // reported below
   }
   throw new FrameworkError('ZEF_BAD_REPLY', `${method} answered with something unreadable`, {
     method,

@@ -11,11 +11,11 @@ function warnOfDropped(count) {
   process.emitWarning(message, { code: 'ZEF_DROPPED' });
 }
 
-/** One run of a framework object at the addon: where its deliveries arrive, by their ids. */
+/** One run of a framework object: receives its deliveries from the addon, by id. */
 class Session {
   #id;
-  // id -> function. Not a Map: under many short-lived entries the tables that it has outgrown keep
-  // each other alive, and garbage collections of less than a millisecond take ten and more.
+  // id -> function. Not a Map: with many short-lived entries its outgrown tables keep each other
+  // alive, and garbage collections that take less than a millisecond take ten or more.
   #receivers = Object.create(null);
   #calls = Object.create(null); // id -> function that settles the call
   #holders = 0;
@@ -40,7 +40,7 @@ class Session {
     delete this.#receivers[id];
   }
 
-  /** The event loop goes on while there is a hold that was not let go. */
+  /** Keeps the event loop running until letGo() was called as often. */
   hold() {
     if (this.#holders === 0 && this.#isOpen) native().keepAlive(this.#id, true);
     this.#holders += 1;
@@ -52,7 +52,7 @@ class Session {
   }
 
   /**
-   * Queues a call. All that can fail is done before the addon gets it.
+   * Queues a call. Everything that can fail is done before the addon receives it.
    * \param settle is called once, with the reply or else with an error.
    */
   ask(request, settle) {
@@ -79,7 +79,7 @@ class Session {
     }
   }
 
-  /** \returns the outcome in the addon's words. */
+  /** \returns the outcome, as text of the addon. */
   start({ library, account, closed }, settings, isJoining, events, tasks) {
     const files = closed.flatMap(({ name, file }) => [name, file]);
     const list = (names) => [...names].flatMap(([name, id]) => [String(id), name]);
@@ -90,7 +90,7 @@ class Session {
     });
   }
 
-  /** Nothing is delivered from here on; ends the calls that are open and what start() began. */
+  /** Afterwards nothing is delivered. Ends the open calls and the run that start() began. */
   async stop() {
     this.#isSilent = true;
     for (const end of Object.values(this.#calls)) end();
@@ -112,13 +112,13 @@ class Session {
   }
 
   /**
-   * Hands on what has arrived. Much of it takes several turns of the event loop, so that timers and
-   * everything else have their turn between.
+   * Delivers what has arrived, in several turns of the event loop if it is much, so that timers and
+   * other work run in between.
    */
   #collect = () => {
     if (!this.#isOpen) return;
     let mail = [];
-    let isMore = true; // also where something could not be taken
+    let isMore = true; // also when taking failed
     run(() => {
       mail = native().take(this.#id);
       isMore = mail.length > 0;

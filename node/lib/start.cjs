@@ -14,13 +14,13 @@ function refuse(reason) {
   throw new FrameworkError('ZEF_SETTINGS', `init: ${reason}`);
 }
 
-/** For JSON.parse: puts the keys of objects in order, so that equal settings have equal texts. */
+/** For JSON.parse: sorts the keys of objects, so that equal settings have equal texts. */
 function sorted(_key, value) {
   if (typeof value !== 'object' || value === null || Array.isArray(value)) return value;
   return Object.fromEntries(Object.entries(value).sort(([a], [b]) => (a < b ? -1 : 1)));
 }
 
-/** Throws where the framework or the mock would not take the settings. \returns them as text. */
+/** Throws when the framework or the mock would refuse the settings. \returns them as text. */
 function settingsText(given, isMock) {
   const settings = JSON.parse(objectText('ZEF_SETTINGS', 'init', 'settings', given), sorted);
   if (typeof settings.app !== 'object' || settings.app === null) {
@@ -38,21 +38,21 @@ function settingsText(given, isMock) {
   return JSON.stringify(settings);
 }
 
-/** The file itself, so that two ways to it are one. */
+/** The real path, so that two paths to one file compare equal. */
 function real(file) {
   const outside = unpacked(path.resolve(file));
   return fs.existsSync(outside) ? fs.realpathSync(outside) : outside;
 }
 
-/** Where the framework looks for a closed library that nobody named: in its own folder first. */
+/** Where the framework looks for a closed library that was not named: in its own folder first. */
 function closedLibrary(name, library) {
   const beside = path.join(path.dirname(library), name);
   return fs.existsSync(beside) ? beside : name;
 }
 
 /**
- * What is loaded for an object of these options: the library, the closed ones that were named, and
- * where the account library is where it was not.
+ * The libraries for these options: the framework library, the closed libraries that were named, and
+ * the path of the account library if it was not named.
  */
 function librariesOf({ mock = false, libraryPath, accountLibrary, logLibrary }) {
   if (mock && (accountLibrary || logLibrary)) {
@@ -70,7 +70,7 @@ function librariesOf({ mock = false, libraryPath, accountLibrary, logLibrary }) 
   };
 }
 
-/** Throws where a file is missing or cannot be loaded. */
+/** Throws when a file is missing or cannot be loaded. */
 function checkLibraries({ library, closed, account }) {
   const files = [['framework', library], ...closed.map(({ role, file }) => [role, file])];
   if (path.isAbsolute(account)) files.push(['account', account]);
@@ -85,7 +85,7 @@ const described = (code, message, remedy) =>
 
 const listed = (files) => files.join(', ') || 'those in the folder of the framework library';
 
-/** What each outcome of the addon stands for; its particulars are a reason or a file. */
+/** The error for each outcome of the addon, whose detail is a reason or a file. */
 const failures = {
   load: (reason, { library }) => explainLoad('framework', library, reason),
 
@@ -146,7 +146,7 @@ const failures = {
     ),
 };
 
-/** \returns the error that an outcome of the addon stands for, or undefined for a start. */
+/** \returns the error for an outcome of the addon, or undefined after a successful start. */
 function startFailure(outcome, libraries) {
   const [kind] = outcome.split(' ', 1);
   return failures[kind]?.(outcome.slice(kind.length + 1), libraries);

@@ -1,6 +1,6 @@
 'use strict';
 
-/** Something that was subscribed to; ends once, and with `using` at the end of the block. */
+/** A subscription. It ends once; declared with `using`, at the end of the block. */
 class Subscription {
   #end;
 
