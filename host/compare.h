@@ -15,7 +15,7 @@ struct Rule
     std::string as;      ///< "any", "text", "number" or "shape"
 };
 
-/// Reads the rules of a recording's header; what is no rule is left out.
+/// Reads the rules of a recording's header; entries that are not rules are ignored.
 std::vector<Rule> rulesFrom(const Json &mayDiffer);
 
 struct Difference
@@ -35,7 +35,7 @@ class Comparison
 public:
     explicit Comparison(std::vector<Rule> rules) : m_rules(std::move(rules)) {}
 
-    /// What the replay itself hands in: a placeholder in it stands for itself.
+    /// Adds text that the replay passes to the library: a placeholder in it stands for itself.
     void addGiven(const std::string &text);
 
     std::vector<Difference> differences(const std::string &subject, const Json &recorded,

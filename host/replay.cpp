@@ -28,7 +28,7 @@ Json parsedText(const std::string &text)
     return parseJson(text, error).value_or(Json());
 }
 
-/// What a recorded line says of the delivery itself.
+/// The content of the delivery that a recorded line describes.
 Json contentOf(Json got)
 {
     if (got.contains("event")) {
@@ -88,7 +88,7 @@ void Replay::subscribe(const Command &command, const Json &got)
 
 void Replay::replied(const std::string &method, long id, const Json &body)
 {
-    if (m_answered.count(id) != 0) { // or else nobody waited for it when it was recorded either
+    if (m_answered.count(id) != 0) { // or else not waited for when it was recorded either
         arrived(replyKey(method), id, body);
     }
 }

@@ -11,7 +11,7 @@
 
 namespace zefhost {
 
-/// What a replay found: nothing in it was expected.
+/// A difference that a replay found.
 struct Finding
 {
     int line = 0; ///< of the recording
@@ -38,10 +38,10 @@ public:
     /// \param key "event name" or "task type"
     void delivered(const std::string &key, const Json &body) { arrived(key, -1, body); }
 
-    /// Forgets what subscribing has brought, unless it belongs to the recording.
+    /// Drops the deliveries that subscribing caused, unless they belong to the recording.
     void begin();
 
-    /// Waits for what a recorded line names, and compares.
+    /// Waits for the delivery that a recorded line describes, and compares.
     /// \param isInterrupted ends the wait
     std::vector<Finding> expect(const Command &command, Milliseconds limit,
                                 const std::function<bool()> &isInterrupted);

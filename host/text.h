@@ -15,7 +15,7 @@ using Json = nlohmann::ordered_json;
 /// marks that change the direction of writing become escapes. Line breaks stay on request.
 std::string printable(const std::string &text, bool keepLineBreaks = false);
 
-/// UTF-8 of wide text; what is no character becomes U+FFFD.
+/// UTF-8 of wide text; an invalid code point becomes U+FFFD.
 std::string utf8(const std::wstring &text);
 
 /// Readable JSON over several lines, safe to print.

@@ -41,13 +41,13 @@ std::shared_ptr<Session> sessionOf(napi_env env, napi_value id)
     return session;
 }
 
-// newId() -> number that names nothing yet in this process
+// newId() -> a number that was not used before in this process
 napi_value newId(napi_env env, const Arguments &)
 {
     return valueOf(env, SharedFramework::instance().replies().newId());
 }
 
-// open(collect) -> session; collect() is called when there is something to take.
+// open(collect) -> session; collect() is called when deliveries are waiting.
 napi_value open(napi_env env, const Arguments &arguments)
 {
     return valueOf(env, Environment::of(env).addSession(env, arguments[0]));
@@ -111,7 +111,7 @@ napi_value stop(napi_env env, const Arguments &arguments)
         try {
             SharedFramework::instance().runApart([session] { session->stop(); });
         } catch (const std::system_error &) {
-            session->stop(); // no thread is to be had; better slow than never
+            session->stop(); // no thread could be started: stop on this one
         }
     }
     return valueOf(env, isStopping);
@@ -177,7 +177,7 @@ napi_value asynCall(napi_env env, const Arguments &arguments)
     return valueOf(env, isQueued);
 }
 
-// settle(): lets a start or stop that is under way end before the process does
+// settle(): waits a short time for a start or stop in progress
 napi_value settle(napi_env, const Arguments &)
 {
     SharedFramework::instance().settle();

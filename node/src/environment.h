@@ -5,8 +5,7 @@
 #include <memory>
 #include <unordered_map>
 
-/// Everything that belongs to one JavaScript environment, or to one loading of the addon there, which
-/// deletes it.
+/// The addon's state in one JavaScript environment, which deletes it.
 ///
 /// Thread: JavaScript.
 class Environment
@@ -16,7 +15,7 @@ public:
     static void attach(napi_env env);
     static Environment &of(napi_env env);
 
-    /// Adds one whose mailbox is open.
+    /// Adds a session with an open mailbox.
     ReceiverId addSession(napi_env env, napi_value collect);
     /// Null when there is none.
     std::shared_ptr<Session> session(ReceiverId id) const;
@@ -24,7 +23,7 @@ public:
 
 private:
     Environment() = default;
-    /// Clean-up hook: from here on nothing reaches JavaScript.
+    /// Clean-up hook: afterwards nothing is delivered to JavaScript.
     static void end(void *environment);
 
     std::unordered_map<ReceiverId, std::shared_ptr<Session>> m_sessions;

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-/// The loader's own words for what went wrong last on this thread.
+/// The loader's text for its last error on this thread.
 std::string lastLoaderError();
 
 /// The folder that the addon itself was loaded from; empty when the loader does not say.
@@ -21,8 +21,8 @@ struct Inspection
     std::string error; ///< then the loader's reason
 };
 
-/// Looks for a library by name or path and leaves it as it was.
-/// \param isLoading whether to load it for the moment; otherwise only what is loaded is found.
+/// Looks for a library by name or path, without keeping it loaded.
+/// \param isLoading whether to load it temporarily; otherwise only a loaded library is found.
 Inspection inspectLibrary(const std::string &name, bool isLoading);
 
 /// Hands a JSON text to the mock of the account library, which is found only while it is loaded.

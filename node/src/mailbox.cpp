@@ -11,8 +11,8 @@ namespace {
 constexpr std::size_t kMostAtOnce = 256;
 constexpr std::size_t kMostWaitingBytes = std::size_t{64} * 1024 * 1024;
 
-/// What a listener throws is dealt with in JavaScript. What is left here is the termination of a
-/// worker, and that must stay unhandled.
+/// Exceptions of listeners are handled in JavaScript. An exception that gets here is the
+/// termination of a worker, which must stay unhandled.
 void callCollect(napi_env env, napi_value collect, void *, void *)
 {
     napi_value receiver = nullptr;

@@ -9,23 +9,23 @@
 #include <string_view>
 #include <unordered_map>
 
-/// Names a receiver on the JavaScript side. Counts up and is never used twice in one process, so that
-/// whatever arrives late meets nobody.
+/// Names a receiver on the JavaScript side. Counts up and is never used twice in one process, so
+/// that a late delivery never reaches another receiver.
 using ReceiverId = std::int64_t;
 
-/// The way of texts from any thread to the JavaScript thread of one session.
+/// Passes texts from any thread to the JavaScript thread of one session.
 ///
-/// The first delivery of an empty mailbox calls JavaScript, which takes what has arrived by then and
-/// comes again by itself until nothing is left. Shared by the session and by every callback object
-/// that may still be called when the session is gone. Posting never waits for the JavaScript thread.
+/// The first delivery to an empty mailbox calls collect in JavaScript, which then takes deliveries,
+/// turn by turn, until none is left. Shared by the session and by every callback object that may
+/// still be called when the session is gone. Posting never waits for the JavaScript thread.
 class Mailbox
 {
 public:
     enum class Kind {
         outcome, ///< of a start or stop; the only one that a silent mailbox takes
         reply,   ///< to a call; as many as there are calls
-        event, ///< has no text; one that is still waiting stands for all that follow, and counts them
-        message ///< dropped, and counted, while 64 MB of them are waiting
+        event,   ///< has no text; one that is waiting absorbs those that follow, and counts them
+        message  ///< dropped, and counted, while 64 MB of them are waiting
     };
 
     Mailbox() = default;
@@ -36,10 +36,10 @@ public:
     /// Throws when the environment refuses. Thread: JavaScript.
     void open(napi_env env, napi_value collect);
 
-    /// The oldest deliveries as [id, text, id, text, ...], so few of them that handling them does
-    /// not hold the event loop up; [0, number] first when messages were dropped. An event has a number
-    /// in place of the text: how many it stands for. A text that is too long for JavaScript is null.
-    /// After an empty array collect is called again. Thread: JavaScript.
+    /// The oldest deliveries as [id, text, id, text, ...], few enough not to block the event loop;
+    /// [0, number] first when messages were dropped. An event has a number in place of the text:
+    /// how many it stands for. A text that is too long for JavaScript is null. After an empty array
+    /// collect is called again. Thread: JavaScript.
     napi_value take(napi_env env);
 
     /// Drops everything but outcomes, from now on and what is waiting. Thread: any.

@@ -12,7 +12,7 @@
 
 using zelectronframeworkspace::IElectronCallback;
 
-/// Of these there is one block, which is seen at many addresses.
+/// One block of these is mapped at many addresses.
 class Replies::Callback : public IElectronCallback
 {
 public:
@@ -27,7 +27,7 @@ namespace {
 constexpr std::size_t kBlockSize = std::size_t{256} * 1024; // a multiple of every page size
 constexpr std::size_t kBlocks = 16384; // Linux allows a process four times as many mappings
 constexpr std::size_t kPerBlock = kBlockSize / sizeof(IElectronCallback);
-// After so many calls the first address is used again.
+// The first address is reused after this many calls.
 constexpr std::size_t kPlaces = kBlocks * kPerBlock;
 
 std::size_t placeOf(ReceiverId id)
@@ -38,7 +38,7 @@ std::size_t placeOf(ReceiverId id)
 /// \return -1 when the system refuses.
 int memoryFile()
 {
-    // Some systems demand that such a file is never executable, and older ones know no such flag.
+    // Some systems require that such a file is never executable; older ones do not know the flag.
     constexpr unsigned kNeverExecutable = 8; // MFD_NOEXEC_SEAL
     const char *const name = "zelectronframework";
     const int file = memfd_create(name, MFD_CLOEXEC | kNeverExecutable);
@@ -128,7 +128,7 @@ void Replies::answer(const Callback *callback, const char *text)
     }
 }
 
-/// Fills the block that all of them show, and reserves their addresses. The mutex is held.
+/// Creates the memory that is mapped as every block. The mutex is held.
 void Replies::prepare()
 {
     if (m_file < 0) {

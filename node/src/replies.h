@@ -11,10 +11,10 @@
 
 /// The callbacks of queued calls.
 ///
-/// The account library may answer a call twice, or long after everybody has stopped waiting for it,
-/// so that no callback could ever be deleted. Therefore a callback is only an address: all of them
-/// are one block of objects without members, mapped again and again, and the address says which call
-/// is answered. A call that was answered leaves nothing behind. See decision record 0011.
+/// The account library may answer a call twice, or long after the caller has stopped waiting, so
+/// that no callback could ever be deleted. Therefore a callback is only an address: one block of
+/// objects without members is mapped at many addresses, and the address tells which call is
+/// answered. A call that was answered leaves nothing behind. See decision record 0011.
 ///
 /// Thread: all functions are callable from any.
 class Replies
@@ -35,7 +35,7 @@ public:
     /// Forgets every open call: the framework was stopped.
     void clear();
 
-    /// Second answers are posted to everybody who is running: nobody knows whose they are.
+    /// Second answers are posted to all running sessions, because their caller is no longer known.
     void join(std::shared_ptr<Mailbox> mailbox);
     void leave(const std::shared_ptr<Mailbox> &mailbox);
 
@@ -58,7 +58,7 @@ private:
     std::unordered_map<std::size_t, OpenCall> m_open; // by its place among the addresses
     std::vector<std::shared_ptr<Mailbox>> m_running;
 
-    int m_file = -1;         // what all blocks show
+    int m_file = -1;         // the memory that is mapped as every block
     char *m_range = nullptr; // where they are mapped
     std::vector<bool> m_isMapped;
     char *m_newest = nullptr;

@@ -98,7 +98,7 @@ bool Session::keepShare()
     return m_hasShare;
 }
 
-/// \return whether there was a share, which now is the caller's to give back.
+/// \return whether there was a share, which the caller must return now.
 bool Session::takeShare()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);

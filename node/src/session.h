@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-/// What a session listens to before anybody learns of the start, so that nothing early is missed.
+/// Listeners that are added before the start is reported, so that no early delivery is missed.
 struct EarlyListeners
 {
     std::vector<std::pair<ReceiverId, std::string>> events;
@@ -34,13 +34,13 @@ public:
     /// with the type that was refused.
     void start(const StartRequest &request, const EarlyListeners &listeners);
 
-    /// From here on nothing but the end of stop is delivered.
+    /// Afterwards only the outcome of stop is delivered.
     /// \return false when there is no share to give back, and stop must not be called then.
     bool prepareStop();
     /// Posts an empty outcome in the end.
     void stop();
 
-    /// The environment ends: gives the share back, or sees to it that a start under way does.
+    /// The environment ends: returns the share, or makes a start in progress return it.
     void abandon();
 
     bool listen(ReceiverId id, const std::string &event);

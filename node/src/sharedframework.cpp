@@ -14,8 +14,8 @@ using zelectronframeworkspace::IElectronFramework;
 
 namespace {
 
-// A process ends within a second, whatever the account library is doing; the framework library itself
-// waits for half a second at most.
+// Bounds the delay of the process's exit, whatever the account library is doing. The framework
+// library itself waits up to half a second.
 constexpr std::chrono::milliseconds kLongestWait{200};
 
 /// \return where the framework library was loaded from; empty when it was not.
@@ -52,7 +52,7 @@ std::string SharedFramework::join(const StartRequest &request)
         ++m_shares;
         return "joined";
     }
-    stop(); // one that was abandoned
+    stop(); // a framework that was abandoned
     failure = start(request);
     if (!failure.empty()) {
         return failure;
@@ -129,8 +129,8 @@ std::string SharedFramework::load(const std::string &library)
     if (m_framework) {
         return library == m_library ? "" : "other " + m_library;
     }
-    // A second copy of this package has one of its own, or somebody else's code uses it: two sides
-    // would stop it below each other.
+    // Another copy of this package, or other code, uses the library: each side would stop the
+    // framework while the other one uses it.
     const std::string foreign = m_isInspected ? std::string() : loadedFramework();
     if (!foreign.empty()) {
         return "other " + foreign;
@@ -153,7 +153,7 @@ std::string SharedFramework::load(const std::string &library)
 
 std::string SharedFramework::start(const StartRequest &request)
 {
-    // Closed again in the end: the framework holds what it found, and unloads what it unloads.
+    // Closed at the end of this function: the framework has its own references by then.
     LoadedLibraries libraries;
     for (const NamedLibrary &library : request.closed) {
         const std::string failure = libraries.add(library);

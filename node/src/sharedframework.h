@@ -16,7 +16,7 @@
 struct StartRequest
 {
     std::string library;              ///< path of the framework library
-    std::vector<NamedLibrary> closed; ///< those that do not lie where the framework looks
+    std::vector<NamedLibrary> closed; ///< those that are not where the framework looks
     std::string account;              ///< where it looks for the account library; empty when named
     std::string settings;
     bool isJoining = false; ///< takes a running framework whatever its settings are
@@ -46,15 +46,15 @@ public:
     /// Returns a share; the last one stops the framework. Thread: any but JavaScript, blocking.
     void leave();
 
-    /// Returns a share without waiting for anything: a framework that nobody uses any more runs on
-    /// until the process ends or the next one joins, who gets a new one. Thread: any.
+    /// Returns a share without waiting for anything: an unused framework keeps running until the
+    /// process ends or the next session joins, which restarts it. Thread: any.
     void abandon();
 
-    /// Runs a join or leave on a thread of its own. Throws when there is no thread to be had.
+    /// Runs a join or leave on a thread of its own. Throws when no thread can be started.
     void runApart(std::function<void()> change);
 
-    /// Waits for what runs apart, for a moment at most and in vain only once: the exit of the process
-    /// would destroy what it is using. Thread: any.
+    /// Waits a short time for joins and leaves in progress, because the exit of the process would
+    /// destroy objects that they use. Once that was in vain, it never waits again. Thread: any.
     void settle();
 
     /// Null before the first join. Thread: any.
@@ -62,10 +62,10 @@ public:
 
     Replies &replies() { return m_replies; }
 
-    /// To be called before a library is looked at: that may load the framework library for good.
+    /// To be called before an inspection, which may load the framework library permanently.
     void beforeInspection();
 
-    /// The one of that type; whether the type exists, the framework says at the first subscription.
+    /// The relay of that type; the first subscription shows whether the type exists.
     TaskRelay &taskRelay(const std::string &typeName);
 
     int shares() const { return m_shares; }
@@ -85,7 +85,7 @@ private:
     std::atomic<int> m_shares{0};
     std::atomic<zelectronframeworkspace::IElectronFramework *> m_framework{nullptr};
 
-    std::atomic<bool> m_isInspected{false}; // whoever loaded the framework library, it was us
+    std::atomic<bool> m_isInspected{false}; // our inspection has loaded the framework library
 
     std::mutex m_changesMutex; // guards the other three
     std::condition_variable m_changed;

@@ -53,7 +53,7 @@ for (const [way, [expected]] of Object.entries(ways)) {
   });
 }
 
-test('workers are terminated in a storm', async () => {
+test('workers are terminated under load', async () => {
   const { end, errors } = await run('workers', String(3 * rounds));
   assert.equal(end, 0, errors);
 });

@@ -15,7 +15,7 @@ public:
 
 /// Exists while the host thread handles an event; without effect on other threads. The exit of the
 /// process waits for it, half a second at most, because exit destroys the static objects of Qt and
-/// of the closed libraries. After that its constructor never returns.
+/// of the closed libraries. After that, its constructor blocks the host thread forever.
 class HostWorkScope
 {
 public:

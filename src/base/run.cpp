@@ -32,7 +32,7 @@ constexpr int kExitHandlers = 3; // those of the first start
 std::array<Counter, 32> s_counters;
 std::atomic<unsigned> s_threadCount{0};
 
-thread_local RunThread t_thread{}; // the braces spare it a constructor that runs at first use
+thread_local RunThread t_thread{}; // the braces make it constant-initialised: no check at each use
 
 /// The state in one word, so that entering reads all of it at once: from the highest bits down the
 /// Admission, the number of the run, and which of the two counts is in use.
@@ -176,7 +176,8 @@ Q_NEVER_INLINE RunEntry enterSlowly(RunThread &thread, State seen, Admission nee
     return now.run() == seen.run() ? enter(thread, thread.counter, now, needed) : RunEntry();
 }
 
-// The thread is read before the state: reading it is a call, which saves fewer registers then.
+// The thread is read before the state: reading it is a function call, before which fewer registers
+// have to be saved.
 
 inline RunEntry enterCurrent(Admission needed)
 {

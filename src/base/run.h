@@ -5,8 +5,8 @@
 #include <QtGlobal>
 
 /// \file
-/// One run of the framework, from init to uninit: what may still enter it, and who waits for what
-/// has entered.
+/// One run of the framework, from init to uninit: which operations may still enter it, and how
+/// shutdown waits for those inside.
 ///
 /// Operations of the host and deliveries of the account library are inside the run while they work.
 /// Shutdown lowers what the run admits, step by step, and each step waits for the entries made
@@ -14,10 +14,10 @@
 /// that a late call never enters a later run. fork and exit abandon the run: in the child, and
 /// while the process exits, nothing is admitted any more and every wait ends.
 ///
-/// The state belongs to the process and is never destroyed, because threads of others use it while
-/// the process exits. Thread: any, unless a function says otherwise.
+/// The state belongs to the process and is never destroyed, because threads of other libraries use
+/// it while the process exits. Thread: any, unless a function says otherwise.
 
-/// What a run admits. Each level includes the one before it.
+/// What a run admits. Each level includes the ones before it.
 enum class Admission : quint64 {
     Nothing = 0,                      ///< no run, or one that is over
     Deliveries = Q_UINT64_C(1) << 62, ///< start-up and shutdown: only the account library's
@@ -46,7 +46,7 @@ struct RunEntry
 class Run
 {
 public:
-    /// The number of the run that is under way, or of the last one.
+    /// The number of the current run, or of the last one.
     static quint64 current();
 
     /// Starts a new run, which admits deliveries. \return false when the process has abandoned the
@@ -85,7 +85,7 @@ public:
 
 /// Enters the run for as long as it lives; tests false when the run does not admit it.
 ///
-/// The host thread enters without being counted: it ends before the run is forgotten.
+/// The host thread enters without being counted: uninit waits for its end anyway.
 class RunScope
 {
 public:

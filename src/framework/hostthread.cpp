@@ -97,7 +97,7 @@ public:
     BlockedSignals &operator=(const BlockedSignals &) = delete;
 };
 
-/// However the host thread ends: its run is over, and init returns.
+/// Ends the run and lets init return, however the host thread ends.
 class RunOfThread
 {
 public:

@@ -9,7 +9,7 @@ namespace {
 
 std::atomic<QtMessageHandler> s_previousHandler{nullptr};
 
-// True on the thread that constructs the application: its line alone is dropped.
+// True on the thread that constructs the application: only its line is dropped.
 thread_local bool t_isStarting = false;
 
 void dropThreadLine(QtMsgType type, const QMessageLogContext &context, const QString &text)

@@ -56,8 +56,8 @@ ZElectronApplication::ZElectronApplication(int &argc, char **argv, ClosedLibrary
     // Qt fills this cache on first use without a lock; thread-safe methods read it on any thread.
     applicationFilePath();
 
-    // First, because the account library could register the type under the same name with code of
-    // its own, which would be unloaded with it.
+    // First, because the account library could register the type under the same name with its own
+    // code, which is unloaded with it.
     qRegisterMetaType<CallBackFunc>("CallBackFunc");
 
     g_electronApp = this;

@@ -47,7 +47,7 @@ bool ZElectronFramework::init(const char *settings)
     }
     return guarded(
         [this, settings] {
-            m_hostThread.reset(); // one whose application could not be constructed
+            m_hostThread.reset(); // a thread whose application could not be constructed
             m_hostThread = std::make_unique<HostThread>();
             return m_hostThread->start(mapFromJsonText(settings));
         },
@@ -81,7 +81,8 @@ bool ZElectronFramework::call(const char *method, const char *params, IElectronC
                       [=](ZMethodDispatcher &dispatcher, const RunScope &scope) {
                           JsonWriter text;
                           {
-                              // Freed here: a long reply would be in memory twice with the log line.
+                              // Freed at the end of the block: a long reply would be in memory
+                              // twice beside its log line.
                               const QVariantMap reply =
                                   dispatcher.call(method, mapFromJsonText(params));
                               if (!callback) {

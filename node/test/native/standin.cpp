@@ -21,7 +21,7 @@ namespace {
 using zefstandin::AccountControl;
 using zefstandin::Thread;
 
-/// The keeper stays mapped for good, so that a storm may outlive everything.
+/// The keeper stays mapped for good, so that the load can outlive everything else.
 AccountControl *control()
 {
     void *const keeper = dlopen("libzaccountkeeper.so", RTLD_LAZY | RTLD_NOLOAD);

@@ -66,7 +66,7 @@ QVariantMap checkConnection(const QString &address)
     const std::unique_ptr<QThread> thread(
         QThread::create([&check, address] { check = connectTo(address); }));
     thread->start();
-    thread->wait(ULONG_MAX); // the overload that every Qt 5 has
+    thread->wait(ULONG_MAX); // this overload exists in every Qt 5
     return check;
 }
 
