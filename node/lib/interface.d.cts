@@ -3,11 +3,11 @@ import type { JsonLike, JsonObject, NoParams } from '../index.cjs';
 
 /** A proxy, and who signs in to it. */
 export interface ProxySettings {
-  /** 1 the system's configuration, 2 HTTP, 3 SOCKS5, any other none. Default: `0`. */
+  /** 1: system configuration, 2: HTTP, 3: SOCKS5, any other value: no proxy. Default: `0`. */
   proxyType?: number;
   /** Host name or address. Default: `""`. */
   proxyHost?: string;
-  /** Port; the low 16 bits count. Default: `0`. */
+  /** Port; only the low 16 bits are used. Default: `0`. */
   proxyPort?: number;
   /** User name. Default: `""`. */
   proxyUser?: string;
@@ -21,7 +21,9 @@ export interface ProxySettings {
 export interface AccountEntry {
   /** A company account. */
   is_company_account: boolean;
-  /** The account library's own mark; the current user is the one whose id is current. */
+  /**
+   * As the account library marks it. The current user is the one whose id is the current user id.
+   */
   is_current: boolean;
   /** Signed in. */
   is_login: boolean;
@@ -179,8 +181,8 @@ export interface Methods {
    * `callSync` may call it.
    *
    * Fails with
-   * - "accessbaseService is nullptr": There is no device service; tested first.
-   * - "deviceCode is empty": It is absent, empty or no object.
+   * - "accessbaseService is nullptr": There is no device service; checked first.
+   * - "deviceCode is empty": It is absent, empty or not an object.
    */
   'accessbase.getDeviceHeader': {
     params: {
@@ -205,7 +207,7 @@ export interface Methods {
   };
 
   /**
-   * Completes a sign-in with what the office suite or a login page granted.
+   * Completes a sign-in with the grant of the office suite or of a login page.
    *
    * The parameters reach the account library as they are; those named here are what the mock knows.
    *
@@ -222,7 +224,7 @@ export interface Methods {
       randcode?: string;
       /** Code of a grant. Secret. */
       authorizeCode?: string;
-      /** Whether the office suite granted. */
+      /** Whether the office suite granted the request. */
       bResult?: boolean;
       /** Stay signed in. */
       keepOnline?: boolean;
@@ -265,7 +267,10 @@ export interface Methods {
    */
   'account.quickLogin': {
     params: {
-      /** Whom the office suite should sign in; empty: its own user. Default: `""`. */
+      /**
+       * User whom the office suite should sign in; empty: the user of the office suite. Default:
+       * `""`.
+       */
       userId?: string;
       /** Stay signed in. Default: `false`. */
       keepOnline?: boolean;
@@ -379,9 +384,9 @@ export interface Methods {
    */
   'account.logout': {
     params: JsonLike & {
-      /** Whom; by default the current user. */
+      /** User to sign out; the current user by default. */
       userId?: string;
-      /** Why. */
+      /** Reason, kept with the account. */
       reason?: string;
       /** Also forget the account. */
       removeAccount?: boolean;
@@ -418,7 +423,7 @@ export interface Methods {
   };
 
   /**
-   * Asks the office suite for its user, who must not be known here yet. The task
+   * Asks the office suite for its user, who must not be in the account list yet. The task
    * "getAuthorizedUserInfoOffice" asks the office suite.
    *
    * Fails with
@@ -427,7 +432,7 @@ export interface Methods {
    * - "getUserInfo failed": Later: the office suite refused without a reason. With one, its
    *   "reason" is the text; an empty one becomes "fail".
    * - "account is nullptr": Later: there is no account service.
-   * - "already logined user": Later: the user is known here already.
+   * - "already logined user": Later: the user is in the account list already.
    */
   'account.getOfficeUserInfo': {
     params: NoParams;
@@ -524,7 +529,7 @@ export interface Methods {
    */
   'account.getUrlWithAuthorizeCode': {
     params: JsonLike & {
-      /** The page. */
+      /** URL of the page. */
       url?: string;
     } | undefined;
     data: {
@@ -570,11 +575,11 @@ export interface Methods {
   };
 
   /**
-   * Reports the meeting status to the office suite. The task "notifyOfficeMsg" carries it. Also the
-   * way to answer a "getMeetingStatus" task message.
+   * Reports the meeting status to the office suite. It is sent with the task "notifyOfficeMsg".
+   * Also answers a "getMeetingStatus" task message.
    *
    * Fails with
-   * - "scheduler is null": There is no scheduler; tested first.
+   * - "scheduler is null": There is no scheduler; checked first.
    * - "event, data or busyType is empty": One of them is absent or empty.
    * - "submit to office fail": The scheduler did not accept the task.
    * - "no office app": Later: no application of the office suite is running.
@@ -598,11 +603,11 @@ export interface Methods {
    */
   'network.updateProxyInfo': {
     params: {
-      /** 1 the system's configuration, 2 HTTP, 3 SOCKS5, any other none. Default: `0`. */
+      /** 1: system configuration, 2: HTTP, 3: SOCKS5, any other value: no proxy. Default: `0`. */
       proxyType?: number;
       /** Host name or address. Default: `""`. */
       proxyHost?: string;
-      /** Port; the low 16 bits count. Default: `0`. */
+      /** Port; only the low 16 bits are used. Default: `0`. */
       proxyPort?: number;
       /** User name. Default: `""`. */
       proxyUser?: string;
@@ -619,7 +624,7 @@ export interface Methods {
    * Passes custom domains to the account library, one by one in ascending order of the keys.
    *
    * Fails with
-   * - "param is empty": There are no parameters; tested first.
+   * - "param is empty": There are no parameters; checked first.
    * - "domainMgr is null": There is no domain service.
    */
   'network.setCustomDomain': {
@@ -690,7 +695,7 @@ export interface TaskMessages {
   /**
    * What the office suite asks of the meeting application.
    *
-   * The first registration counts; a later one is accepted and changes nothing. Registering also
+   * Only the first registration takes effect; a later one is accepted and ignored. Registering also
    * asks the office suite for the current meeting: when it has one, an "enterMeeting" follows, in
    * which both texts may be empty. An "enterMeeting" message with neither URL nor access code, and
    * a message of another type, are logged and not delivered.
@@ -754,17 +759,17 @@ export interface MockPerson extends Partial<AccountEntry> {
   authorizeCode?: string;
 }
 
-/** The office suite that the mock plays. */
+/** The office suite that the mock simulates. */
 export interface MockOffice {
-  /** An office suite is there. Default: `true`. */
+  /** Whether an office suite is running. Default: `true`. */
   present?: boolean;
-  /** It grants what it is asked for. Default: `true`. */
+  /** Whether it grants requests. Default: `true`. */
   grants?: boolean;
   /** Why it refuses. */
   reason?: string;
   /** Who is signed in there. Default: `"10001"`. */
   userId?: string;
-  /** Its current meeting, which a new listener of `meetingDataChangeTask` is told. */
+  /** Its current meeting, which is delivered to a new listener of `meetingDataChangeTask`. */
   meeting?: {
     /** URL of the meeting. */
     meetingUrl: string;
@@ -803,9 +808,9 @@ export interface MockScript {
   null?: boolean;
   /** Thrown inside the call, as a C++ exception with this text. */
   throw?: string;
-  /** The same, when everything else is done. */
+  /** The same, at the end of the call, after any answer given inside it. */
   throwAfter?: string;
-  /** Reply in place of the honest one, of any shape; nothing is changed then. */
+  /** Reply instead of the normal one, of any shape; the state of the mock does not change. */
   reply?: JsonLike;
   /** Result of an operation that returns a text or a signature. */
   text?: string;
@@ -823,19 +828,19 @@ export interface MockScript {
   releaseAfterMs?: number;
   /** Not answered when the framework closes before the answer. */
   dropAtUninit?: boolean;
-  /** Waits in an event loop of its own first. */
+  /** First waits that long in a nested event loop. */
   loopMs?: number;
   /** Ends the library's core application. */
   quit?: boolean;
   /** Tasks and `registerMessageTask` only: deletes the object that came with it. */
   destroyContext?: boolean;
-  /** `notifier` only: one that has no events. */
+  /** `notifier` only: returns an object without signals. */
   plainNotifier?: boolean;
   /** `uninit` only: what Qt still has of the mock's code or data when the mock is unloaded. */
   leave?: 'notifier' | 'notifierToDelete' | 'timer' | 'child' | 'functor' | 'names';
-  /** How many calls are left alone first. Default: `0`. */
+  /** Number of calls before the script applies. Default: `0`. */
   skip?: number;
-  /** How many calls it is for; -1 for all. Default: `-1`. */
+  /** Number of calls that it applies to; -1: all. Default: `-1`. */
   count?: number;
 }
 
@@ -894,7 +899,7 @@ export interface MockKnowledge {
   accounts?: readonly MockPerson[];
   /** Further accounts "user-1", "user-2", ... Default: `0`. */
   generateAccounts?: number;
-  /** Whom the account service knows besides. Default: one, "10001". */
+  /** Further persons that the account service knows. Default: one, "10001". */
   users?: readonly MockPerson[];
   /** Whose account is the current one. Default: `""`. */
   currentUserId?: string;
@@ -911,9 +916,12 @@ export interface MockKnowledge {
   office?: MockOffice;
   /** "host:port" that `accessbase.getDeviceNetworkStatus` connects to; none by default. */
   networkCheck?: string;
-  /** Where login operations answer. Default: `"worker"`. */
+  /**
+   * On which thread login operations answer: a worker, or the caller's inside the call. Default:
+   * `"worker"`.
+   */
   answers?: 'worker' | 'inline';
-  /** What operations do instead of their honest work. */
+  /** What operations do instead of their normal work. */
   script?: MockScripts;
 }
 
@@ -934,7 +942,7 @@ export interface MockSettings extends Partial<MockKnowledge> {
   initFinishedAfterMs?: number;
   /** Writes a line to the log at the start, at the end and for every event. Default: `false`. */
   log?: boolean;
-  /** Not 0: misbehaves at random, but the same way for the same number. Default: `0`. */
+  /** If not 0: random misbehaviour, the same for the same number. Default: `0`. */
   hostileSeed?: number;
   /** For measurements: operations cost next to nothing and answer at once. Default: `false`. */
   noCost?: boolean;
@@ -975,12 +983,12 @@ export interface MockState {
   meetingStatus?: JsonObject;
   /** What `network.setCustomDomain` set. */
   domains?: JsonObject;
-  /** By operation, how many calls its scripts are still for; -1 for all. */
+  /** By operation, the number of calls that its scripts still apply to; -1: all. */
   scripts: {
     [name: string]: number;
   };
   /** The operations whose answers are held. */
   held: string[];
-  /** Something is on its way from the mock to the framework. */
+  /** A delivery from the mock to the framework is queued or running. */
   busy: boolean;
 }
