@@ -27,6 +27,9 @@ void applicationIsAskedToQuit(HostFixture &host)
 {
     host.start();
     host.script("logout", R"({"quit":true})");
+    host.library.account().setAction("logout", [] {
+        QObject::connect(qApp, &QCoreApplication::aboutToQuit, qApp, [] { throw 1; });
+    });
     for (int i = 0; i < 3; ++i) {
         require(!host.asynCall("account.logout").isEmpty(), "logout");
         require(isServing(host), "the host thread has ended");
@@ -61,11 +64,19 @@ void handlersAreDestroyed(HostFixture &host)
              {"getAuthorizedUserInfoOffice", "notifyOfficeMsg/getMeetingStatus"}) {
             host.script(task, R"({"destroyContext":true})");
         }
-        for (const char *reply : {R"("ok")", R"("fail")"}) {
-            require(host.asynCall("account.getOfficeUserInfo").contains(reply), "account");
-            require(host.asynCall("meeting.changeMeetingStatus", report).contains(reply),
-                    "meeting");
+        Recorder replies;
+        onHostThread(host, [&] { // all are queued before the first runs
+            for (int i = 0; i < 2; ++i) {
+                host.framework.asynCall("account.getOfficeUserInfo", "{}", &replies);
+                host.framework.asynCall("meeting.changeMeetingStatus", report, &replies);
+            }
+        });
+        int granted = 0;
+        for (int i = 0; i < 4; ++i) {
+            granted += replies.text().contains(R"("ok")");
         }
+        require(granted == 2, "not those before the handlers were destroyed");
+        require(host.asynCall("account.getOfficeUserInfo").contains("fail"), "afterwards");
         require(isServing(host), "serving");
         require(host.framework.uninit(), "uninit");
     }
