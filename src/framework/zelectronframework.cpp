@@ -56,6 +56,9 @@ bool ZElectronFramework::init(const char *settings)
 
 bool ZElectronFramework::uninit()
 {
+    if (Run::isAbandoned()) {
+        return false; // without a log line: in a child the log library may be locked for good
+    }
     if (Run::isInsideLibrary()) {
         logError("uninit", "refused inside a callback of the library");
         return false;

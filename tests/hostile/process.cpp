@@ -43,7 +43,7 @@ bool everythingIsRefused(HostFixture &host)
 void forkEverywhere(HostFixture &host)
 {
     host.library.log().setRecording(false);
-    int children = 0;
+    std::atomic<int> children{0};
     const auto forkHere = [&] {
         const auto isRefused = [&] {
             sigset_t blocked;
@@ -58,6 +58,12 @@ void forkEverywhere(HostFixture &host)
         host.library.account().setAction(operation, forkHere);
     }
     require(host.library.start(), "init");
+    std::atomic<bool> isOver{false};
+    std::thread logger([&] { // holds the log library's lock during most forks
+        while (!isOver) {
+            host.library.account().writeLog("info", "line", Thread::caller);
+        }
+    });
     host.call("accessbase.getDeviceInfo");
     Action callback(forkHere); // answered on a library thread
     host.framework.asynCall("account.logout", "{}", &callback);
@@ -65,6 +71,8 @@ void forkEverywhere(HostFixture &host)
     require(waitFor([&] { return children == 5; }), "somebody did not fork");
     require(host.framework.uninit(), "uninit");
     require(children == 6, "not in uninit");
+    isOver = true;
+    logger.join();
 }
 
 /// The child goes on as its host thread, with events in the queue.
