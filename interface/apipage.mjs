@@ -2,7 +2,7 @@
 // the description of the interface.
 import { eventRows, messageRows, sentence, settingsRows, table, wrapped } from './markdown.mjs';
 
-/** \returns the paragraphs of a doc comment; each tag becomes one. */
+/** @returns the paragraphs of a doc comment; each tag becomes one. */
 function comment(lines) {
   const text = lines
     .map((line) => line.replace(/^\s*(\/\*\*|\*\/|\*)? ?/, '').replace(/\s*\*\/$/, ''))
@@ -24,7 +24,7 @@ function comment(lines) {
 const depthOf = (text) =>
   (text.match(/[({[]/g) ?? []).length - (text.match(/[)}\]]/g) ?? []).length;
 
-/** \returns the declarations of a text as { words, code }; the words are those of the comment. */
+/** @returns the declarations of a text as { words, code }; the words are those of the comment. */
 function declarations(text) {
   const found = [];
   let words = [];

@@ -187,7 +187,7 @@ function taskPages(document) {
     .join('\n\n');
 }
 
-/** \param page where the types are described, if not on the same page */
+/** @param page where the types are described, if not on the same page */
 export function settingsRows(schema, path = '', page = '') {
   return Object.entries(schema.properties).flatMap(([name, field]) => {
     const at = path ? `${path}.${name}` : name;

@@ -63,7 +63,7 @@ function closed(role, name, libraries, note, severity) {
     : found(role, closedLibrary(name, libraries.library), note, severity);
 }
 
-/** \returns the path of a library; undefined, and the reason is noted, if it cannot be loaded. */
+/** @returns the path of a library; undefined, and the reason is noted, if it cannot be loaded. */
 function found(role, file, note, severity) {
   const error = path.isAbsolute(file) ? fileError(role, file) : undefined;
   const inspection = error ? {} : native().inspect(file, true);

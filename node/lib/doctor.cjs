@@ -54,7 +54,7 @@ async function roundTrip() {
   return `with the mock: started, answered, stopped in ${(performance.now() - start).toFixed(0)} ms`;
 }
 
-/** \returns a diagnosis with its `text`, after a round trip with the mock if isTried() is true. */
+/** @returns a diagnosis with its `text`, after a round trip with the mock if isTried() is true. */
 async function examine(options, isTried) {
   const report = diagnose(options);
   if (report.addon !== undefined) {

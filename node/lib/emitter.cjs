@@ -20,7 +20,7 @@ class FrameworkEmitter extends EventEmitter {
   #changed;
   #releases = new WeakMap(); // registered function -> function that removes its abort listener
 
-  /** \param changed is told the event whose listeners may have changed. */
+  /** @param changed is told the event whose listeners may have changed. */
   constructor(changed) {
     super();
     this.#changed = changed;
@@ -76,7 +76,7 @@ class FrameworkEmitter extends EventEmitter {
     return new Subscription(() => this.off(event, own));
   }
 
-  /** \returns the signal. */
+  /** @returns the signal. */
   #checked(where, event, listener, options) {
     if (!events.has(event) && !emitterEvents.has(event)) {
       const message = `there is no event ${shown(event)}${didYouMean(event, events)}`;

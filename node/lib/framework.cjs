@@ -102,7 +102,7 @@ class ElectronFramework extends FrameworkEmitter {
     }
   }
 
-  /** \returns [name, receiver id] for each of the names that has listeners. */
+  /** @returns [name, receiver id] for each of the names that has listeners. */
   #early(names, receive) {
     return this.#heard(names).map((name) => {
       const id = receive(name);
@@ -227,7 +227,7 @@ class ElectronFramework extends FrameworkEmitter {
     return this.#listenToTask(type, signal, own);
   }
 
-  /** \param own receives the texts of messages; each registration has its own function. */
+  /** @param own receives the texts of messages; each registration has its own function. */
   #listenToTask(type, signal, own, ended) {
     const listeners = this.#taskListeners.get(type) ?? new Set();
     this.#taskListeners.set(type, listeners);

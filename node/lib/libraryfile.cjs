@@ -32,7 +32,7 @@ function neededLength(head) {
   return needed;
 }
 
-/** \returns why a file is no library for this process, as { kind, reason }, or undefined. */
+/** @returns why a file is no library for this process, as { kind, reason }, or undefined. */
 function faultOf(file) {
   const fault = (kind, reason) => ({ kind, reason: `${file} ${reason}` });
   try {

@@ -22,7 +22,7 @@ const followed = new WeakMap(); // signal -> { ends, listener }
 /**
  * Calls `end` with the reason when a signal aborts. All calls that share a signal share one listener,
  * because Node.js warns of a leak when a signal has many.
- * \returns a function that stops following the signal and never throws
+ * @returns a function that stops following the signal and never throws
  */
 function whenAborted(signal, end) {
   const { ends, listener } = followed.get(signal) ?? follow(signal);
@@ -58,7 +58,7 @@ function reasonOf(signal) {
 /**
  * Calls `end` with an error when the signal of a request aborts or its time is over. Throws when the
  * signal has aborted already or refuses a listener.
- * \returns a function that stops both and never throws
+ * @returns a function that stops both and never throws
  */
 function startLimits(where, { method, signal, timeout = Infinity }, end) {
   const releases = [];

@@ -47,7 +47,7 @@ function loadError(role, code, reason, remedy, cause) {
   return new FrameworkError(code, message, { remedy, cause });
 }
 
-/** \returns the error of a file that cannot be loaded, known without trying; or undefined. */
+/** @returns the error of a file that cannot be loaded, known without trying; or undefined. */
 function fileError(role, file, cause) {
   const fault = faultOf(file);
   if (!fault) return undefined;
@@ -122,7 +122,7 @@ const causes = [
 
 /**
  * Maps the loader's message to a cause and a remedy.
- * \param file its path, or a bare name that the loader looks for
+ * @param file its path, or a bare name that the loader looks for
  */
 function explainLoad(role, file, text, cause) {
   const isPath = file.includes('/');

@@ -20,14 +20,14 @@ class Masking {
     this.#replace = replace;
   }
 
-  /** \param isSecret is called with the name of a value and whether it is a top-level member. */
+  /** @param isSecret is called with the name of a value and whether it is a top-level member. */
   text(text, isSecret) {
     if (typeof text !== 'string') return text;
     const value = parsed(text);
     return value === undefined ? this.#known(text) : JSON.stringify(this.value(value, isSecret));
   }
 
-  /** \param mark the result of isSecret for its name; 'whole' applies to everything inside too */
+  /** @param mark the result of isSecret for its name; 'whole' applies to everything inside too */
   value(value, isSecret, name, mark = false, isTop = true) {
     if (Array.isArray(value)) {
       return value.map((entry) => this.value(entry, isSecret, name, mark, false));
@@ -62,7 +62,7 @@ class Masking {
   }
 }
 
-/** \returns the object or array that a JSON text contains, or undefined. */
+/** @returns the object or array that a JSON text contains, or undefined. */
 function parsed(text) {
   if (!/^\s*[[{]/.test(text)) return undefined;
   try {
@@ -98,10 +98,10 @@ function secretData(method, { data, isOpen } = {}, isReply = false) {
 }
 
 /**
- * \returns a copy of a channel's context with its secrets replaced, for programs that show or keep
+ * @returns a copy of a channel's context with its secrets replaced, for programs that show or keep
  * it: those of the interface, everything undescribed that the account library receives or writes,
  * and both wherever they occur again in the reply or in an error's message.
- * \param replace gives the replacement from the value's name and text
+ * @param replace gives the replacement from the value's name and text
  */
 function mask(context, replace = () => '***') {
   if (typeof replace !== 'function')

@@ -28,7 +28,7 @@ function distance(one, other) {
 
 const lastPart = (name) => name.slice(name.lastIndexOf('.') + 1);
 
-/** \returns the known name that is nearest, whether the module was given or not; or undefined. */
+/** @returns the known name that is nearest, whether the module was given or not; or undefined. */
 function nearest(name, known) {
   if (typeof name !== 'string' || name.length > longestShown) return undefined;
   const word = name.toLowerCase();
@@ -42,7 +42,7 @@ function nearest(name, known) {
   return best;
 }
 
-/** \returns the end of a message about an unknown name: a suggestion, or nothing. */
+/** @returns the end of a message about an unknown name: a suggestion, or nothing. */
 function didYouMean(name, known) {
   const meant = nearest(name, known);
   return meant === undefined ? '' : `; did you mean ${meant}?`;

@@ -22,8 +22,8 @@ function isPlain(value) {
 }
 
 /**
- * \param code, where, what of the error
- * \returns the JSON text of an object
+ * @param code, where, what of the error
+ * @returns the JSON text of an object
  */
 function objectText(code, where, what, value) {
   try {

@@ -37,7 +37,7 @@ function refuse(where, reason) {
   throw new FrameworkError('ZEF_BAD_ARGUMENT', `${where}: ${reason}`);
 }
 
-/** Throws when an option is wrong. \returns a copy, for which each option is read once. */
+/** Throws when an option is wrong. @returns a copy, for which each option is read once. */
 function checkedOptions(where, operation, options) {
   if (options === undefined) return none;
   try {

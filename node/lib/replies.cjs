@@ -37,7 +37,7 @@ function parsed(value) {
   }
 }
 
-/** \returns what a call resolves to: the data, or with `raw` the reply as it came. */
+/** @returns what a call resolves to: the data, or with `raw` the reply as it came. */
 function readReply({ method, raw }, text) {
   if (text === null) {
     const message = `${method}: the reply is longer than JavaScript's longest text`;

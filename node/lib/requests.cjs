@@ -21,7 +21,7 @@ function requestOf(method, read) {
   }
 }
 
-/** \param options of the framework; a library that they name may have methods unknown to this package */
+/** @param options of the framework; a library that they name may have methods unknown to this package */
 function callRequest(operation, method, params, options, { libraryPath, timeout }) {
   return requestOf(method, () => {
     checkMethod(operation, method, libraryPath !== undefined);

@@ -30,7 +30,7 @@ class Session {
     return this.#id;
   }
 
-  /** \returns the id under which the addon delivers to `receiver`. */
+  /** @returns the id under which the addon delivers to `receiver`. */
   receive(receiver, id = native().newId()) {
     this.#receivers[id] = receiver;
     return id;
@@ -53,7 +53,7 @@ class Session {
 
   /**
    * Queues a call. Everything that can fail is done before the addon receives it.
-   * \param settle is called once, with the reply or else with an error.
+   * @param settle is called once, with the reply or else with an error.
    */
   ask(request, settle) {
     const { method, text, id = native().newId() } = request;
@@ -79,7 +79,7 @@ class Session {
     }
   }
 
-  /** \returns the outcome, as text of the addon. */
+  /** @returns the outcome, as text of the addon. */
   start({ library, account, closed }, settings, isJoining, events, tasks) {
     const files = closed.flatMap(({ name, file }) => [name, file]);
     const list = (names) => [...names].flatMap(([name, id]) => [String(id), name]);

@@ -15,7 +15,7 @@ const kinds = {
 
 /**
  * Calls `refuse` with a message where a value, which came from JSON, does not have the shape of that name.
- * \param path what messages call the value
+ * @param path what messages call the value
  */
 function checkShape(name, value, path, refuse) {
   check(shapes[name], value, path, refuse);

@@ -20,7 +20,7 @@ function sorted(_key, value) {
   return Object.fromEntries(Object.entries(value).sort(([a], [b]) => (a < b ? -1 : 1)));
 }
 
-/** Throws when the framework or the mock would refuse the settings. \returns them as text. */
+/** Throws when the framework or the mock would refuse the settings. @returns them as text. */
 function settingsText(given, isMock) {
   const settings = JSON.parse(objectText('ZEF_SETTINGS', 'init', 'settings', given), sorted);
   if (typeof settings.app !== 'object' || settings.app === null) {
@@ -146,7 +146,7 @@ const failures = {
     ),
 };
 
-/** \returns the error for an outcome of the addon, or undefined after a successful start. */
+/** @returns the error for an outcome of the addon, or undefined after a successful start. */
 function startFailure(outcome, libraries) {
   const [kind] = outcome.split(' ', 1);
   return failures[kind]?.(outcome.slice(kind.length + 1), libraries);

@@ -12,7 +12,7 @@ class MessageLoop {
   #isFull = false;
   #ended;
 
-  /** \param ended is called once. */
+  /** @param ended is called once. */
   constructor(ended) {
     this.#ended = ended;
   }

@@ -6,7 +6,7 @@ const { setImmediate } = require('node:timers'); // not one that a test has repl
 class Turns {
   #waiting = [];
 
-  /** Runs a step at once where no other one is running or waiting. \returns what the step returns. */
+  /** Runs a step at once where no other one is running or waiting. @returns what the step returns. */
   take(step) {
     return new Promise((resolve, reject) => {
       this.#waiting.push({ step, resolve, reject });

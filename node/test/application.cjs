@@ -32,7 +32,7 @@ function runProgram(text, name) {
   return run(process.execPath, [name]);
 }
 
-/** Packs and installs as the README says. \returns what that printed. */
+/** Packs and installs as the README says. @returns what that printed. */
 function install() {
   fs.mkdirSync(app);
   run('npm', ['pack', '--ignore-scripts', '--pack-destination', app], packageFolder);
@@ -63,7 +63,7 @@ const pages = [
     .map((name) => `docs/${name}`),
 ];
 
-/** \returns the snippets of one kind of all pages, for example 'js electron-main'. */
+/** @returns the snippets of one kind of all pages, for example 'js electron-main'. */
 const snippets = (kind) => pages.flatMap(snippetsOf).filter((snippet) => snippet.kind === kind);
 
 process.on('exit', () => fs.rmSync(root, { recursive: true, force: true }));

@@ -11,7 +11,7 @@ const rounds = isLong && !isEmulated ? 50 : 1;
 // An emulated processor is slower than the bar, which is meant for a real one.
 const limit = isEmulated ? 10000 : 1000;
 
-/** \returns exit code or signal, and the milliseconds from the moment that ends it to the end. */
+/** @returns exit code or signal, and the milliseconds from the moment that ends it to the end. */
 async function run(...way) {
   const child = spawn(nodeProgram, [require.resolve('./fixtures/exit.cjs'), ...way], {
     stdio: ['ignore', 'pipe', 'pipe'],
@@ -30,7 +30,7 @@ async function run(...way) {
   return { end: signal ?? code, milliseconds: Date.now() - start, errors };
 }
 
-/** \returns how long the slowest of some rounds took. */
+/** @returns how long the slowest of some rounds took. */
 async function slowestOf(way, expected) {
   let slowest = 0;
   for (let round = 0; round < rounds; round += 1) {

@@ -58,7 +58,7 @@ async function until(condition, what, limit = 5000) {
   }
 }
 
-/** \returns what is thrown where nobody catches it, until the test ends. */
+/** @returns what is thrown where nobody catches it, until the test ends. */
 function catchUncaught(t) {
   const thrown = [];
   const note = (error) => thrown.push(error);
