@@ -1,7 +1,7 @@
 #include "text.h"
 
-#include "terminal.h"
 #include "json/utf8.h"
+#include "terminal.h"
 
 #include <cstdint>
 #include <cstdio>

@@ -1,7 +1,7 @@
-#include "support/rows.h"
 #include "json/jsonobjecttexts.h"
 #include "json/jsonreader.h"
 #include "json/jsonwriter.h"
+#include "support/rows.h"
 
 #include <QDateTime>
 #include <QJsonArray>
