@@ -18,7 +18,7 @@ ISignService *signServiceOrReply(const CallBackFunc &callback)
 void replyPublicKey(const CallBackFunc &callback)
 {
     if (ISignService *service = signServiceOrReply(callback)) {
-        replySuccess(callback, serviceData(service->getJwkPublicKeyStr()));
+        replyOutput(callback, service->getJwkPublicKeyStr());
     }
 }
 
@@ -38,7 +38,7 @@ void replyPopToken(const QVariantMap &params, const CallBackFunc &callback)
         return;
     }
 
-    replySuccess(callback, serviceData(signature));
+    replyOutput(callback, signature);
 }
 
 void replyLoginSignature(const QVariantMap &params, const CallBackFunc &callback)
@@ -55,7 +55,7 @@ void replyLoginSignature(const QVariantMap &params, const CallBackFunc &callback
         return;
     }
 
-    replySuccess(callback, serviceData(signature));
+    replyOutput(callback, signature);
 }
 
 void replyPkcePair(const CallBackFunc &callback)
@@ -72,6 +72,6 @@ void replyPkcePair(const CallBackFunc &callback)
         return;
     }
 
-    replySuccess(callback, serviceData(QVariantMap{{QStringLiteral("code_verifier"), verifier},
-                                                   {QStringLiteral("code_challenge"), challenge}}));
+    replyOutput(callback, QVariantMap{{QStringLiteral("code_verifier"), verifier},
+                                      {QStringLiteral("code_challenge"), challenge}});
 }

@@ -44,13 +44,12 @@ private:
     std::shared_ptr<Shared> m_shared;
 };
 
-} // namespace
-
-QVariantMap buildResult(bool success, const QString &message, const QVariantMap &data)
+/// \param data a map or a JsonText; invalid when there is none.
+QVariantMap buildReply(bool success, const QString &message, const QVariant &data)
 {
     // Inserted in key order, so that the map need not search.
     QVariantMap reply;
-    if (!data.isEmpty()) {
+    if (data.isValid()) {
         reply.insert(reply.constEnd(), kData, data);
     }
     if (!message.isEmpty()) {
@@ -60,6 +59,22 @@ QVariantMap buildResult(bool success, const QString &message, const QVariantMap 
     return reply;
 }
 
+bool replyWith(const CallBackFunc &callback, const QVariant &data)
+{
+    if (!callback) {
+        return false;
+    }
+    callback(buildReply(true, kSuccess, data));
+    return true;
+}
+
+} // namespace
+
+QVariantMap buildResult(bool success, const QString &message, const QVariantMap &data)
+{
+    return buildReply(success, message, data.isEmpty() ? QVariant() : data);
+}
+
 QVariantMap buildFailResult(const QString &message, const QVariantMap &data)
 {
     return buildResult(false, message.isEmpty() ? kFail : message, data);
@@ -67,11 +82,12 @@ QVariantMap buildFailResult(const QString &message, const QVariantMap &data)
 
 bool replySuccess(const CallBackFunc &callback, const QVariantMap &data)
 {
-    if (!callback) {
-        return false;
-    }
-    callback(buildResult(true, kSuccess, data));
-    return true;
+    return replyWith(callback, data.isEmpty() ? QVariant() : data);
+}
+
+bool replyJson(const CallBackFunc &callback, const JsonText &data)
+{
+    return replyWith(callback, QVariant::fromValue(data));
 }
 
 bool replyFail(const CallBackFunc &callback, const QString &message)

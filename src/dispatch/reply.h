@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/callbackfunc.h"
+#include "json/jsonwriter.h"
 
 #include <QString>
 
@@ -11,9 +12,10 @@ QVariantMap buildResult(bool success, const QString &message, const QVariantMap 
 /// A "fail" reply; an empty message becomes "fail".
 QVariantMap buildFailResult(const QString &message, const QVariantMap &data);
 
-/// Replies "ok" with the data, or "fail" with the message.
+/// Replies "ok" with the data, as a map or as the text of one, or "fail" with the message.
 /// \return false when the completion function is empty.
 bool replySuccess(const CallBackFunc &callback, const QVariantMap &data);
+bool replyJson(const CallBackFunc &callback, const JsonText &data);
 bool replyFail(const CallBackFunc &callback, const QString &message);
 
 /// A completion function that remembers whether it has been called, together with its copies. Empty

@@ -38,14 +38,14 @@ ZAccessbaseHandler::ZAccessbaseHandler(QObject *parent)
 void ZAccessbaseHandler::getDeviceInfo(const QVariantMap &, const CallBackFunc &callback)
 {
     if (IAccessbaseService *service = accessbaseServiceOrReply(callback)) {
-        replySuccess(callback, serviceData(service->getDeviceInfo()));
+        replyOutput(callback, service->getDeviceInfo());
     }
 }
 
 void ZAccessbaseHandler::getDeviceNetworkStatus(const QVariantMap &, const CallBackFunc &callback)
 {
     if (IAccessbaseService *service = accessbaseServiceOrReply(callback)) {
-        replySuccess(callback, serviceData(service->getDeviceNetworkStatus()));
+        replyOutput(callback, service->getDeviceNetworkStatus());
     }
 }
 
@@ -63,5 +63,5 @@ void ZAccessbaseHandler::getDeviceHeader(const QVariantMap &params, const CallBa
         return;
     }
 
-    replySuccess(callback, serviceData(service->getDeviceHeader(headerRequest(codes))));
+    replyOutput(callback, service->getDeviceHeader(headerRequest(codes)));
 }
