@@ -75,8 +75,9 @@ public:
     ///                 "app"."international" and the object "network"."proxy" are optional. The
     ///                 whole object also reaches the account library. Read during the call.
     /// \return true when the framework started, or when it was running already (the settings are
-    ///         not read then); false otherwise, also inside a callback while another thread is in
-    ///         init or uninit. After a failed start call uninit before trying again.
+    ///         not read then); false otherwise. Inside a callback it does not wait for another init
+    ///         or uninit: it returns true as long as there is an application. After a failed start
+    ///         call uninit before trying again.
     ///
     /// Thread: any, blocking; waits for another init or uninit.
     /// Errors: bad settings are named in the log; a library that cannot be loaded, on the standard

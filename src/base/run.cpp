@@ -258,11 +258,6 @@ bool Run::waitForEarlier(Admission level)
     return false;
 }
 
-bool Run::admits(Admission needed)
-{
-    return state().admits(needed);
-}
-
 bool Run::isInsideLibrary()
 {
     return HostThreadScope::isCurrent() || t_thread.entryCount() > t_thread.hostCode;

@@ -66,8 +66,6 @@ public:
     /// \return false when the run was abandoned. The host thread does not return then.
     static bool waitForEarlier(Admission level);
 
-    static bool admits(Admission needed);
-
     /// Whether the calling thread may have come here from a closed library.
     static bool isInsideLibrary();
 

@@ -36,13 +36,13 @@ Result withMember(Admission needed, Member *(ZElectronApplication::*member)() co
 bool ZElectronFramework::init(const char *settings)
 {
     const RunChange change;
-    if (!change) {
-        return Run::admits(Admission::Everything); // not while another thread starts or stops it
+    if (Run::isAbandoned()) {
+        return false;
     }
     if (g_electronApp) {
         return true;
     }
-    if (!settings) {
+    if (!change || !settings) {
         return false;
     }
     return guarded(
