@@ -45,7 +45,7 @@ public:
     void onCallback(const char *, std::size_t) override {}
 };
 
-/// Every operation, as far as \a isRunning says that they may be accepted.
+/// Every operation, as far as \p isRunning says that they may be accepted.
 void useAll(LoadedLibrary &library, bool isRunning)
 {
     IElectronFramework &framework = library.framework();

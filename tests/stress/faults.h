@@ -8,7 +8,7 @@
 
 enum class FaultKind { dlopen, dlsym, threads, files };
 
-/// From now on calls of this kind are counted, in all threads, and number \a failing fails.
+/// From now on calls of this kind are counted, in all threads, and number \p failing fails.
 void armFault(FaultKind kind, long failing);
 
 /// No further call fails or counts.
