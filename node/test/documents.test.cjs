@@ -114,6 +114,7 @@ function runElectron() {
       if (said.size === 2) electron.app.once('quit', () => process.exit()).quit();
     };
     process.on('exit', () => log([...said].sort().join('\\n')));
+    setTimeout(() => {}, 10000); // as a window would, until both were said
     Object.defineProperty(electron.bridge, 'framework', { set(framework) { ${page.code} } });
     require('./main.js');`;
   assert.equal(runProgram(program, 'together.cjs'), 'changed accounts\nsigned in Ada\n');

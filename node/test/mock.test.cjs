@@ -76,17 +76,15 @@ test('the mock takes every key that its description names', async (t) => {
   const description = require('../../interface/mock.json');
   for (const operation of description.MockOperation.enum) mock({ script: { [operation]: {} } });
   const values = { boolean: false, integer: 0, string: 'caller', array: [], object: {} };
-  for (const [key, { type }] of Object.entries(description.MockScript.properties)) {
-    mock({ script: { logout: [{ [key]: values[type] }] } });
+  const sample = (field) => field.enum?.[0] ?? values[field.type] ?? {};
+  for (const [key, field] of Object.entries(description.MockScript.properties)) {
+    mock({ script: { logout: [{ [key]: sample(field) }] } });
   }
   const { message, collect, signal, releaseNth, ...state } = {
     ...description.MockKnowledge.properties,
     ...description.MockCommand.properties,
   };
-  const command = Object.entries(state).map(([key, field]) => [
-    key,
-    field.enum?.[0] ?? values[field.type] ?? {},
-  ]);
+  const command = Object.entries(state).map(([key, field]) => [key, sample(field)]);
   assert.deepEqual(mock(Object.fromEntries(command)).accounts, []);
 });
 

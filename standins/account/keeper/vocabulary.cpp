@@ -36,7 +36,11 @@ const char *const kCommandKeys =
 
 QStringList list(const char *names)
 {
-    return QString(names).split(' ');
+    QStringList all;
+    for (const QByteArray &name : QByteArray(names).split(' ')) {
+        all.append(QString::fromLatin1(name));
+    }
+    return all;
 }
 
 const QHash<QString, Operation> &operations()
