@@ -49,7 +49,15 @@ const view = (page, name) =>
     .click();
 
 /** What the footer of the timeline says. */
-const says = (page, text) => page.getByRole('main').getByRole('status').getByText(text).waitFor();
+async function says(page, text) {
+  const status = page.getByRole('main').getByRole('status');
+  await status
+    .getByText(text)
+    .waitFor()
+    .catch(async (error) => {
+      throw new Error(`not ${text}: ${await status.textContent()}`, { cause: error });
+    });
+}
 
 async function picture(page, name) {
   if (!pictures) return;
