@@ -47,6 +47,9 @@ QFileInfo ownFile()
 /// itself, the folder of the link counts as well: the loader searches that one.
 bool areTogether(const QFileInfo &library, const QFileInfo &own)
 {
+    if (library.path() == own.path() && !library.isSymLink()) {
+        return true; // the usual case, without following links
+    }
     return library.canonicalPath() == own.canonicalPath() ||
            (own.isSymLink() && QFileInfo(library.path()) == QFileInfo(own.path()));
 }
