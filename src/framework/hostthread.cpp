@@ -43,6 +43,20 @@ void reportException(const char *function)
     }
 }
 
+/// Repeats a short wait until it has succeeded. Called with a RunChange, which cannot be cancelled.
+/// \return false when the process exits meanwhile and the host thread may never end.
+template <typename Wait>
+bool waitUnlessExiting(Wait wait)
+{
+    while (!wait()) {
+        if (Run::isAbandoned()) {
+            Run::waitForExit();
+            return false;
+        }
+    }
+    return true;
+}
+
 /// Waits until the kernel no longer has the thread. QThread::wait returns while the thread still
 /// runs the destructors of its thread-specific data, which are code of other libraries, and the
 /// process often ends right after uninit.
@@ -206,19 +220,17 @@ HostThread::~HostThread()
     waitForEnd();
 }
 
-/// \return false when the process exits meanwhile and the thread may never end.
+/// \return as waitUnlessExiting().
 bool HostThread::waitForEnd()
 {
-    const NoCancelScope noCancel;
-    while (m_thread && !m_thread->wait(kLookAtExitMilliseconds)) { // every Qt 5 has this overload
-        if (Run::isAbandoned()) {
-            Run::waitForExit();
-            return false;
-        }
+    if (!m_thread) {
+        return true;
     }
-    if (m_thread) {
-        waitUntilGone(m_start->threadId);
+    // Every Qt 5 has this overload.
+    if (!waitUnlessExiting([this] { return m_thread->wait(kLookAtExitMilliseconds); })) {
+        return false;
     }
+    waitUntilGone(m_start->threadId);
     return true;
 }
 
@@ -248,14 +260,11 @@ bool HostThread::start(const QVariantMap &settings)
     }
     m_thread = std::move(thread);
     m_start = start;
-    while (answer.wait_for(std::chrono::milliseconds(kLookAtExitMilliseconds)) !=
-           std::future_status::ready) {
-        if (Run::isAbandoned()) {
-            Run::waitForExit();
-            return false;
-        }
-    }
-    return answer.get();
+    const auto isAnswered = [&answer] {
+        return answer.wait_for(std::chrono::milliseconds(kLookAtExitMilliseconds)) ==
+               std::future_status::ready;
+    };
+    return waitUnlessExiting(isAnswered) && answer.get();
 }
 
 bool HostThread::stop()
