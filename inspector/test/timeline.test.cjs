@@ -183,6 +183,12 @@ test('a secret is shown when it is asked for, it alone, and hidden again', async
 
 test('100,000 entries scroll, by wheel and by keyboard', async (t) => {
   const { inspector, api } = await started(t);
+  const lines = `search?words=${encodeURIComponent('["addListener","cookieUpdated"]')}`;
+  // It matches below as well, and is hidden: read later, it would be among the newest.
+  await until(
+    async () => (await api.get(lines)).found.length > 0,
+    'the log line of the subscription',
+  );
   await manyEvents(100_000);
   const page = await opened(t, inspector.url);
   await says(page, /^100,\d\d\d of 100,/);
@@ -205,8 +211,7 @@ test('100,000 entries scroll, by wheel and by keyboard', async (t) => {
     }, 'the last but one');
   });
   await page.getByLabel('Search').fill('updated cookie');
-  // The log line of the subscription matches as well; it is hidden, and may be read late.
-  await says(page, /^(5,000|4,99\d) of .* too many matches: only the newest are shown/);
+  await says(page, /^5,000 of .* too many matches: only the newest are shown/);
   await row(page, /cookieUpdated/)
     .first()
     .waitFor();
