@@ -105,8 +105,11 @@ void LogFile::close()
 void LogFile::rotate()
 {
     const std::string path = m_path;
+    const std::string earlier = path + ".1";
     close();
-    rename(path.c_str(), (path + ".1").c_str());
+    // A rename over an existing file would write the new one to the disk first, on ext4 for instance.
+    unlink(earlier.c_str());
+    rename(path.c_str(), earlier.c_str());
     open(path);
 }
 
