@@ -22,8 +22,10 @@ class FrameworkError extends Error {
     return JSON.parse(JSON.stringify({ name, code, message, method, reply, remedy }));
   }
 
-  /** The other end of toJSON(). */
-  static fromJSON({ code, message, method, reply, remedy }) {
+  /** The other end of toJSON(). Anything else becomes an error that shows it. */
+  static fromJSON(serialized) {
+    const { code, message, method, reply, remedy } = Object(serialized);
+    if (typeof code !== 'string') return FrameworkError.from(serialized);
     return new FrameworkError(code, message, { method, reply, remedy });
   }
 

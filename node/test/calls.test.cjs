@@ -371,6 +371,10 @@ test('an error survives JSON and structured cloning', () => {
   assert.ok(copy instanceof FrameworkError);
   assert.deepEqual({ ...copy, message: copy.message }, { ...error, message: error.message });
   assert.deepEqual(JSON.parse(JSON.stringify(error)), error.toJSON());
+  for (const other of [null, 'text', new Error('text')]) {
+    const { code, message } = FrameworkError.fromJSON(other);
+    assert.deepEqual([code, message], ['ZEF_INTERNAL', String(other?.message ?? other)]);
+  }
 });
 
 test('before init and after close every operation says that nothing runs', async () => {
