@@ -55,14 +55,14 @@ function rulesFrom(mayDiffer) {
 }
 
 /**
- * Compares what was recorded with what came. A placeholder stands for one text or number, the same
+ * Compares a recorded value with the actual one. A placeholder stands for one text or number, the same
  * wherever it occurs in a recording; it may be a part of a text.
  */
 class Comparison {
   #rules;
   #bound = new Map(); // placeholder -> text
 
-  /** @param given what the replay hands in: a placeholder in it stands for itself */
+  /** @param given what the replay passes to the library: a placeholder in it stands for itself */
   constructor(mayDiffer, given = []) {
     this.#rules = rulesFrom(mayDiffer);
     for (const name of JSON.stringify(given).match(placeholder) ?? []) this.#bound.set(name, name);

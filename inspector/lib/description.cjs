@@ -1,6 +1,6 @@
 'use strict';
 
-// The description of the interface and the table of its secrets, put beside the page when that is built.
+// The description of the interface and the table of its secrets, which the build copies next to the page.
 const description = require('../dist/modules.json');
 const secrets = require('../dist/secrets.json');
 
@@ -60,7 +60,7 @@ const described = (isMarked) => (name, isTop) => {
 };
 
 const rules = {
-  /** What a method is given. Nobody knows all of what is passed on to other libraries. */
+  /** The parameters of a method. Those that are passed on to other libraries are not all known. */
   params(method) {
     const its = secretive[method] ?? {};
     const isWhole = among(its.whole);
@@ -92,7 +92,7 @@ const rules = {
 /** Whether texts of a method have to be searched for secrets. */
 const isSecretive = (name) => !methods.has(name) || name in secretive;
 
-/** What the interface itself says: never looked for as a secret, since it stands everywhere. */
+/** Words of the interface itself: never looked for as secrets, because they occur everywhere. */
 const words = new Set(['true', 'false', 'null', 'undefined', 'success']);
 (function collect(value, key) {
   if (typeof value === 'string' && /^(message|const|enum|default|name)$/.test(key))

@@ -212,7 +212,7 @@ class Inspector {
     };
   }
 
-  /** What changes of the state while pages look at it. */
+  /** The part of the state that changes while a page is open. */
   #changing() {
     return {
       running: this.#framework.running,
@@ -232,7 +232,7 @@ class Inspector {
     for (const stream of this.#streams) stream.send(message);
   }
 
-  /** Hears all there is, as a program does that has nobody else to listen. */
+  /** Subscribes to all events and task types, for a program without listeners of its own. */
   subscribeAll() {
     this.#calls.subscribeAll();
   }

@@ -2,7 +2,7 @@
 
 const { slices } = require('./slices.cjs');
 
-/** Lets the entries of a store give their secrets, so that they are masked in all others. */
+/** Searches the entries of a store for secrets, so that these are masked in all other entries. */
 class Learning {
   #store;
   #secrets;
@@ -14,7 +14,7 @@ class Learning {
     this.#secrets = secrets;
   }
 
-  /** Reads all entries that there are. */
+  /** Searches all entries so far. */
   async all() {
     const otherThings = slices();
     while (this.#learned < this.#store.next) {

@@ -5,13 +5,13 @@ const mostApart = 500; // milliseconds between a call and its line
 const mostWaiting = 10_000; // calls of one method whose lines have not come
 
 /**
- * Finds out which call a log line tells of: asynCall writes one at its start, callSync at its end.
- * Those of one method come in the order of the calls.
+ * Finds the call that a log line belongs to: asynCall writes one at its start, callSync at its end.
+ * The lines of a method come in the order of its calls.
  */
 class LogTies {
   #waiting = new Map(); // "mode method" -> [{ seq, at }], the calls that no line told of yet
 
-  /** Takes note of a call that began or ended. */
+  /** Notes that a call began or ended. */
   note({ kind, seq, mode, name, t, ms, outcome }) {
     if (kind !== 'call' || (mode === 'sync') === (outcome === 'open')) return;
     const key = `${mode} ${name}`;
@@ -21,7 +21,7 @@ class LogTies {
     if (calls.length > mostWaiting) calls.splice(0, mostWaiting / 2);
   }
 
-  /** @returns the call that a line of that time tells of, if any: { seq, at } */
+  /** @returns the call that a line of that time belongs to, if any: { seq, at } */
   callOf(t, message) {
     const [, operation, name] = form.exec(message) ?? [];
     const key = `${operation === 'call' ? 'sync' : 'async'} ${name}`;

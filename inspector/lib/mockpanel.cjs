@@ -68,7 +68,7 @@ class MockPanel {
     return this.read();
   }
 
-  /** What is left of the steps, by operation; not of those that the application scripted itself. */
+  /** The remaining steps by operation, without those that the application scripted itself. */
   #stepsLeft(scripts) {
     const steps = {};
     for (const [operation, told] of this.#scripted) {

@@ -63,7 +63,7 @@ function stepOf(method, got) {
   return { [operation]: form(msg === undefined ? rest : { ...rest, msg }) };
 }
 
-/** What the mock is told to answer a method so again: { operation, step }, or undefined. */
+/** The step that makes the mock give a recorded reply: { operation, step }, or undefined. */
 function answerOf(method, got) {
   const getter = getterOf(method, got.msg);
   if (getter) return { operation: getter, step: { refuse: true } };
@@ -71,7 +71,7 @@ function answerOf(method, got) {
   return Object.keys(step).length > 0 ? { operation, step } : undefined;
 }
 
-/** What the mock has to know for a reply that the framework puts together itself. */
+/** The state of the mock for replies that the framework composes itself. */
 function stateOf(method, got) {
   if (method === 'account.getAccountListInfo' && Array.isArray(got.data?.accountListInfo)) {
     const accounts = got.data.accountListInfo.map(parsed).filter(({ userid }) => userid);

@@ -4,7 +4,7 @@ const { parsed } = require('./compare.cjs');
 
 const longest = 200;
 
-/** JSON as a reader of a list wants it: one line, without the outer braces and the quotes of keys. */
+/** JSON for one row of a list: one line, without the outer braces and the quotes of keys. */
 function brief(text = '') {
   return text
     .slice(0, 2 * longest)
@@ -27,7 +27,7 @@ function membersOf(text) {
 // Entries of some lists are JSON texts.
 const inside = (_, value) => parsed(value);
 
-/** @returns what a row shows of a masked entry: what was asked or told, and what was answered */
+/** @returns the text of a row for a masked entry: the request or notification, and the reply */
 function previewOf({ kind, name, params, reply, error, text, outcome }) {
   if (kind === 'log') return { asked: brief(text?.replace(`${name} `, '')) };
   if (kind === 'mock') return { asked: brief(JSON.stringify(membersOf(text)[name]) ?? text) };

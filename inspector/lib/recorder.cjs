@@ -45,7 +45,7 @@ class Recorder {
   #options;
   #recording; // { from, started, header } while one is made
 
-  /** @param options settings: what init was given; recordings: folder to save in */
+  /** @param options settings: those of init; recordings: folder to save in */
   constructor(store, secrets, options) {
     this.#store = store;
     this.#secrets = secrets;
@@ -69,8 +69,8 @@ class Recorder {
   }
 
   /**
-   * Ends the recording as soon as all of it was handed over; until then it goes on.
-   * @param options learn() fulfils when all entries up to now have told their secrets; ended() is
+   * Ends the recording once all of it was handed over; until then it continues.
+   * @param options learn() fulfils when all entries so far were searched for secrets; ended() is
    *        called at the end
    * @returns a Download of the recording, saved as well if a name is given
    */

@@ -80,8 +80,8 @@ class Later {
 
 /**
  * Writes entries of a store as a recording, in several turns of the event loop.
- * @param shown gives an entry as it shall be written
- * @returns asynchronous iterable of lines in the order of time
+ * @param shown returns an entry as it must be written
+ * @returns asynchronous iterable of lines in chronological order
  */
 async function* recordingLines({ store, from, to, started, header, shown }) {
   const otherThings = slices();
@@ -147,7 +147,7 @@ function complaint(line, ids) {
   return ids.has(line.id) ? `another call has the id ${line.id}` : undefined;
 }
 
-/** @returns { header, lines: [{ number, ...what it says }] } */
+/** @returns { header, lines: [{ number, ...content }] } */
 function readRecording(text) {
   const lines = [];
   const ids = new Set();

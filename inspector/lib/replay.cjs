@@ -242,8 +242,8 @@ function textOf({ line, text, path, expected, actual, nearest }) {
  * Replays a recording with the mock and compares the deliveries with the recorded ones.
  *
  * @param source path of the file, or { text }
- * @param options timeout: milliseconds that each answer, event or message may take; update: writes
- *        the file again as things are now
+ * @param options timeout: milliseconds that each answer, event or message may take; update: updates
+ *        the file to the current results
  * @returns { ok, calls, compared, differ, failures, warnings, report }
  */
 async function replay(source, { timeout = 5000, update = false } = {}) {

@@ -55,12 +55,12 @@ class Secrets {
     );
   }
 
-  /** @returns the entry with its secrets replaced; what is found counts from now on. */
+  /** @returns the entry with its secrets replaced; those found are replaced from now on. */
   masked(entry) {
     return this.#entry(entry, this.#known);
   }
 
-  /** Takes note of the secrets of an entry. Cheap for entries without secrets. */
+  /** Notes the secrets of an entry. Cheap for entries without secrets. */
   learn(entry) {
     const { kind, name, text } = entry;
     if (kind === 'event' || kind === 'note') return;
@@ -75,7 +75,7 @@ class Secrets {
     return this.#value(value, rules.other, this.#known);
   }
 
-  /** @param known gets each text that is not secret by its name. */
+  /** @param known receives each text that is not secret by its name. */
   #entry(entry, known) {
     const { kind, name } = entry;
     const copy = { ...entry };
@@ -157,7 +157,7 @@ class Secrets {
     });
   };
 
-  /** @param isLookedFor also in other texts, unless the interface itself says it */
+  /** @param isLookedFor also in other texts, unless it is a word of the interface itself */
   #hide(name, value, isLookedFor = true) {
     const text = String(value);
     if (isPlaceholder(text)) return text;

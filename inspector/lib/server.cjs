@@ -118,7 +118,7 @@ class Server {
     this.#http.on('connection', (socket) => this.#connected(socket));
   }
 
-  /** Whatever web page opens connections here, one more is always possible: the oldest one goes. */
+  /** No web page can block the port with connections: beyond the limit, the oldest one is closed. */
   #connected(socket) {
     socket.unref();
     this.#sockets.add(socket);

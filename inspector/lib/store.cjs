@@ -27,7 +27,7 @@ class Store {
   #listeners = new Set();
   #byId = new Map(); // id of a call -> its entry, while that is kept
 
-  /** @param onLoss is called with an entry before a text of it is dropped, or it falls out. */
+  /** @param onLoss is called with an entry before it, or one of its texts, is dropped. */
   constructor({ bytes = 128 * 2 ** 20, textLimit = 256 * 1024, onLoss = () => {} } = {}) {
     this.onLoss = onLoss;
     this.#limit = bytes;
@@ -79,7 +79,7 @@ class Store {
     return this.#byId.get(id);
   }
 
-  /** Calls listener(entry) at each new or changed entry. @returns a function that ends that. */
+  /** Calls listener(entry) for each new or changed entry. @returns a function that removes it. */
   onChange(listener) {
     this.#listeners.add(listener);
     return () => this.#listeners.delete(listener);
