@@ -678,9 +678,9 @@ export interface Events {
   'account.userInfoChanged': [];
   /** The company of the current account changed. */
   'account.companyInfoChanged': [];
-  /** `account.getAccountListInfo` has a new answer. */
+  /** `account.getAccountListInfo` has a new reply. */
   'account.accountListInfoChanged': [];
-  /** `account.queryWebviewCookies` has new answers. */
+  /** `account.queryWebviewCookies` has a new reply. */
   'account.cookieUpdated': [];
 }
 
