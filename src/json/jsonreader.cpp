@@ -1,6 +1,7 @@
 #include "json/jsonreader.h"
 
 #include "json/keycache.h"
+#include "json/objectshape.h"
 #include "json/utf8.h"
 
 #include <QtEndian>
@@ -114,6 +115,9 @@ private:
     template <typename Container, bool (Reader::*readContent)(Container &)>
     bool nested(QVariant &value);
     bool object(QVariantMap &map);
+    bool knownMembers(const ObjectShape &shape, QVariantMap &map, int &count);
+    bool isNext(const ObjectShape &shape, std::size_t index);
+    bool member(QVariantMap &map, ObjectShapeLearner &learner);
     bool array(QVariantList &list);
     bool number(QVariant &value);
     bool unusualNumber(const char *start, bool isWhole, QVariant &value) const;
@@ -129,6 +133,8 @@ private:
     const char *const m_end;
     int m_depth = 0;
     KeyCache *m_keyCache = nullptr;
+    QString m_key;            // of the member that was read last
+    ObjectShapeSlot m_noSlot; // while the thread ends
 };
 
 /// The caller has skipped white space, and the text has not ended.
@@ -178,27 +184,92 @@ bool Reader::nested(QVariant &value)
     return true;
 }
 
+inline bool Reader::member(QVariantMap &map, ObjectShapeLearner &learner)
+{
+    if (!token('"') || !key(m_key) || !token(':') || !skipSpace()) {
+        return false;
+    }
+    learner.add(m_key);
+    // Read in place: inserting replaces the value of an earlier member with this key. The hint
+    // avoids the search when members come in the order of their keys, as many writers sort them.
+    return value(*map.insert(map.constEnd(), m_key, QVariant()));
+}
+
 bool Reader::object(QVariantMap &map)
 {
     if (token('}')) {
         return true;
     }
+    if (!skipSpace()) {
+        return false;
+    }
     if (!m_keyCache) {
         m_keyCache = KeyCache::ofThread();
     }
-    QString key;
+    ObjectShapeSlot &slot = m_keyCache ? m_keyCache->shapeSlot(m_at, m_end - m_at) : m_noSlot;
+    const auto shape = slot.shape(); // kept, because an object inside may replace it
+    ObjectShapeLearner learner(slot);
+    int known = 0;
+    if (shape && !knownMembers(*shape, map, known)) {
+        return false;
+    }
+    if (known == 0 && !member(map, learner)) {
+        return false;
+    }
+    while (token(',')) {
+        if (!member(map, learner)) {
+            return false;
+        }
+    }
+    if (!token('}')) {
+        return false;
+    }
+    if (known == 0) {
+        learner.finish();
+    } else if (known < shape->map.size() || known < map.size()) {
+        slot.forget();
+    }
+    return true;
+}
+
+/// Reads the members that an object has in common with a shape, from the first one on. Stops before
+/// the first other one.
+bool Reader::knownMembers(const ObjectShape &shape, QVariantMap &map, int &count)
+{
+    const auto &members = shape.members;
+    if (!isNext(shape, 0)) {
+        return true;
+    }
+    map = shape.map;
+    std::vector<QVariant *> values;
+    values.reserve(members.size());
+    for (QVariant &place : map) {
+        values.push_back(&place);
+    }
+    std::size_t at = 0;
     do {
-        if (!token('"') || !this->key(key) || !token(':') || !skipSpace()) {
+        if (!token(':') || !skipSpace() || !value(*values[std::size_t(members[at].place)])) {
             return false;
         }
-        // Read in place: inserting replaces the value of an earlier member with this key. The hint
-        // avoids the search when members come in the order of their keys, as many writers sort
-        // them.
-        if (!value(*map.insert(map.constEnd(), key, QVariant()))) {
-            return false;
-        }
-    } while (token(','));
-    return token('}');
+        ++at;
+    } while (at < members.size() && isNext(shape, at));
+    count = int(at);
+    for (; at < members.size(); ++at) {
+        map.remove(QString::fromStdString(members[at].text).chopped(1));
+    }
+    return true;
+}
+
+/// Moves past the key of that member, and the comma before it, if they come next.
+bool Reader::isNext(const ObjectShape &shape, std::size_t index)
+{
+    const char *const before = m_at;
+    const std::string &text = shape.members[index].text;
+    if ((index == 0 || token(',')) && token('"') && word(text.data(), int(text.size()))) {
+        return true;
+    }
+    m_at = before;
+    return false;
 }
 
 bool Reader::array(QVariantList &list)

@@ -1,13 +1,16 @@
 #pragma once
 
+#include "json/objectshape.h"
+
 #include <QString>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 
-/// Texts of keys that were read before. Hosts send the same few keys with every call, and sharing a
-/// text costs a fifth of creating it. Each thread has its own cache of bounded size, because the
-/// threads would contend for the reference count of a shared text.
+/// Texts of keys that were read before, and shapes of objects. Hosts send the same few keys with every
+/// call, and sharing a text costs a fifth of creating it. Each thread has its own cache of bounded
+/// size, because the threads would contend for the reference count of a shared text.
 class KeyCache
 {
 public:
@@ -30,6 +33,14 @@ public:
         return entry.text;
     }
 
+    /// The slot for objects that begin as this text does.
+    ObjectShapeSlot &shapeSlot(const char *object, std::ptrdiff_t length)
+    {
+        quint64 bytes = 0;
+        std::memcpy(&bytes, object, std::size_t(std::min<std::ptrdiff_t>(length, sizeof bytes)));
+        return m_shapeSlots[bytes * kGoldenRatio >> (64 - kShapeBits)];
+    }
+
 private:
     using Bytes = std::array<quint64, kLongestKey / sizeof(quint64)>; // zeros behind the key
     struct Entry
@@ -39,6 +50,8 @@ private:
     };
     static constexpr quint64 kGoldenRatio = Q_UINT64_C(0x9e3779b97f4a7c15);
     static constexpr int kEntryBits = 9;
+    static constexpr int kShapeBits = 4;
 
     std::array<Entry, 1 << kEntryBits> m_entries;
+    std::array<ObjectShapeSlot, 1 << kShapeBits> m_shapeSlots;
 };

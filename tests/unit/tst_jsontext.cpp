@@ -26,6 +26,8 @@ private Q_SLOTS:
     void readsDownToDepthLimit();
     void lastOfDuplicatesCounts_data();
     void lastOfDuplicatesCounts();
+    void readsObjectsLikeEarlierOnes_data();
+    void readsObjectsLikeEarlierOnes();
 
     // writing
     void writesValue_data();
@@ -55,6 +57,10 @@ QByteArray writtenByQt(const QVariantMap &map)
 {
     return QJsonDocument::fromVariant(map).toJson(QJsonDocument::Compact);
 }
+
+/// Has enough members for its keys to be remembered.
+constexpr auto kKnownObject =
+    R"({"b":1,"a":"two","h":true,"d":null,"e":[5],"f":"six","i":"","c":{}})";
 
 QByteArray nestedArrays(int depth)
 {
@@ -182,6 +188,48 @@ void tst_JsonText::lastOfDuplicatesCounts()
     QFETCH(QByteArray, expected);
 
     QCOMPARE(jsonTextFromMap(mapFromJsonText(text.constData())), expected);
+}
+
+void tst_JsonText::readsObjectsLikeEarlierOnes_data()
+{
+    QTest::addColumn<QByteArray>("text");
+
+    const QByteArray known(kKnownObject);
+    const auto row = [&known](const char *name, const char *before, const QByteArray &after) {
+        QVERIFY2(known.count(before) == 1, name);
+        QTest::newRow(name) << QByteArray(known).replace(before, after);
+    };
+    row("the same", "two", "two");
+    row("white space", R"(,"f":"six")", "\n , \t\"f\" :\r\"six\" ");
+    row("other values", "true", R"([{"two":null}])");
+    row("fewer members", R"(,"i":"","c":{})", "");
+    row("one member", known.mid(6).constData(), "}");
+    row("a further member", R"("c":{}})", R"("c":{},"later":1})");
+    row("a member again", R"("c":{}})", R"("c":{},"c":"again"})");
+    row("other first key", R"("b")", R"("B")");
+    row("other last key", R"("c")", R"("C")");
+    row("other order", R"("f":"six","i":"")", R"("i":"","f":"six")");
+    row("longer key", R"("f")", R"("ff")");
+    row("key with a blank", R"("f")", R"("f ")");
+    row("escaped key", R"("f")", R"("\u0066")");
+    row("one like it inside", "{}", known);
+    row("no comma", R"(,"f")", R"("f")");
+    row("comma first", R"({"b")", R"({,"b")");
+    row("comma last", R"({}})", R"({},})");
+    row("no colon", R"("f":)", R"("f")");
+    row("bad value", "true", "truth");
+    row("cut short", R"({}})", R"({})");
+}
+
+void tst_JsonText::readsObjectsLikeEarlierOnes()
+{
+    QFETCH(QByteArray, text);
+
+    for (int round = 0; round < 4; ++round) {
+        QCOMPARE(mapFromJsonText(kKnownObject), readByQt(kKnownObject));
+    }
+    QCOMPARE(mapFromJsonText(text.constData()), readByQt(text));
+    QCOMPARE(mapFromJsonText(kKnownObject), readByQt(kKnownObject));
 }
 
 void tst_JsonText::writesValue_data()
