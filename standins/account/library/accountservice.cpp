@@ -62,7 +62,8 @@ Outcome AccountService::perform(const QString &operation, const QVariantMap &par
 const AccountSnapshot &AccountService::pinned(const char *operation)
 {
     Keeper::instance().recordCall(operation);
-    thread_local const long thread = syscall(SYS_gettid); // once, because it costs as much as an entry
+    // Once for each thread: the system call costs as much as writing an account.
+    thread_local const long thread = syscall(SYS_gettid);
     const Lock lock(m_mutex);
     if (!m_pins.count(thread)) {
         dropPinsOfEndedThreads();
