@@ -5,7 +5,7 @@ const path = require('node:path');
 const { FrameworkError } = require('./errors.cjs');
 const { explainLoad, fileError } = require('./loadfailure.cjs');
 const { defaultLibrary, mockLibraries, unpacked } = require('./native.cjs');
-const { objectText } = require('./objects.cjs');
+const { isPlain, kindOf, objectText } = require('./objects.cjs');
 const { checkShape } = require('./shapes.cjs');
 
 const requiredTexts = ['appName', 'productName', 'version', 'localStoragePath'];
@@ -31,6 +31,10 @@ function settingsText(given, isMock) {
     if (typeof value !== 'string' || value === '') {
       refuse(`settings.app.${key} must be a text that is not empty`);
     }
+  }
+  const { network } = settings;
+  for (const [name, value] of Object.entries({ network, 'network.proxy': network?.proxy })) {
+    if (!isPlain(value ?? {})) refuse(`settings.${name} must be an object, not ${kindOf(value)}`);
   }
   if (isMock && settings.standin !== undefined) {
     checkShape('MockSettings', settings.standin, 'settings.standin', refuse);

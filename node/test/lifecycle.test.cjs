@@ -151,6 +151,8 @@ test('settings that are wrong are refused in words', async () => {
   const rows = [
     ...[undefined, null, 1, [], new Map([['app', app]]), {}, { app: 1 }].map((bad) => [bad, /./]),
     [{ app: { ...app, version: '' } }, /settings.app.version must be a text/],
+    [{ app, network: 'x' }, /settings.network must be an object, not a string/],
+    [{ app, network: { proxy: [] } }, /settings.network.proxy must be an object, not an Array/],
     [{ app, toJSON() {} }, /plain object/],
     [circular, /circular/],
     [{ app, big: 1n }, /BigInt/],
