@@ -107,7 +107,8 @@ void tst_AccountStandin::signaturesAreAcceptedElsewhere()
     }
     const QJsonObject pair = dataOf(m_host.call("account.generatePKCEParam"), "data").toObject();
     const auto verify = [](const char *script, const QByteArrayList &arguments) {
-        std::vector<std::string> command{"node", "-e", script};
+        // Base64url may begin with a hyphen, and is then no option.
+        std::vector<std::string> command{"node", "-e", script, "--"};
         for (const QByteArray &argument : arguments) {
             command.push_back(argument.toStdString());
         }
