@@ -359,7 +359,7 @@ private:
         case 22:
             return QVariant::fromValue(raw<long>());
         case 23:
-            return QVariant::fromValue(QByteArrayList{bytes()});
+            return QVariant::fromValue(QByteArrayList{"JSON", bytes()});
         case 24:
         case 25:
             return list(depth + 1);
@@ -407,7 +407,7 @@ void compareMaps(const QVariantMap &map)
             texts.append(QJsonDocument::fromVariant(object).toJson(QJsonDocument::Compact));
         }
     }
-    const QVariantMap list{{"k", QVariant::fromValue(objects.take())}};
+    const QVariantMap list{{"k", objects.take().toVariant()}};
     const QVariantMap qtList{{"k", texts}};
     const QByteArray expectedTexts =
         QJsonDocument::fromVariant(qtList).toJson(QJsonDocument::Compact);

@@ -109,6 +109,5 @@ void replyAccountList(const CallBackFunc &callback)
     if (accounts.isEmpty()) {
         addNoAccount(texts, AccountAuthInfo(account->authInfo()));
     }
-    replySuccess(callback,
-                 {{QStringLiteral("accountListInfo"), QVariant::fromValue(texts.take())}});
+    replySuccess(callback, {{QStringLiteral("accountListInfo"), texts.take().toVariant()}});
 }

@@ -38,5 +38,5 @@ void replyWebviewCookies(const QVariantMap &params, const CallBackFunc &callback
     for (const QNetworkCookie &cookie : cookies) {
         addCookie(texts, cookie, url);
     }
-    replySuccess(callback, {{QStringLiteral("cookieList"), QVariant::fromValue(texts.take())}});
+    replySuccess(callback, {{QStringLiteral("cookieList"), texts.take().toVariant()}});
 }

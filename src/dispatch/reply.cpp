@@ -87,7 +87,7 @@ bool replySuccess(const CallBackFunc &callback, const QVariantMap &data)
 
 bool replyJson(const CallBackFunc &callback, const JsonText &data)
 {
-    return replyWith(callback, QVariant::fromValue(data));
+    return replyWith(callback, data.toVariant());
 }
 
 bool replyFail(const CallBackFunc &callback, const QString &message)

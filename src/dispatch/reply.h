@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/callbackfunc.h"
-#include "json/jsonwriter.h"
+#include "json/jsontext.h"
 
 #include <QString>
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "json/jsontext.h"
 #include "json/jsonwriter.h"
 
 /// Writes a JSON array of strings, each of which is the text of one flat JSON object. For long

@@ -1,5 +1,7 @@
 #include "json/jsonvalues.h"
 
+#include "json/jsontext.h"
+
 #include <QJsonDocument>
 
 #include <cmath>
@@ -89,9 +91,8 @@ void writeValue(JsonWriter &out, const QVariant &value, int depth)
         }
         return writeObject(out, held<QVariantMap>(value), depth + 1);
     default:
-        if (value.userType() == qMetaTypeId<JsonText>()) {
-            const QByteArray &text = held<JsonText>(value).text;
-            return out.append(QLatin1String(text.constData(), text.size()));
+        if (const QByteArray *text = JsonText::in(value)) {
+            return out.append(QLatin1String(text->constData(), text->size()));
         }
         break;
     }

@@ -6,14 +6,6 @@
 
 #include <cstring>
 
-/// Finished JSON, UTF-8: as a value of a map it is written unchanged.
-struct JsonText
-{
-    QByteArray text;
-};
-Q_DECLARE_TYPEINFO(JsonText, Q_MOVABLE_TYPE);
-Q_DECLARE_METATYPE(JsonText)
-
 /// Builds one text, of a map as a whole or piece by piece: the caller writes the punctuation
 /// between the pieces. Short texts need no allocation. Lives on the stack of one thread.
 class JsonWriter
