@@ -23,6 +23,6 @@ const QByteArray *JsonText::in(const QVariant &variant)
         return nullptr;
     }
     const auto &list = *static_cast<const QByteArrayList *>(variant.constData());
-    return list.size() == 2 && list.first().constData() == mark().constData() ? &list.last()
-                                                                             : nullptr;
+    const bool isMarked = list.size() == 2 && list.first().constData() == mark().constData();
+    return isMarked ? &list.last() : nullptr;
 }
