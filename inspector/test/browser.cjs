@@ -5,6 +5,7 @@ const fs = require('node:fs');
 const path = require('node:path');
 const { after, before } = require('node:test');
 const { chromium } = require('playwright-core');
+const { atEnd } = require('./support.cjs');
 
 const axe = fs.readFileSync(require.resolve('axe-core/axe.min.js'), 'utf8');
 const pictures = process.env.ZEF_PICTURES && path.join(__dirname, '../images');
@@ -18,8 +19,11 @@ before(async () => {
 });
 after(() => browser?.close());
 
-/** A page on an inspector. What the browser complains of fails the test at its end. */
-async function opened(t, url, options = {}) {
+/**
+ * A page on an inspector. What the browser complains of fails the test at its end.
+ * @param options.expected what it may complain of; the others are the browser's
+ */
+async function opened(t, url, { expected, ...options } = {}) {
   const context = await browser.newContext({
     viewport: { width: 1280, height: 720 },
     bypassCSP: false,
@@ -29,13 +33,14 @@ async function opened(t, url, options = {}) {
   const page = await context.newPage();
   const complaints = [];
   page.on('console', (message) => {
-    const isEnd = /ERR_CONNECTION_(REFUSED|RESET)/.test(message.text()); // the test ended it
-    if (['error', 'warning'].includes(message.type()) && !isEnd) complaints.push(message.text());
+    const text = message.text();
+    const isFault = ['error', 'warning'].includes(message.type()) && !expected?.test(text);
+    if (isFault) complaints.push(text);
   });
   page.on('pageerror', (error) => complaints.push(error.stack));
   await page.goto(url);
   await page.getByRole('grid').waitFor();
-  t.after(async () => {
+  atEnd(t, async () => {
     await context.close();
     assert.deepEqual(complaints, []);
   });

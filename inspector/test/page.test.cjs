@@ -5,7 +5,7 @@ const path = require('node:path');
 const { spawn } = require('node:child_process');
 const { test } = require('node:test');
 const { checkAccess, opened, picture, says, view } = require('./browser.cjs');
-const { scratch, until } = require('./support.cjs');
+const { atEnd, scratch, until } = require('./support.cjs');
 
 const program = path.join(__dirname, '../bin/inspector.cjs');
 
@@ -16,7 +16,7 @@ async function startProgram(t, ...options) {
     stdio: ['ignore', 'pipe', 'inherit'],
   });
   const ended = new Promise((resolve) => child.once('exit', resolve));
-  t.after(() => {
+  atEnd(t, () => {
     child.kill();
     return ended;
   });
@@ -166,7 +166,7 @@ test('what was begun in one view is there when it is looked at again', async (t)
 
 test('the page tells when the process has gone', async (t) => {
   const { url, child, ended } = await startProgram(t);
-  const page = await opened(t, url);
+  const page = await opened(t, url, { expected: /net::ERR_/ });
   child.kill();
   assert.equal(await ended, 0, 'a page that is open does not keep the process');
   await page.getByText('the process has ended').waitFor();

@@ -23,12 +23,29 @@ const settings = (standin = { office }) => ({
   standin,
 });
 
+const endings = new WeakMap();
+
+/** As t.after(), but in reverse order: a page is closed before the server that it asks. */
+function atEnd(t, end) {
+  if (!endings.has(t)) {
+    endings.set(t, []);
+    t.after(async function endAll() {
+      try {
+        await endings.get(t).pop()();
+      } finally {
+        if (endings.get(t).length > 0) await endAll();
+      }
+    });
+  }
+  endings.get(t).push(end);
+}
+
 /** A running framework with the mock and an inspector on it, both ended with the test. */
 async function started(t, { standin, ...options } = {}) {
   const framework = new ElectronFramework({ mock: true });
   const given = settings(standin);
   const inspector = await attach(framework, { settings: given, ...options });
-  t.after(async () => {
+  atEnd(t, async () => {
     inspector.close();
     await framework.close();
   });
@@ -91,4 +108,4 @@ async function until(condition, what, limit = 10_000) {
   }
 }
 
-module.exports = { scratch, settings, started, client, until };
+module.exports = { scratch, settings, started, client, until, atEnd };

@@ -7,13 +7,13 @@ const { test } = require('node:test');
 const { ElectronFramework } = require('zelectronframework');
 const { attach } = require('../index.cjs');
 const { longestTask, opened, says, view } = require('./browser.cjs');
-const { scratch, settings, started, until } = require('./support.cjs');
+const { atEnd, scratch, settings, started, until } = require('./support.cjs');
 
 // The first one: later the mock is loaded in this process.
 test('a page that was open before the framework starts learns what that is', async (t) => {
   const framework = new ElectronFramework({ mock: true });
   const inspector = await attach(framework, { settings: settings() });
-  t.after(async () => {
+  atEnd(t, async () => {
     inspector.close();
     await framework.close();
   });
