@@ -21,7 +21,7 @@ after(() => browser?.close());
 
 /**
  * A page on an inspector. What the browser complains of fails the test at its end.
- * @param options.expected what it may complain of; the others are the browser's
+ * @param options.expected what it may complain of; the other options are those of a browser context
  */
 async function opened(t, url, { expected, ...options } = {}) {
   const context = await browser.newContext({

@@ -5,15 +5,14 @@ const fs = require('node:fs');
 const path = require('node:path');
 const { spawnSync } = require('node:child_process');
 const { test } = require('node:test');
-const { ElectronFramework, mock } = require('zelectronframework');
+const { mock } = require('zelectronframework');
 const {
-  attach,
   forMock,
   readRecording,
   replay: replayHere,
   RecordingError,
 } = require('../index.cjs');
-const { client, scratch, settings, started, until } = require('./support.cjs');
+const { attached, client, scratch, settings, started, until } = require('./support.cjs');
 
 const program = path.join(__dirname, '../bin/inspector.cjs');
 
@@ -198,10 +197,7 @@ test('the page replays recordings of any length, one at a time', async (t) => {
 });
 
 test('what is told later is no sooner, and one that began before the start is of the mock', async (t) => {
-  const framework = new ElectronFramework({ mock: true });
-  const inspector = await attach(framework);
-  t.after(() => framework.close());
-  t.after(() => inspector.close());
+  const { framework, inspector } = await attached(t);
   const api = client(inspector.url);
   await api.post('startRecording');
   await framework.init(settings());

@@ -40,15 +40,21 @@ function atEnd(t, end) {
   endings.get(t).push(end);
 }
 
-/** A running framework with the mock and an inspector on it, both ended with the test. */
-async function started(t, { standin, ...options } = {}) {
+/** A framework with the mock, not running yet, and an inspector on it, both ended with the test. */
+async function attached(t, options) {
   const framework = new ElectronFramework({ mock: true });
-  const given = settings(standin);
-  const inspector = await attach(framework, { settings: given, ...options });
+  const inspector = await attach(framework, options);
   atEnd(t, async () => {
     inspector.close();
     await framework.close();
   });
+  return { framework, inspector };
+}
+
+/** As attached(), running. */
+async function started(t, { standin, ...options } = {}) {
+  const given = settings(standin);
+  const { framework, inspector } = await attached(t, { settings: given, ...options });
   inspector.subscribeAll();
   await framework.init(given);
   return { framework, inspector, api: client(inspector.url) };
@@ -108,4 +114,4 @@ async function until(condition, what, limit = 10_000) {
   }
 }
 
-module.exports = { scratch, settings, started, client, until, atEnd };
+module.exports = { scratch, settings, attached, started, client, until, atEnd };

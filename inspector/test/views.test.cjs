@@ -4,19 +4,12 @@ const assert = require('node:assert/strict');
 const fs = require('node:fs');
 const path = require('node:path');
 const { test } = require('node:test');
-const { ElectronFramework } = require('zelectronframework');
-const { attach } = require('../index.cjs');
 const { longestTask, opened, says, view } = require('./browser.cjs');
-const { atEnd, scratch, settings, started, until } = require('./support.cjs');
+const { attached, scratch, settings, started, until } = require('./support.cjs');
 
 // The first one: later the mock is loaded in this process.
 test('a page that was open before the framework starts learns what that is', async (t) => {
-  const framework = new ElectronFramework({ mock: true });
-  const inspector = await attach(framework, { settings: settings() });
-  atEnd(t, async () => {
-    inspector.close();
-    await framework.close();
-  });
+  const { framework, inspector } = await attached(t, { settings: settings() });
   const page = await opened(t, inspector.url);
   await page.getByText('Nothing has happened yet').waitFor();
   await view(page, 'Mock');
