@@ -6,12 +6,7 @@ const path = require('node:path');
 const { spawnSync } = require('node:child_process');
 const { test } = require('node:test');
 const { mock } = require('zelectronframework');
-const {
-  forMock,
-  readRecording,
-  replay: replayHere,
-  RecordingError,
-} = require('../index.cjs');
+const { forMock, readRecording, replay: replayHere, RecordingError } = require('../index.cjs');
 const { attached, client, scratch, settings, started, until } = require('./support.cjs');
 
 const program = path.join(__dirname, '../bin/inspector.cjs');
